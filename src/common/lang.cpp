@@ -1,0 +1,3 @@
+#include "common/lang.h"
+
+uint8_t CurrLang = 0;

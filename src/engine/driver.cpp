@@ -1,0 +1,1 @@
+// The processing driver (filled in with the engine).

@@ -1,0 +1,1 @@
+#include "host/mail_store.h"

@@ -1,0 +1,2 @@
+#pragma once
+// The mail-store seam (filled in with the engine).

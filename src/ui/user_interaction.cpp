@@ -1,0 +1,42 @@
+#include "ui/user_interaction.h"
+
+#include <QCoreApplication>
+
+namespace {
+// Answers every question with its safest choice and shows nothing.
+class SilentInteraction final : public UserInteraction {
+public:
+    void beep() override {}
+    MsgAnswer messageBox(const QString&, MsgButtons buttons, MsgIcon, const QString&) override {
+        switch (buttons) {
+        case MsgButtons::OK:
+            return MsgAnswer::OK;
+        case MsgButtons::OKCancel:
+        case MsgButtons::RetryCancel:
+        case MsgButtons::YesNoCancel:
+            return MsgAnswer::Cancel;
+        case MsgButtons::AbortRetryIgnore:
+            return MsgAnswer::Abort;
+        case MsgButtons::YesNo:
+            return MsgAnswer::No;
+        }
+        return MsgAnswer::Cancel;
+    }
+    int msgBoxEx(const MsgBoxExRequest&) override { return 99; }
+    QString chooseSaveFile(const SaveFileRequest&) override { return {}; }
+    bool playSound(const QString&) override { return false; }
+    bool openWithShell(const QString&) override { return false; }
+    void showTrayNotification(const TrayNotification&) override {}
+    void pumpEvents() override {
+        if (QCoreApplication::instance())
+            QCoreApplication::processEvents();
+    }
+    void setBusy(bool) override {}
+};
+
+SilentInteraction gSilent;
+UserInteraction* gCurrent = nullptr;
+} // namespace
+
+UserInteraction& ui() { return gCurrent ? *gCurrent : gSilent; }
+void SetUserInteraction(UserInteraction* impl) { gCurrent = impl; }

@@ -1,0 +1,85 @@
+#pragma once
+// The user-interaction seam: everything the engine and the helpers ask of the user or show to
+// the user goes through here. stowaway-gui implements it with Qt dialogs, the command line with
+// a console implementation, and the tests with a scripted one that records every question.
+#include <QString>
+#include <QStringList>
+
+// Icons of the plain message box, with their classic values.
+enum class MsgIcon { None = 0, Stop = 16, Question = 32, Exclamation = 48, Information = 64 };
+
+// Button sets of the plain message box, with their classic values.
+enum class MsgButtons { OK = 0, OKCancel = 1, AbortRetryIgnore = 2, YesNoCancel = 3, YesNo = 4, RetryCancel = 5 };
+
+// Answers of the plain message box, with their classic values.
+enum class MsgAnswer { OK = 1, Cancel = 2, Abort = 3, Retry = 4, Ignore = 5, Yes = 6, No = 7 };
+
+// The free-caption message box: up to three buttons. Its answer is the 1-based number of the
+// button pressed, 99 for a window closed without a button, +256 when "don't show again" was
+// ticked, and -1 when the box could not be shown.
+struct MsgBoxExRequest {
+    QString prompt;
+    QStringList buttons; // captions of buttons 1..3; entries past the third are ignored
+    bool dontShow = false;
+    int icon = 64; // 16 stop, 32 question, 48 warning, anything else information
+    QString title;
+    QString helpText;
+    int defaultBtn = -1;
+    int cancelBtn = -1;
+};
+
+// The save-file dialog, with the arguments of ChooseSaveFile.
+struct SaveFileRequest {
+    QString title;
+    QString initialFolder;
+    QString defaultExt;
+    QString fileName;
+    QString filter;
+    int filterIndex = 1;
+};
+
+// A tray notification: shown for `seconds`; a click on it acts on `target`.
+struct TrayNotification {
+    QString text;
+    QString title;
+    QString target;
+    int seconds = 5;
+};
+
+// A surface that shows the two progress bars of a run (the options dialog's status strip).
+class StatusSurface {
+public:
+    virtual ~StatusSurface() = default;
+    // Main bar: caption (for example "50%") and fill in [0,1]; visible false hides it.
+    virtual void setMainProgress(bool visible, const QString& caption, double fill) = 0;
+    // Sub bar: fill in [0,1]; visible false hides it.
+    virtual void setSubProgress(bool visible, double fill) = 0;
+};
+
+class UserInteraction {
+public:
+    virtual ~UserInteraction() = default;
+
+    virtual void beep() = 0;
+    // The plain message box. Returns the answer; a box with OK alone returns MsgAnswer::OK.
+    virtual MsgAnswer messageBox(const QString& prompt, MsgButtons buttons, MsgIcon icon,
+                                 const QString& title) = 0;
+    virtual int msgBoxEx(const MsgBoxExRequest& request) = 0;
+    // The chosen path, or empty when cancelled.
+    virtual QString chooseSaveFile(const SaveFileRequest& request) = 0;
+    // A wave file's path or a name of the desktop's sound theme; never waits.
+    virtual bool playSound(const QString& sound) = 0;
+    // Opens a document, folder or address with the desktop's handler. False when that failed.
+    virtual bool openWithShell(const QString& target) = 0;
+    virtual void showTrayNotification(const TrayNotification& notification) = 0;
+    // Processes pending events (timers, file watchers, window events).
+    virtual void pumpEvents() = 0;
+    // The busy pointer on or off.
+    virtual void setBusy(bool busy) = 0;
+    // The text of the last action, for a surface that shows it.
+    virtual void showLastAction(const QString&) {}
+};
+
+// The implementation in use. Without one set, a silent headless implementation answers.
+UserInteraction& ui();
+void SetUserInteraction(UserInteraction* impl);

@@ -1,0 +1,48 @@
+#include "support/test_env.h"
+
+#include "common/folders.h"
+#include "data/globals.h"
+#include "ui/user_interaction.h"
+
+#include <QDir>
+#include <QTemporaryDir>
+
+#include <cstdlib>
+
+namespace {
+QTemporaryDir* gHome = nullptr;
+}
+
+namespace TestEnv {
+
+void setUpProcessHome() {
+    gHome = new QTemporaryDir(QDir::tempPath() + QStringLiteral("/stowaway-test-XXXXXX"));
+    const QByteArray home = gHome->path().toLocal8Bit();
+    setenv("HOME", home.constData(), 1);
+    setenv("XDG_DATA_HOME", (home + "/.local/share").constData(), 1);
+    setenv("XDG_CONFIG_HOME", (home + "/.config").constData(), 1);
+    setenv("XDG_DOCUMENTS_DIR", (home + "/Documents").constData(), 1);
+    setenv("LC_ALL", "C.UTF-8", 1);
+}
+
+QString home() { return gHome->path(); }
+
+void resetAll() {
+    QDir dir(home());
+    for (const QString& entry : dir.entryList(QDir::AllEntries | QDir::NoDotAndDotDot | QDir::Hidden)) {
+        QFileInfo fi(dir.filePath(entry));
+        if (fi.isDir() && !fi.isSymLink())
+            QDir(fi.filePath()).removeRecursively();
+        else
+            QFile::remove(fi.filePath());
+    }
+    ResetGlobals();
+    InitAppCaptions();
+    SetUserInteraction(nullptr);
+}
+
+QString dataFile(const QString& name) {
+    return QString::fromLocal8Bit(qgetenv("STOWAWAY_TEST_DATA")) + QLatin1Char('/') + name;
+}
+
+} // namespace TestEnv
