@@ -1,2 +1,127 @@
 #pragma once
-// The mail-store seam (filled in with the engine).
+// The mail-store seam. The engine sees mail only through these interfaces; host/maildir
+// implements them over Maildir folders, the tests over memory. Every operation returns its value
+// together with an error, so the engine tests the error exactly where it cares.
+#include "common/error.h"
+
+#include <QString>
+#include <QStringList>
+#include <memory>
+#include <vector>
+
+class MailFolder;
+class MailItem;
+class Attachment;
+using MailFolderPtr = std::shared_ptr<MailFolder>;
+using MailItemPtr = std::shared_ptr<MailItem>;
+using AttachmentPtr = std::shared_ptr<Attachment>;
+
+// Item classes.
+namespace ItemClass {
+constexpr int Mail = 43;
+constexpr int Post = 45;
+constexpr int Report = 46;
+constexpr int MeetingRequest = 53;
+} // namespace ItemClass
+
+// Attachment types.
+namespace AttachType {
+constexpr int ByValue = 1;     // a file
+constexpr int EmbeddedItem = 5; // an attached message
+} // namespace AttachType
+
+// Body formats.
+namespace BodyFormat {
+constexpr int Plain = 1;
+constexpr int Html = 2;
+constexpr int RichText = 3;
+} // namespace BodyFormat
+
+struct Recipient {
+    QString Name;
+    QString Address;
+};
+
+class Attachment {
+public:
+    virtual ~Attachment() = default;
+    virtual Result<QString> FileName() const = 0;
+    virtual Result<int> Type() const = 0;
+    virtual Result<bool> Hidden() const = 0;
+    // The content id without angle brackets; empty for none.
+    virtual Result<QString> ContentId() const = 0;
+    virtual Result<qint64> Size() const = 0;
+    // Writes the decoded content to `path`, replacing what is there.
+    virtual OpError SaveAsFile(const QString& path) = 0;
+    // Removes the attachment from its mail (in memory until the mail's Save); the indices of
+    // the later attachments shift down.
+    virtual OpError Delete() = 0;
+};
+
+class MailItem {
+public:
+    virtual ~MailItem() = default;
+    // Name of the object's type, for the LOG.
+    virtual QString TypeName() const = 0;
+    virtual Result<int> Class() const = 0;
+    virtual Result<QString> EntryID() const = 0;
+    virtual Result<MailFolderPtr> Parent() const = 0;
+    virtual Result<QString> StoreID() const = 0;
+    virtual Result<QString> Subject() const = 0;
+    virtual OpError SetSubject(const QString& subject) = 0;
+    virtual Result<bool> UnRead() const = 0;
+    virtual OpError SetUnRead(bool unread) = 0;
+    virtual Result<QString> SenderName() const = 0;
+    virtual Result<QString> SenderEmailAddress() const = 0;
+    virtual Result<std::vector<Recipient>> Recipients() const = 0;
+    virtual Result<double> ReceivedTime() const = 0; // days since 1899, local time
+    virtual Result<bool> HidePaperClip() const = 0;
+    virtual Result<QString> Mileage() const = 0;
+    virtual OpError SetMileage(const QString& mileage) = 0;
+    virtual Result<int> BodyFormat() const = 0;
+    virtual Result<QString> HTMLBody() const = 0;
+    virtual OpError SetHTMLBody(const QString& html) = 0;
+    virtual Result<QString> RTFBody() const = 0;
+    virtual OpError SetRTFBody(const QString& rtf) = 0;
+    virtual Result<QString> Body() const = 0;
+    virtual OpError SetBody(const QString& text) = 0;
+    virtual Result<int> InternetCodepage() const = 0;
+    // Writes the changed mail to the store.
+    virtual OpError Save() = 0;
+    virtual Result<int> AttachmentCount() const = 0;
+    // 1-based.
+    virtual Result<AttachmentPtr> AttachmentAt(int index) const = 0;
+};
+
+class MailFolder {
+public:
+    virtual ~MailFolder() = default;
+    virtual Result<QString> Name() const = 0;
+    virtual Result<QString> EntryID() const = 0;
+    virtual Result<QString> StoreID() const = 0;
+    // The parent folder; null for a store's top folder.
+    virtual Result<MailFolderPtr> Parent() const = 0;
+    // The items in the store's order.
+    virtual Result<std::vector<MailItemPtr>> Items() const = 0;
+    virtual Result<int> ItemCount() const = 0;
+    virtual Result<std::vector<MailFolderPtr>> Folders() const = 0;
+};
+
+class MailSession {
+public:
+    virtual ~MailSession() = default;
+    virtual Result<MailItemPtr> GetMessageFromID(const QString& entryId, const QString& storeId) = 0;
+    virtual Result<MailItemPtr> GetMessageFromID(const QString& entryId) = 0;
+    virtual Result<MailFolderPtr> GetFolderFromID(const QString& entryId, const QString& storeId) = 0;
+    virtual Result<MailFolderPtr> GetDefaultInbox() = 0;
+    // The top folders of every store.
+    virtual Result<std::vector<MailFolderPtr>> Stores() = 0;
+};
+
+// The folder's path: its levels from the store's top down, joined by `separator`
+// ("Maildir|Inbox").
+QString GetFolderPath(const MailFolderPtr& folder, const QString& separator = QStringLiteral("|"));
+
+// The session in use (set at start by the program or the test).
+MailSession* gobjRDOSession();
+void SetMailSession(MailSession* session);

@@ -1,0 +1,20 @@
+#pragma once
+// What a directory listing tells of one file, file times as dates, and file type names.
+#include <QString>
+#include <cstdint>
+
+struct FileFindData {
+    QString fileName;  // name without folder
+    int64_t size = 0;
+    double lastWriteTime = 0; // days since 1899, local time
+    bool isDirectory = false;
+};
+
+// The first entry that matches a path or a pattern ("*" and "?" in the last part).
+// True and `data` filled if anything was found.
+bool GetFileFindData(const QString& pathOrPattern, FileFindData& data);
+// A file time (100-nanosecond units since 1601-01-01, UTC) as a local date in days; 0 on failure.
+double FileTimeToDate(int64_t fileTime);
+// The type name of an extension (without dot) from the shared MIME database. Without a known
+// type: "<EXT>-Datei" / "<EXT> file" with useFallback, else "???".
+QString GetFileTypeName(const QString& extension, bool useFallback);
