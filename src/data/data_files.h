@@ -31,5 +31,5 @@ udtProtoEntry DecodeProtoEntry(const char* data);
 udtBlockedFormat DecodeBlockedFormat(const char* data);
 
 // Writes `bytes` to `path` through a temporary file in the same folder, synced and renamed
-// over the old file. False (and the old file untouched) on any failure.
-bool ReplaceFileAtomically(const QString& path, const QByteArray& bytes);
+// over the old file. False (and the old file untouched) on any failure, with the reason in `why`.
+bool ReplaceFileAtomically(const QString& path, const QByteArray& bytes, QString* why = nullptr);

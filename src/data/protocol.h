@@ -12,5 +12,6 @@ void FlushProtocol();
 
 // True for the first active row whose trimmed extension equals `ext` exactly.
 bool IsFormatBlocked(const QString& ext);
-// The folder of the project of that name (trimmed, case ignored); empty if none.
+// The folder of the project of that name (trimmed, case ignored), with a trailing separator;
+// empty if none.
 QString GetProjectFolder(const QString& name);

@@ -1,0 +1,68 @@
+#include "data/protocol.h"
+
+#include "common/paths.h"
+#include "common/vbstring.h"
+#include "data/data_files.h"
+#include "data/globals.h"
+
+#include <QCoreApplication>
+#include <QPointer>
+#include <QTimer>
+
+namespace {
+constexpr int kSaveDelayMs = 1000;
+
+// The pending save of the protocol; owned by the application object, so it ends with it.
+QTimer* SaveTimer() {
+    static QPointer<QTimer> timer;
+    if (!timer && QCoreApplication::instance()) {
+        timer = new QTimer(QCoreApplication::instance());
+        timer->setSingleShot(true);
+        timer->setInterval(kSaveDelayMs);
+        QObject::connect(timer, &QTimer::timeout, [] { SaveData(); });
+    }
+    return timer;
+}
+} // namespace
+
+void AddProto(const udtProtoEntry& entry) {
+    ProtoEntries.resize(static_cast<size_t>(ProtoCount) + 1);
+    // Newest first: one move of the tail, not a copy record by record.
+    ProtoEntries.insert(ProtoEntries.begin() + 1, entry);
+    ++ProtoCount;
+    ProtoChanged = true;
+
+    QTimer* timer = SaveTimer();
+    if (!timer) {
+        SaveData(); // no event loop to wait for
+        return;
+    }
+    if (!timer->isActive()) timer->start();
+}
+
+void FlushProtocol() {
+    if (QTimer* timer = SaveTimer()) timer->stop();
+    SaveData();
+}
+
+bool IsFormatBlocked(const QString& ext) {
+    const auto last =
+        std::min<qint64>(BlockedCount, static_cast<qint64>(BlockedFormats.size()) - 1);
+    for (qint64 i = 1; i <= last; ++i) {
+        udtBlockedFormat& row = BlockedFormats[static_cast<size_t>(i)];
+        row.Extension = row.Extension.get(); // trimmed and stored back, which pads it again
+        if (row.Extension.get() == ext && IsTrue(row.Active)) return true;
+    }
+    return false;
+}
+
+QString GetProjectFolder(const QString& name) {
+    const QString wanted = VbTrim(name);
+    const auto last = std::min<qint64>(ProjectsCount, static_cast<qint64>(Projects.size()) - 1);
+    for (qint64 i = 1; i <= last; ++i) {
+        const udtProject& p = Projects[static_cast<size_t>(i)];
+        if (p.Name.get().compare(wanted, Qt::CaseInsensitive) == 0)
+            return AddBackslash(p.Folder.get());
+    }
+    return {};
+}

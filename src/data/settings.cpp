@@ -1,0 +1,138 @@
+#include "data/settings.h"
+
+#include "common/lang.h"
+#include "common/vbstring.h"
+#include "data/globals.h"
+#include "data/log.h"
+
+#include <QFile>
+#include <QSettings>
+#include <QStandardPaths>
+
+#include <limits>
+#include <memory>
+
+namespace {
+// Every application of the family keeps its own file: "<app>/<app>.conf" in the user's config
+// folder, one group per section.
+QString StoreFilePath(const QString& app) {
+    return QStandardPaths::writableLocation(QStandardPaths::GenericConfigLocation) +
+           QLatin1Char('/') + app + QLatin1Char('/') + app + QStringLiteral(".conf");
+}
+
+std::unique_ptr<QSettings> OpenStore(const QString& app, const QString& section) {
+    auto store = std::make_unique<QSettings>(StoreFilePath(app), QSettings::IniFormat);
+    store->beginGroup(section);
+    return store;
+}
+
+// A hand-edited value with a comma comes back from the INI reader as a list; it was one text.
+QString AsText(const QVariant& value) {
+    if (value.typeId() == QMetaType::QStringList)
+        return value.toStringList().join(QStringLiteral(", "));
+    return value.toString();
+}
+
+// A damaged file would refuse every write from now on; it is kept beside the store for a
+// look by hand, and the store starts afresh.
+void SetAsideDamagedStore(const QString& path) {
+    const QString aside = path + QStringLiteral(".damaged");
+    QFile::remove(aside);
+    if (QFile::rename(path, aside))
+        WriteLog(QStringLiteral("! Settings: ") + path +
+                 QStringLiteral(" could not be read, kept as ") + aside +
+                 QStringLiteral("; starting with defaults"));
+}
+
+// The leading number of a setting, if it fits the global's type; otherwise the global keeps its
+// value, as an overflowing assignment leaves it.
+template <class T> void AssignNumber(T& target, const QString& key, const QString& defaultValue) {
+    const long long v = GetNumberSetting(key, defaultValue);
+    if (v >= std::numeric_limits<T>::min() && v <= std::numeric_limits<T>::max())
+        target = static_cast<T>(v);
+}
+} // namespace
+
+QString SettingsFilePath() {
+    return StoreFilePath(QLatin1String(RegAppName));
+}
+
+QString GetSetting(const QString& app, const QString& section, const QString& key,
+                   const QString& defaultValue) {
+    const auto store = OpenStore(app, section);
+    if (store->status() != QSettings::NoError)
+        return defaultValue; // unreadable or damaged: the defaults hold
+    const QVariant value = store->value(key);
+    return value.isValid() ? AsText(value) : defaultValue;
+}
+
+void SaveSetting(const QString& app, const QString& section, const QString& key,
+                 const QString& value) {
+    auto store = OpenStore(app, section);
+    if (store->status() == QSettings::FormatError) {
+        store.reset();
+        SetAsideDamagedStore(StoreFilePath(app));
+        store = OpenStore(app, section);
+    }
+    store->setValue(key, value);
+    store->sync(); // a failed write is ignored
+}
+
+QString GetSetting(const QString& key, const QString& defaultValue) {
+    return GetSetting(QLatin1String(RegAppName), QLatin1String(RegAppSect), key, defaultValue);
+}
+
+void SaveSetting(const QString& key, const QString& value) {
+    SaveSetting(QLatin1String(RegAppName), QLatin1String(RegAppSect), key, value);
+}
+
+bool GetBoolSetting(const QString& key, const QString& defaultValue) {
+    return GetSetting(key, defaultValue) == QLatin1String("1");
+}
+
+long long GetNumberSetting(const QString& key, const QString& defaultValue) {
+    return LeadingNumber(GetSetting(key, defaultValue));
+}
+
+void ReadSettingsIntoGlobals() {
+    {
+        const QSettings probe(SettingsFilePath(), QSettings::IniFormat);
+        if (probe.status() == QSettings::FormatError)
+            WriteLog(QStringLiteral("! Settings: ") + SettingsFilePath() +
+                     QStringLiteral(" could not be read; using defaults"));
+    }
+    AssignNumber(CurrLang, QStringLiteral("CurrLang"), QStringLiteral("0"));
+    DoProto = GetBoolSetting(QStringLiteral("DoProto"), QStringLiteral("0"));
+    SWActive = GetBoolSetting(QStringLiteral("SWActive"), QStringLiteral("0"));
+    SWTest = GetBoolSetting(QStringLiteral("SWTest"), QStringLiteral("1"));
+    AssignNumber(Notify, QStringLiteral("Notify"), QStringLiteral("1"));
+    AssignNumber(NotifyTime, QStringLiteral("NotifyTime"), QStringLiteral("5"));
+    NotifySound = GetBoolSetting(QStringLiteral("NotifySound"), QStringLiteral("1"));
+    SoundName = GetSetting(QStringLiteral("SoundName"), QStringLiteral("Moog 1"));
+}
+
+const QList<SettingInfo>& KnownSettings() {
+    static const QList<SettingInfo> kSettings = {
+        {QStringLiteral("CurrLang"), QStringLiteral("0")},
+        {QStringLiteral("DoProto"), QStringLiteral("0")},
+        {QStringLiteral("SWActive"), QStringLiteral("0")},
+        {QStringLiteral("SWTest"), QStringLiteral("1")},
+        {QStringLiteral("Notify"), QStringLiteral("1")},
+        {QStringLiteral("NotifyTime"), QStringLiteral("5")},
+        {QStringLiteral("NotifySound"), QStringLiteral("1")},
+        {QStringLiteral("SoundName"), QStringLiteral("Moog 1")},
+        {QStringLiteral("MarkMail"), QStringLiteral("0")},
+        {QStringLiteral("LastPath"), QString()},
+        {QStringLiteral("DoInvAdr"), QStringLiteral("0")},
+        {QStringLiteral("Doku"), QString()},
+        {QStringLiteral("CmdBarExplRow"), QString(), false},
+        {QStringLiteral("CmdBarExplPos"), QString(), false},
+        {QStringLiteral("CmdBarExplX"), QString(), false},
+        {QStringLiteral("CmdBarExplY"), QString(), false},
+        {QStringLiteral("CmdBarExplW"), QString(), false},
+        {QStringLiteral("CmdBarExplH"), QString(), false},
+        // The pause after each changed mail, in seconds; bulk runs set it to "0".
+        {QStringLiteral("PaceSeconds"), QStringLiteral("0.5")},
+    };
+    return kSettings;
+}

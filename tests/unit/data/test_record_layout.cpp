@@ -1,0 +1,168 @@
+// The byte images of the five records, pinned against the offset tables of the file format.
+#include "data/data_files.h"
+#include "unit/data/data_test_util.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+// Every 16-bit field gets its own value, so a swap of two fields or of the byte order shows.
+udtRule SampleRule() {
+    udtRule r;
+    r.Active = 1;
+    r.Name = QStringLiteral("Rechnung März");
+    r.CheckSender = 2;
+    r.Sender = QStringLiteral("@example.com");
+    r.CheckRecp = 3;
+    r.Recipient = QStringLiteral("Zoë <z@example.org>");
+    r.CheckSubj = 4;
+    r.Subject = QStringLiteral("Angebot 5 €");
+    r.CheckFileFormat = 5;
+    r.FileFormat = QStringLiteral("PDF");
+    r.SaveBy = 0x0306;
+    r.SaveFormat = 99;
+    r.Folder = QStringLiteral("/srv/Ablage");
+    r.FileExists = 0xA2;
+    r.Execute = QStringLiteral("xdg-open '%1'");
+    r.DelAttach = 8;
+    r.Notify = 9;
+    r.Hyperlink = vbTrue;
+    return r;
+}
+
+QByteArray SampleRuleBytes() {
+    return Record(1025, {{0, Le16(1)},
+                         {2, Padded("Rechnung M\xe4rz", 100)},
+                         {102, Le16(2)},
+                         {104, Padded("@example.com", 150)},
+                         {254, Le16(3)},
+                         {256, Padded("Zo\xeb <z@example.org>", 150)},
+                         {406, Le16(4)},
+                         {408, Padded("Angebot 5 \x80", 100)},
+                         {508, Le16(5)},
+                         {510, Padded("PDF", 5)},
+                         {515, Le16(0x0306)},
+                         {517, Le16(99)},
+                         {519, Padded("/srv/Ablage", 200)},
+                         {719, QByteArray(1, '\xa2')},
+                         // 720: 49 reserved NUL bytes
+                         {769, Padded("xdg-open '%1'", 250)},
+                         {1019, Le16(8)},
+                         {1021, Le16(9)},
+                         {1023, Le16(-1)}});
+}
+
+udtProtoEntry SampleEntry() {
+    udtProtoEntry e;
+    e.Date = 45000.5;
+    e.Mail = QStringLiteral("Grüße");
+    e.EntryID = QStringLiteral("1700000000.M1P2.host");
+    e.StoreID = QStringLiteral("/home/u/Maildir");
+    e.Attachment = QStringLiteral("plan.pdf");
+    e.FileFormat = QStringLiteral("PDF");
+    e.Sender = QStringLiteral("a@example.com");
+    e.Recipient = QStringLiteral("b@example.org");
+    e.Rule = QStringLiteral("R1");
+    e.Folder = QStringLiteral("/tmp/x/");
+    e.Project = QStringLiteral("P");
+    e.State = QStringLiteral("TSX");
+    return e;
+}
+
+QByteArray SampleEntryBytes() {
+    return Record(1313, {{0, QByteArray::fromHex("0000000010f9e540")}, // 45000.5
+                         {8, Padded("Gr\xfc\xdf"
+                                    "e",
+                                    100)},
+                         {108, Padded("1700000000.M1P2.host", 100)},
+                         {208, Padded("/home/u/Maildir", 100)},
+                         {308, Padded("plan.pdf", 100)},
+                         {408, Padded("PDF", 5)},
+                         {413, Padded("a@example.com", 200)},
+                         {613, Padded("b@example.org", 200)},
+                         {813, Padded("R1", 100)},
+                         {913, Padded("/tmp/x/", 250)},
+                         {1163, Padded("P", 50)},
+                         {1213, Padded("TSX", 100)}});
+}
+
+struct LayoutCase {
+    const char* name;
+    QByteArray encoded;
+    QByteArray expected;
+    QByteArray reencoded; // the decoded expectation, encoded again
+};
+
+std::vector<LayoutCase> LayoutCases() {
+    udtProject p;
+    p.Name = QStringLiteral("Beispielwerk GmbH");
+    p.Folder = QStringLiteral("/home/u/Dokumente/Beispielwerk GmbH");
+    const QByteArray projectBytes =
+        Record(350, {{0, Padded("Beispielwerk GmbH", 100)},
+                     {100, Padded("/home/u/Dokumente/Beispielwerk GmbH", 250)}});
+
+    udtWatchFolder w;
+    w.Active = vbTrue;
+    w.Name = QStringLiteral("Inbox");
+    w.Path = QStringLiteral("Maildir|Inbox");
+    w.EntryID = QStringLiteral(".");
+    w.StoreID = QStringLiteral("/home/u/Maildir");
+    const QByteArray folderBytes = Record(852, {{0, Le16(-1)},
+                                                {2, Padded("Inbox", 100)},
+                                                {102, Padded("Maildir|Inbox", 250)},
+                                                {352, Padded(".", 250)},
+                                                {602, Padded("/home/u/Maildir", 250)}});
+
+    udtBlockedFormat b;
+    b.Extension = QStringLiteral("JS");
+    b.Description = QStringLiteral("JScript-Datei (Verschlüsselt)");
+    b.Active = vbTrue;
+    b.System = vbFalse;
+    const QByteArray blockedBytes = Record(37, {{0, "JS "},
+                                                {3, Padded("JScript-Datei (Verschl\xfcsselt)", 30)},
+                                                {33, Le16(-1)},
+                                                {35, Le16(0)}});
+
+    return {
+        {"rule", EncodeRule(SampleRule()), SampleRuleBytes(),
+         EncodeRule(DecodeRule(SampleRuleBytes().constData()))},
+        {"project", EncodeProject(p), projectBytes,
+         EncodeProject(DecodeProject(projectBytes.constData()))},
+        {"watch folder", EncodeWatchFolder(w), folderBytes,
+         EncodeWatchFolder(DecodeWatchFolder(folderBytes.constData()))},
+        {"protocol entry", EncodeProtoEntry(SampleEntry()), SampleEntryBytes(),
+         EncodeProtoEntry(DecodeProtoEntry(SampleEntryBytes().constData()))},
+        {"blocked format", EncodeBlockedFormat(b), blockedBytes,
+         EncodeBlockedFormat(DecodeBlockedFormat(blockedBytes.constData()))},
+    };
+}
+
+} // namespace
+
+TEST(RecordLayout, EncodedBytesFollowTheOffsetTables) {
+    for (const LayoutCase& c : LayoutCases()) {
+        SCOPED_TRACE(c.name);
+        EXPECT_EQ(c.encoded.toHex(), c.expected.toHex());
+        EXPECT_EQ(c.reencoded.toHex(), c.expected.toHex());
+    }
+}
+
+TEST(RecordLayout, DecodingGivesTheFieldsBack) {
+    EXPECT_EQ(DecodeRule(SampleRuleBytes().constData()), SampleRule());
+    EXPECT_EQ(DecodeProtoEntry(SampleEntryBytes().constData()), SampleEntry());
+    const udtRule r = DecodeRule(SampleRuleBytes().constData());
+    EXPECT_EQ(r.Name.get(), QStringLiteral("Rechnung März"));
+    EXPECT_EQ(r.Reserved.raw(), QString(49, QChar(0)));
+}
+
+TEST(RecordLayout, OverlongAndForeignTextKeepsTheRecordSize) {
+    udtRule r;
+    r.Name = QString(101, QLatin1Char('n'));
+    r.Subject = QStringLiteral("a\U0001F600b\u4e2dc"); // a pair of UTF-16 units becomes one "?"
+    r.CheckFileFormat = 5;
+    const QByteArray bytes = EncodeRule(r);
+    ASSERT_EQ(bytes.size(), 1025);
+    EXPECT_EQ(DecodeRule(bytes.constData()).Name.get(), QString(100, QLatin1Char('n')));
+    EXPECT_EQ(bytes.mid(408, 100), Padded("a?b?c", 100));
+    EXPECT_EQ(bytes.mid(508, 2), Le16(5));
+}
