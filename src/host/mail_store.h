@@ -51,7 +51,9 @@ public:
     // The content id without angle brackets; empty for none.
     virtual Result<QString> ContentId() const = 0;
     virtual Result<qint64> Size() const = 0;
-    // Writes the decoded content to `path`, replacing what is there.
+    // Writes the decoded content to `path`, replacing what is there. The write is atomic: on an
+    // error (a part that cannot be decoded completely among them) `path` holds what it held
+    // before, never a partial file; a symbolic link at `path` is replaced, not followed.
     virtual OpError SaveAsFile(const QString& path) = 0;
     // Removes the attachment from its mail (in memory until the mail's Save); the indices of
     // the later attachments shift down.
@@ -86,6 +88,9 @@ public:
     virtual Result<QString> Body() const = 0;
     virtual OpError SetBody(const QString& text) = 0;
     virtual Result<int> InternetCodepage() const = 0;
+    // The code page the next body write is meant for (28591 before every body the engine
+    // writes). A store that keeps every body in UTF-8 may ignore it.
+    virtual OpError SetInternetCodepage(int) { return {}; }
     // Writes the changed mail to the store.
     virtual OpError Save() = 0;
     virtual Result<int> AttachmentCount() const = 0;
@@ -110,6 +115,10 @@ public:
 class MailSession {
 public:
     virtual ~MailSession() = default;
+    // A fresh object over the message as the store holds it. An EntryID that an object handed
+    // out earlier reports must keep finding its message after a Save through another object
+    // (the engine's folder item and its fetched mail are two objects over one message, and a
+    // second rule fetches the mail again by the item's EntryID).
     virtual Result<MailItemPtr> GetMessageFromID(const QString& entryId, const QString& storeId) = 0;
     virtual Result<MailItemPtr> GetMessageFromID(const QString& entryId) = 0;
     virtual Result<MailFolderPtr> GetFolderFromID(const QString& entryId, const QString& storeId) = 0;

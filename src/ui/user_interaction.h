@@ -38,12 +38,20 @@ struct SaveFileRequest {
     int filterIndex = 1;
 };
 
-// A tray notification: shown for `seconds`; a click on it acts on `target`.
+// A tray notification: an icon with a tooltip and a menu entry, and a balloon with text and
+// title. It stays until hideTrayNotification (the engine waits `seconds` meanwhile, pumping
+// events); a click on the balloon acts on `target` (OpenNotificationTarget in
+// engine/notification.h).
 struct TrayNotification {
     QString text;
     QString title;
     QString target;
     int seconds = 5;
+    QString toolTip;
+    QString menuCaption; // "Info..."
+    QString menuKey;     // "info"
+    int icon = 1;        // 1 information
+    int timeoutMs = 30000;
 };
 
 // A surface that shows the two progress bars of a run (the options dialog's status strip).
@@ -72,6 +80,8 @@ public:
     // Opens a document, folder or address with the desktop's handler. False when that failed.
     virtual bool openWithShell(const QString& target) = 0;
     virtual void showTrayNotification(const TrayNotification& notification) = 0;
+    // Removes the icon of the last tray notification.
+    virtual void hideTrayNotification() {}
     // Processes pending events (timers, file watchers, window events).
     virtual void pumpEvents() = 0;
     // The busy pointer on or off.

@@ -1,0 +1,19 @@
+#pragma once
+// The processing driver: walks a folder (or takes one item), qualifies each mail and runs every
+// active rule that matches it, in table order.
+#include "data/records.h"
+#include "host/mail_store.h"
+
+class StatusSurface;
+
+// The stamp of a mail that is done for good, in its Mileage.
+inline constexpr const char* kStowawayStamp = "QWKStowaway";
+
+// Processes `folder`, or, when it is null, the one `item`. `status` (may be null) shows the walk
+// on its sub-progress bar. `special` replaces the rule table when its name is set. False when
+// there is nothing to do (no rules, neither folder nor item) or the run was aborted.
+// The protocol is complete on disk when the call returns.
+bool StowawayNow(const MailFolderPtr& folder, const MailItemPtr& item, StatusSurface* status,
+                 udtRule& special);
+// The same without a special rule.
+bool StowawayNow(const MailFolderPtr& folder, const MailItemPtr& item, StatusSurface* status);

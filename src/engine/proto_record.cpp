@@ -1,0 +1,48 @@
+#include "engine/proto_record.h"
+
+#include "common/dates.h"
+#include "common/paths.h"
+#include "data/globals.h"
+#include "data/protocol.h"
+
+namespace {
+QString Full(const QString& name, const QString& address) {
+    return name + QStringLiteral(" (") + address + QLatin1Char(')');
+}
+} // namespace
+
+void FillProtoRecord(udtProtoEntry& proto, const MailState& mail, const udtRule& rule,
+                     const QString& fullPath) {
+    proto.Date = OleNow();
+    const MailItemPtr& item = mail.item;
+    proto.Mail = item ? item->Subject().value : QString();
+    proto.EntryID = item ? item->EntryID().value : QString();
+    const MailFolderPtr parent = item ? item->Parent().value : nullptr;
+    proto.StoreID = parent ? parent->StoreID().value : QString();
+    proto.Rule = rule.Name.get();
+    proto.Attachment = GetFileNamePart(fullPath);
+    proto.Folder = GetFolderPart(fullPath);
+    proto.FileFormat = GetExtensionUpper(fullPath);
+    proto.State = SWTest ? QStringLiteral("TS") : QStringLiteral("S");
+
+    const QString sender = Full(mail.senderName, mail.senderAddress);
+    const QString recipient = Full(mail.recipientName, mail.recipientAddress);
+    proto.Sender = sender;
+    proto.Recipient = recipient;
+    if (rule.SaveBy == 1)
+        proto.Sender = rule.SaveFormat == 0 ? mail.senderName : mail.senderAddress;
+    else if (rule.SaveBy == 2)
+        proto.Recipient = rule.SaveFormat == 0 ? mail.recipientName : mail.recipientAddress;
+
+    if (rule.SaveBy == 3) {
+        proto.Project = rule.Folder.get();
+        proto.Folder = GetProjectFolder(rule.Folder.get());
+    } else if (rule.SaveBy > 3) {
+        // Only a folder text that happens to name a project gives a folder here.
+        proto.Folder = GetProjectFolder(rule.Folder.get());
+    }
+}
+
+void AppendState(udtProtoEntry& proto, const QString& mark) {
+    proto.State = proto.State.get() + mark;
+}
