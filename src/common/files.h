@@ -4,17 +4,21 @@
 #include <cstdint>
 
 struct FileFindData {
-    QString fileName;  // name without folder
+    QString fileName; // name without folder
     int64_t size = 0;
-    double lastWriteTime = 0; // days since 1899, local time
+    // Days since 1899, local time. Creation is the status change where no birth time is kept.
+    double creationTime = 0;
+    double lastAccessTime = 0;
+    double lastWriteTime = 0;
     bool isDirectory = false;
 };
 
-// The first entry that matches a path or a pattern ("*" and "?" in the last part).
-// True and `data` filled if anything was found.
+// The first entry that matches a path or a pattern ("*" and "?" in the last part; every other
+// character, "[" included, stands for itself). "." and ".." are never found, nor is a path that
+// ends in "/". True and `data` filled if anything was found.
 bool GetFileFindData(const QString& pathOrPattern, FileFindData& data);
 // A file time (100-nanosecond units since 1601-01-01, UTC) as a local date in days; 0 on failure.
 double FileTimeToDate(int64_t fileTime);
 // The type name of an extension (without dot) from the shared MIME database. Without a known
-// type: "<EXT>-Datei" / "<EXT> file" with useFallback, else "???".
+// type: "<ext>-Datei" / "<ext> file" with useFallback, else "???".
 QString GetFileTypeName(const QString& extension, bool useFallback);

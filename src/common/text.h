@@ -10,5 +10,5 @@ QString CleanFileName(const QString& name);
 QString HtmlEncode(const QString& text);
 // Cuts the text before its first NUL.
 QString StripAtNull(const QString& text);
-// high * 65536 + low, the top bit of high becoming the sign.
+// high * 65536 + low, the top bit of high becoming the sign; low counts as an unsigned word.
 int32_t MakeLong(int16_t low, int16_t high);

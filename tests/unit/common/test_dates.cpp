@@ -1,0 +1,200 @@
+#include "common/dates.h"
+#include "common/lang.h"
+#include "scoped_time_zone.h"
+#include "support/test_env.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <limits>
+
+namespace {
+QDateTime Local(int y, int mo, int d, int h = 0, int mi = 0, int s = 0, int ms = 0) {
+    return QDateTime(QDate(y, mo, d), QTime(h, mi, s, ms), Qt::LocalTime);
+}
+
+class Dates : public FreshState {
+  protected:
+    ScopedTimeZone tz{kBerlinRule};
+};
+
+TEST_F(Dates, KnownDaysBothWays) {
+    struct {
+        QDateTime date;
+        double days;
+    } const cases[] = {
+        {Local(1899, 12, 30), 0.0},
+        {Local(1899, 12, 31), 1.0},
+        {Local(1900, 1, 1), 2.0},
+        {Local(2000, 1, 1), 36526.0},
+        {Local(1899, 12, 30, 12), 0.5},
+        {Local(2026, 11, 21, 14, 5, 9), 46347.0 + 50709.0 / 86400.0},
+        {Local(2026, 7, 1, 18), 46204.75}, // summer time: the wall clock counts
+        // Before day 0 the days count down but the fraction is still the time of day.
+        {Local(1899, 12, 29), -1.0},
+        {Local(1899, 12, 29, 6), -1.25},
+        {Local(1899, 12, 29, 18), -1.75},
+        {Local(1800, 1, 1, 6), -36522.25},
+    };
+    for (const auto& c : cases) {
+        EXPECT_DOUBLE_EQ(DateToOle(c.date), c.days) << c.date.toString(Qt::ISODate).toStdString();
+        EXPECT_EQ(OleToDate(c.days), c.date) << c.days;
+    }
+}
+
+TEST_F(Dates, NegativeHalfDayIsNoonOfDayZero) {
+    EXPECT_EQ(OleToDate(-0.5), Local(1899, 12, 30, 12));
+}
+
+TEST_F(Dates, RoundTripIsExactToTheMillisecond) {
+    const QDateTime samples[] = {
+        Local(2026, 1, 1, 0, 0, 0, 1),        Local(2026, 12, 31, 23, 59, 59, 999),
+        Local(2026, 3, 29, 1, 59, 59),        Local(2026, 3, 29, 3, 0, 0),
+        Local(2026, 10, 25, 1, 30, 15),       Local(1601, 1, 1, 0, 0, 1),
+        Local(9999, 12, 31, 23, 59, 59),      Local(100, 1, 1, 12, 34, 56, 789),
+        Local(1899, 12, 28, 23, 59, 59, 999),
+    };
+    for (const QDateTime& dt : samples)
+        EXPECT_EQ(OleToDate(DateToOle(dt)), dt) << dt.toString(Qt::ISODateWithMs).toStdString();
+
+    // Every second of one day survives.
+    const QDateTime start = Local(2026, 11, 21);
+    for (int s = 0; s < 86400; s += 7) {
+        const QDateTime dt = start.addSecs(s);
+        ASSERT_EQ(OleToDate(DateToOle(dt)), dt) << s;
+    }
+}
+
+TEST_F(Dates, RoundsToTheNearestMillisecond) {
+    const double ms = 1.0 / 86400000.0;
+    EXPECT_EQ(OleToDate(0.5 + 0.4 * ms), Local(1899, 12, 30, 12));
+    EXPECT_EQ(OleToDate(0.5 + 0.6 * ms), Local(1899, 12, 30, 12, 0, 0, 1));
+    EXPECT_EQ(OleToDate(46347.0 - 0.2 * ms), Local(2026, 11, 21)); // rounds up into the next day
+    EXPECT_EQ(FormatDate(46347.0 - 0.2 * ms, QStringLiteral("yyyy-mm-dd hh-nn-ss")),
+              QStringLiteral("2026-11-21 00-00-00"));
+}
+
+TEST_F(Dates, ValuesOutsideTheCalendarAreInvalid) {
+    for (double bad : {std::numeric_limits<double>::quiet_NaN(),
+                       std::numeric_limits<double>::infinity(), 2958466.0, -657435.0, 1e300}) {
+        EXPECT_FALSE(OleToDate(bad).isValid()) << bad;
+        EXPECT_EQ(FormatDate(bad, QStringLiteral("yyyy-mm-dd")), QString()) << bad;
+    }
+    EXPECT_TRUE(OleToDate(2958465.5).isValid());
+    EXPECT_EQ(DateToOle(QDateTime()), 0.0);
+}
+
+TEST_F(Dates, UtcInputIsTakenAsLocalTime) {
+    const QDateTime utc(QDate(2026, 1, 15), QTime(10, 0), Qt::UTC);
+    EXPECT_EQ(FormatDate(utc, QStringLiteral("hh:nn:ss")), QStringLiteral("11:00:00"));
+}
+
+TEST_F(Dates, NowIsThePresentMoment) {
+    const QDateTime before = QDateTime::currentDateTime();
+    const QDateTime now = OleToDate(OleNow());
+    const QDateTime after = QDateTime::currentDateTime();
+    // Milliseconds are rounded, so allow for one either way.
+    EXPECT_GE(now, before.addMSecs(-1));
+    EXPECT_LE(now, after.addMSecs(1));
+}
+
+struct FormatCase {
+    const char* pattern;
+    const char* german;
+    const char* english;
+};
+
+TEST_F(Dates, EveryPatternInBothLanguages) {
+    const QDateTime afternoon = Local(2026, 11, 21, 14, 5, 9); // a Saturday
+    const FormatCase cases[] = {
+        {"dd-mm-yyyy", "21-11-2026", "21-11-2026"},
+        {"yyyy-mm-dd", "2026-11-21", "2026-11-21"},
+        {"yyyy-mm", "2026-11", "2026-11"},
+        {"yyyy-ww", "2026-47", "2026-47"},
+        {"yyyy-mm-dd hh-nn-ss", "2026-11-21 14-05-09", "2026-11-21 14-05-09"},
+        {"dd.mm.yyyy", "21.11.2026", "21.11.2026"},
+        {"dd.mm.yyyy - hh:mm:ss", "21.11.2026 - 14:05:09", "21.11.2026 - 14:05:09"},
+        {"Long Date", "Samstag, 21. November 2026", "Saturday, November 21, 2026"},
+        {"Short Date", "21.11.2026", "11/21/2026"},
+        {"hh:nn:ss", "14:05:09", "14:05:09"},
+        {"hh:nn", "14:05", "14:05"},
+        {"h:nn", "14:05", "14:05"},
+        {"General Date", "21.11.2026 14:05:09", "11/21/2026 2:05:09 PM"},
+        {"no such pattern", "21.11.2026 14:05:09", "11/21/2026 2:05:09 PM"},
+    };
+    for (const FormatCase& c : cases) {
+        const QString pattern = QString::fromUtf8(c.pattern);
+        CurrLang = 0;
+        EXPECT_EQ(FormatDate(afternoon, pattern), QString::fromUtf8(c.german)) << c.pattern;
+        EXPECT_EQ(FormatDate(DateToOle(afternoon), pattern), QString::fromUtf8(c.german))
+            << c.pattern;
+        CurrLang = 1;
+        EXPECT_EQ(FormatDate(afternoon, pattern), QString::fromUtf8(c.english)) << c.pattern;
+    }
+}
+
+TEST_F(Dates, ShortFieldsAndTheTwelveHourClock) {
+    const QDateTime morning = Local(2026, 3, 1, 9, 7, 3); // a Sunday
+    CurrLang = 0;
+    EXPECT_EQ(FormatDate(morning, QStringLiteral("Long Date")),
+              QString::fromUtf8("Sonntag, 1. März 2026"));
+    EXPECT_EQ(FormatDate(morning, QStringLiteral("h:nn")), QStringLiteral("9:07"));
+    EXPECT_EQ(FormatDate(morning, QStringLiteral("dd-mm-yyyy")), QStringLiteral("01-03-2026"));
+    EXPECT_EQ(FormatDate(morning, QStringLiteral("General Date")),
+              QStringLiteral("01.03.2026 09:07:03"));
+    EXPECT_EQ(FormatDate(Local(2026, 3, 1, 0, 30), QStringLiteral("h:nn")), QStringLiteral("0:30"));
+
+    CurrLang = 1;
+    EXPECT_EQ(FormatDate(morning, QStringLiteral("Long Date")),
+              QStringLiteral("Sunday, March 1, 2026"));
+    EXPECT_EQ(FormatDate(morning, QStringLiteral("General Date")),
+              QStringLiteral("3/1/2026 9:07:03 AM"));
+    EXPECT_EQ(FormatDate(Local(2026, 3, 1, 0, 5), QStringLiteral("General Date")),
+              QStringLiteral("3/1/2026 12:05:00 AM"));
+    EXPECT_EQ(FormatDate(Local(2026, 3, 1, 12, 0, 1), QStringLiteral("General Date")),
+              QStringLiteral("3/1/2026 12:00:01 PM"));
+}
+
+TEST_F(Dates, GeneralDateLeavesOutAnEmptyPart) {
+    CurrLang = 0;
+    EXPECT_EQ(FormatDate(46347.0, QStringLiteral("General Date")), QStringLiteral("21.11.2026"));
+    EXPECT_EQ(FormatDate(0.75, QStringLiteral("General Date")), QStringLiteral("18:00:00"));
+    CurrLang = 1;
+    EXPECT_EQ(FormatDate(46347.0, QStringLiteral("General Date")), QStringLiteral("11/21/2026"));
+    EXPECT_EQ(FormatDate(0.75, QStringLiteral("General Date")), QStringLiteral("6:00:00 PM"));
+}
+
+TEST_F(Dates, WeeksStartOnSundayAndFirstJanuaryIsWeekOne) {
+    struct {
+        QDate date;
+        int week;
+    } const cases[] = {
+        // 2026 begins on a Thursday.
+        {QDate(2026, 1, 1), 1},
+        {QDate(2026, 1, 3), 1}, // Saturday
+        {QDate(2026, 1, 4), 2}, // Sunday begins week 2
+        {QDate(2026, 11, 21), 47},
+        {QDate(2026, 11, 22), 48}, // Sunday
+        {QDate(2026, 11, 23), 48}, // Monday of the same week
+        {QDate(2026, 12, 31), 53},
+        // 2023 begins on a Sunday.
+        {QDate(2023, 1, 1), 1},
+        {QDate(2023, 1, 7), 1},
+        {QDate(2023, 1, 8), 2},
+        {QDate(2023, 12, 31), 53},
+        // 2022 begins on a Saturday: week 1 is a single day.
+        {QDate(2022, 1, 1), 1},
+        {QDate(2022, 1, 2), 2},
+        {QDate(2021, 12, 31), 53}, // the day before is in the old year's last week
+        // A leap year that begins on a Saturday ends in week 54.
+        {QDate(2028, 12, 31), 54},
+    };
+    for (const auto& c : cases) {
+        EXPECT_EQ(WeekOfYear(c.date), c.week) << c.date.toString(Qt::ISODate).toStdString();
+        EXPECT_EQ(
+            FormatDate(QDateTime(c.date, QTime(12, 0), Qt::LocalTime), QStringLiteral("yyyy-ww")),
+            QStringLiteral("%1-%2").arg(c.date.year()).arg(c.week));
+    }
+    EXPECT_EQ(WeekOfYear(QDate()), 0);
+}
+} // namespace

@@ -1,0 +1,119 @@
+#include "common/dates.h"
+#include "common/files.h"
+#include "common/lang.h"
+#include "scoped_time_zone.h"
+#include "support/test_env.h"
+
+#include <QDir>
+#include <QFile>
+#include <QTemporaryDir>
+#include <gtest/gtest.h>
+
+namespace {
+class Files : public FreshState {
+  protected:
+    void SetUp() override {
+        FreshState::SetUp();
+        ASSERT_TRUE(dir.isValid());
+    }
+    QString path(const QString& name) const { return dir.filePath(name); }
+    void write(const QString& name, const QByteArray& bytes) const {
+        QFile f(path(name));
+        ASSERT_TRUE(f.open(QIODevice::WriteOnly));
+        ASSERT_EQ(f.write(bytes), bytes.size());
+    }
+
+    ScopedTimeZone tz{kBerlinRule};
+    QTemporaryDir dir;
+};
+
+TEST_F(Files, FindsAFileByItsPath) {
+    write(QStringLiteral("report 2026.pdf"), QByteArray(1500, 'x'));
+    const QDateTime written(QDate(2026, 11, 21), QTime(14, 5, 9), Qt::LocalTime);
+    QFile file(path(QStringLiteral("report 2026.pdf")));
+    ASSERT_TRUE(file.open(QIODevice::ReadWrite));
+    ASSERT_TRUE(file.setFileTime(written, QFileDevice::FileModificationTime));
+    file.close();
+
+    FileFindData data;
+    ASSERT_TRUE(GetFileFindData(file.fileName(), data));
+    EXPECT_EQ(data.fileName, QStringLiteral("report 2026.pdf"));
+    EXPECT_EQ(data.size, 1500);
+    EXPECT_FALSE(data.isDirectory);
+    EXPECT_EQ(FormatDate(data.lastWriteTime, QStringLiteral("yyyy-mm-dd hh-nn-ss")),
+              QStringLiteral("2026-11-21 14-05-09"));
+    EXPECT_GT(data.creationTime, 0);
+    EXPECT_GT(data.lastAccessTime, 0);
+}
+
+TEST_F(Files, FindsAFolderButNotAPathEndingInASeparator) {
+    ASSERT_TRUE(QDir(dir.path()).mkdir(QStringLiteral("sub")));
+    FileFindData data;
+    ASSERT_TRUE(GetFileFindData(path(QStringLiteral("sub")), data));
+    EXPECT_TRUE(data.isDirectory);
+    EXPECT_EQ(data.fileName, QStringLiteral("sub"));
+    EXPECT_FALSE(GetFileFindData(path(QStringLiteral("sub/")), data));
+    EXPECT_FALSE(GetFileFindData(path(QStringLiteral("sub/..")), data));
+}
+
+TEST_F(Files, MissingThingsAreNotFound) {
+    FileFindData data;
+    data.fileName = QStringLiteral("untouched");
+    EXPECT_FALSE(GetFileFindData(path(QStringLiteral("nothing.txt")), data));
+    EXPECT_FALSE(GetFileFindData(path(QStringLiteral("nowhere/*.txt")), data));
+    EXPECT_FALSE(GetFileFindData(path(QStringLiteral("*.none")), data));
+    EXPECT_FALSE(GetFileFindData(QString(), data));
+    EXPECT_EQ(data.fileName, QStringLiteral("untouched"));
+}
+
+TEST_F(Files, PatternsInTheLastPartFindTheFirstMatchByName) {
+    for (const char* name : {"b.txt", "a.txt", "c.pdf", "README", "r1.txt", "r[1].txt"})
+        write(QString::fromUtf8(name), "x");
+    struct {
+        const char* pattern;
+        const char* first;
+    } const cases[] = {
+        {"*.txt", "a.txt"},    {"?.pdf", "c.pdf"},   {"READ*", "README"}, {"*.*", "README"},
+        {"r[1]*", "r[1].txt"}, {"r?.txt", "r1.txt"}, {"b*", "b.txt"},
+    };
+    for (const auto& c : cases) {
+        FileFindData data;
+        ASSERT_TRUE(GetFileFindData(path(QString::fromUtf8(c.pattern)), data)) << c.pattern;
+        EXPECT_EQ(data.fileName, QString::fromUtf8(c.first)) << c.pattern;
+    }
+}
+
+TEST_F(Files, FileTimesBecomeLocalDays) {
+    struct {
+        int64_t fileTime;
+        const char* local;
+    } const cases[] = {
+        {134273808000000000LL, "2026-07-01 14:00:00.000"}, // 12:00 UTC in summer time
+        {134129520005000000LL, "2026-01-15 13:00:00.500"}, // 12:00:00.5 UTC in winter
+        {0, "1601-01-01 01:00:00.000"},
+    };
+    for (const auto& c : cases) {
+        const double days = FileTimeToDate(c.fileTime);
+        EXPECT_EQ(OleToDate(days).toString(QStringLiteral("yyyy-MM-dd HH:mm:ss.zzz")),
+                  QString::fromUtf8(c.local))
+            << c.fileTime;
+    }
+    EXPECT_DOUBLE_EQ(FileTimeToDate(134273808000000000LL), 46204.0 + 14.0 / 24.0);
+    EXPECT_EQ(FileTimeToDate(-1), 0.0);
+    EXPECT_EQ(FileTimeToDate(INT64_MIN), 0.0);
+}
+
+TEST_F(Files, TypeNamesFromTheMimeDatabase) {
+    EXPECT_EQ(GetFileTypeName(QStringLiteral("pdf"), false), QStringLiteral("PDF document"));
+    EXPECT_EQ(GetFileTypeName(QStringLiteral("PDF"), true), QStringLiteral("PDF document"));
+
+    for (const char* unknown : {"qzx", "", "a/b"}) {
+        const QString ext = QString::fromUtf8(unknown);
+        CurrLang = 0;
+        EXPECT_EQ(GetFileTypeName(ext, true), ext + QStringLiteral("-Datei")) << unknown;
+        CurrLang = 1;
+        EXPECT_EQ(GetFileTypeName(ext, true), ext + QStringLiteral(" file")) << unknown;
+        EXPECT_EQ(GetFileTypeName(ext, false), QStringLiteral("???")) << unknown;
+    }
+}
+} // namespace

@@ -1,0 +1,85 @@
+#include "common/folders.h"
+#include "support/test_env.h"
+
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <gtest/gtest.h>
+
+namespace {
+class Folders : public FreshState {};
+
+TEST_F(Folders, DataFolderIsCreatedUnderTheUsersDataHome) {
+    const QString expected =
+        TestEnv::home() + QStringLiteral("/.local/share/Quillworks/Office Stowaway/");
+    EXPECT_FALSE(QFileInfo::exists(expected));
+    EXPECT_EQ(GetDataFolder(), expected);
+    EXPECT_TRUE(QFileInfo(expected).isDir());
+    // Created anew at every call.
+    ASSERT_TRUE(QDir(expected).removeRecursively());
+    EXPECT_EQ(GetDataFolder(), expected);
+    EXPECT_TRUE(QFileInfo(expected).isDir());
+}
+
+TEST_F(Folders, SpecialFolders) {
+    EXPECT_EQ(GetSpecialFolder(Csidl::AppData), TestEnv::home() + QStringLiteral("/.local/share"));
+    EXPECT_EQ(GetSpecialFolder(Csidl::ProgramFiles), QStringLiteral("/usr/bin"));
+    EXPECT_FALSE(GetSpecialFolder(Csidl::Personal).endsWith(QLatin1Char('/')));
+    EXPECT_EQ(GetSpecialFolder(12345), QString());
+}
+
+TEST_F(Folders, MakePathCreatesEveryLevelAndIgnoresFailures) {
+    const QString deep = TestEnv::home() + QStringLiteral("/a/b c/d/");
+    EXPECT_TRUE(MakePath(deep));
+    EXPECT_TRUE(QFileInfo(deep).isDir());
+    EXPECT_TRUE(MakePath(deep)); // existing levels are no failure
+
+    // A file in the way: nothing is made, and still true.
+    QFile blocker(TestEnv::home() + QStringLiteral("/file"));
+    ASSERT_TRUE(blocker.open(QIODevice::WriteOnly));
+    blocker.close();
+    EXPECT_TRUE(MakePath(blocker.fileName() + QStringLiteral("/sub")));
+    EXPECT_TRUE(QFileInfo(blocker.fileName()).isFile());
+    EXPECT_TRUE(MakePath(QString()));
+}
+
+TEST_F(Folders, HostNameByTheFirstMatchingWord) {
+    struct {
+        const char* appName;
+        const char* host;
+    } const cases[] = {
+        {"Microsoft Outlook", "Outlook"},
+        {"OUTLOOK", "Outlook"},
+        {"Microsoft Word", "Word"},
+        {"Outlook with Word", "Outlook"}, // the list's order decides, not the text's
+        {"Microsoft Excel", "Excel"},
+        {"Microsoft Access", "Access"},
+        {"Microsoft FrontPage", "FrontPage"},
+        {"Microsoft PowerPoint", "PowerPoint"},
+        {"Stowaway Mail Host", "Office"},
+        {"", "Office"},
+    };
+    for (const auto& c : cases)
+        EXPECT_EQ(GetHostName(QString::fromUtf8(c.appName)), QString::fromUtf8(c.host))
+            << c.appName;
+    EXPECT_EQ(GetHostName(), QStringLiteral("Office"));
+}
+
+TEST_F(Folders, HostVersionIsTheNumberBeforeTheFirstDot) {
+    struct {
+        const char* text;
+        int version;
+    } const cases[] = {
+        {"9.0.0.2711", 9}, {"16.0", 16}, {"12", 12}, {" 11 .5", 11}, {"", -1}, {"abc", 0},
+    };
+    for (const auto& c : cases)
+        EXPECT_EQ(GetHostVersion(QString::fromUtf8(c.text)), c.version) << c.text;
+    EXPECT_EQ(GetHostVersion(), 2);
+}
+
+TEST_F(Folders, Captions) {
+    EXPECT_EQ(gAppCaption, QStringLiteral("Quillworks Stowaway v2.50"));
+    EXPECT_EQ(gAppName, QStringLiteral("Quillworks Stowaway"));
+    EXPECT_EQ(gAppShortName, QStringLiteral("Stowaway"));
+}
+} // namespace
