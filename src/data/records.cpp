@@ -2,4 +2,6 @@
 
 #include "common/vbstring.h"
 
-QString TrimFixedText(const QString& raw) { return VbTrim(raw); }
+QString TrimFixedText(const QString& raw) {
+    return VbTrim(raw);
+}

@@ -8,6 +8,7 @@
 #include <QFile>
 #include <QSettings>
 #include <QStandardPaths>
+#include <QStringDecoder>
 
 #include <limits>
 #include <memory>
@@ -26,6 +27,20 @@ std::unique_ptr<QSettings> OpenStore(const QString& app, const QString& section)
     return store;
 }
 
+// The INI reader takes nearly anything for keys, and its next write would mangle the bytes for
+// good. A file with NULs or bytes that are no UTF-8 text is damaged: none of it is trusted.
+bool IsDamaged(const QSettings& store) {
+    if (store.status() == QSettings::FormatError) return true;
+    QFile file(store.fileName());
+    if (!file.open(QIODevice::ReadOnly))
+        return false; // missing, or unreadable and so already without values
+    const QByteArray bytes = file.readAll();
+    if (bytes.contains('\0')) return true;
+    QStringDecoder utf8(QStringDecoder::Utf8);
+    const QString text = utf8.decode(bytes);
+    return utf8.hasError();
+}
+
 // A hand-edited value with a comma comes back from the INI reader as a list; it was one text.
 QString AsText(const QVariant& value) {
     if (value.typeId() == QMetaType::QStringList)
@@ -33,8 +48,7 @@ QString AsText(const QVariant& value) {
     return value.toString();
 }
 
-// A damaged file would refuse every write from now on; it is kept beside the store for a
-// look by hand, and the store starts afresh.
+// The damaged file is kept beside the store for a look by hand, and the store starts afresh.
 void SetAsideDamagedStore(const QString& path) {
     const QString aside = path + QStringLiteral(".damaged");
     QFile::remove(aside);
@@ -60,7 +74,7 @@ QString SettingsFilePath() {
 QString GetSetting(const QString& app, const QString& section, const QString& key,
                    const QString& defaultValue) {
     const auto store = OpenStore(app, section);
-    if (store->status() != QSettings::NoError)
+    if (store->status() != QSettings::NoError || IsDamaged(*store))
         return defaultValue; // unreadable or damaged: the defaults hold
     const QVariant value = store->value(key);
     return value.isValid() ? AsText(value) : defaultValue;
@@ -69,7 +83,7 @@ QString GetSetting(const QString& app, const QString& section, const QString& ke
 void SaveSetting(const QString& app, const QString& section, const QString& key,
                  const QString& value) {
     auto store = OpenStore(app, section);
-    if (store->status() == QSettings::FormatError) {
+    if (IsDamaged(*store)) {
         store.reset();
         SetAsideDamagedStore(StoreFilePath(app));
         store = OpenStore(app, section);
@@ -95,12 +109,9 @@ long long GetNumberSetting(const QString& key, const QString& defaultValue) {
 }
 
 void ReadSettingsIntoGlobals() {
-    {
-        const QSettings probe(SettingsFilePath(), QSettings::IniFormat);
-        if (probe.status() == QSettings::FormatError)
-            WriteLog(QStringLiteral("! Settings: ") + SettingsFilePath() +
-                     QStringLiteral(" could not be read; using defaults"));
-    }
+    if (IsDamaged(QSettings(SettingsFilePath(), QSettings::IniFormat)))
+        WriteLog(QStringLiteral("! Settings: ") + SettingsFilePath() +
+                 QStringLiteral(" is damaged; using defaults"));
     AssignNumber(CurrLang, QStringLiteral("CurrLang"), QStringLiteral("0"));
     DoProto = GetBoolSetting(QStringLiteral("DoProto"), QStringLiteral("0"));
     SWActive = GetBoolSetting(QStringLiteral("SWActive"), QStringLiteral("0"));

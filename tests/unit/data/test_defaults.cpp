@@ -1,0 +1,175 @@
+// The data of a first start: sample rules and projects, the inbox record, the blocked formats.
+#include "common/folders.h"
+#include "common/lang.h"
+#include "data/data_files.h"
+#include "data/globals.h"
+#include "data/protocol.h"
+#include "support/test_env.h"
+#include "unit/data/data_test_util.h"
+
+class Defaults : public FreshState {};
+
+namespace {
+InboxInfo GoodInbox() {
+    return {true,
+            QStringLiteral("Inbox"),
+            QStringLiteral("Maildir|Inbox"),
+            QStringLiteral("."),
+            QStringLiteral("/home/u/Maildir"),
+            QString()};
+}
+InboxInfo FailingInbox() {
+    InboxInfo info;
+    info.errorDescription = QStringLiteral("store offline");
+    return info;
+}
+QString Documents() {
+    return GetSpecialFolder(Csidl::Personal) + QLatin1Char('/');
+}
+} // namespace
+
+TEST_F(Defaults, SamplesAreMadeInTheLanguageOfTheFirstStartAndKeepIt) {
+    const struct {
+        uint8_t lang;
+        QStringList names;
+        QString attachments;
+        QString project2;
+    } cases[] = {
+        {0,
+         {"Testregel #1", "Testregel #2", "Testregel #3", "<Standardregel>"},
+         "Outlook-Anhänge",
+         "Beispielwerk GmbH"},
+        {1,
+         {"Test rule #1", "Test rule #2", "Test rule #3", "<Default Rule>"},
+         "Outlook Attachments",
+         "Samplewright Inc."},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(int(c.lang));
+        TestEnv::resetAll();
+        CurrLang = c.lang;
+        LoadData(GoodInbox);
+        CurrLang = 1 - c.lang; // switching later changes nothing that was made
+        ASSERT_EQ(RulesCount, 4);
+        for (int i = 1; i <= 4; ++i)
+            EXPECT_EQ(Rules[i].Name.get(), c.names[i - 1]);
+        EXPECT_EQ(Rules[1].Folder.get(), Documents() + c.attachments);
+        ASSERT_EQ(ProjectsCount, 2);
+        EXPECT_EQ(Projects[2].Name.get(), c.project2);
+        EXPECT_EQ(Projects[2].Folder.get(), Documents() + c.project2);
+        // Rule 3 saves into the first project, which lies in the application-data folder.
+        EXPECT_EQ(GetProjectFolder(Rules[3].Folder.get()),
+                  GetSpecialFolder(Csidl::AppData) + QLatin1Char('/') + Projects[1].Name.get() +
+                      QLatin1Char('/'));
+    }
+}
+
+TEST_F(Defaults, SampleRulesMatchNarrowFirstAndEverythingLast) {
+    LoadData(GoodInbox);
+    const struct {
+        VbBool checkSender, checkRecp, checkSubj;
+        int16_t saveBy, saveFormat;
+        VbBool delAttach, notify, hyperlink;
+    } expected[] = {{-1, 0, 0, 0, 1, -1, -1, 0},
+                    {0, -1, 0, 1, 0, -1, 0, -1},
+                    {0, 0, -1, 3, 0, 0, -1, 0},
+                    {0, 0, 0, 0, 1, 0, -1, 0}};
+    for (int i = 1; i <= 4; ++i) {
+        SCOPED_TRACE(i);
+        const udtRule& r = Rules[i];
+        const auto& e = expected[i - 1];
+        EXPECT_EQ(r.Active, vbTrue);
+        EXPECT_EQ(r.CheckSender, e.checkSender);
+        EXPECT_EQ(r.CheckRecp, e.checkRecp);
+        EXPECT_EQ(r.CheckSubj, e.checkSubj);
+        EXPECT_EQ(r.CheckFileFormat, vbFalse);
+        EXPECT_EQ(r.FileFormat.raw(), QStringLiteral("     "));
+        EXPECT_EQ(r.SaveBy, e.saveBy);
+        EXPECT_EQ(r.SaveFormat, e.saveFormat);
+        EXPECT_EQ(r.FileExists, 0);
+        EXPECT_EQ(r.Reserved.raw(), QString(49, QChar(0)));
+        EXPECT_EQ(r.DelAttach, e.delAttach);
+        EXPECT_EQ(r.Notify, e.notify);
+        EXPECT_EQ(r.Hyperlink, e.hyperlink);
+    }
+    EXPECT_EQ(Rules[1].Sender.get(), QStringLiteral("invoices@example.com"));
+    EXPECT_EQ(Rules[2].Recipient.get(), QStringLiteral("projects@example.org"));
+    EXPECT_EQ(Rules[3].Execute.get(), QStringLiteral("xdg-open '%1'"));
+}
+
+TEST_F(Defaults, TheInboxBecomesTheWatchedFolder) {
+    RecordingUi ui;
+    LoadData(GoodInbox);
+    ASSERT_EQ(WatchFoldersCount, 1);
+    EXPECT_EQ(EncodeWatchFolder(WatchFolders[1]),
+              Record(852, {{0, Le16(-1)},
+                           {2, Padded("Inbox", 100)},
+                           {102, Padded("Maildir|Inbox", 250)},
+                           {352, Padded(".", 250)},
+                           {602, Padded("/home/u/Maildir", 250)}}));
+    EXPECT_EQ(ui.beeps, 0);
+    EXPECT_TRUE(ui.boxes.empty());
+}
+
+TEST_F(Defaults, AnUnreachableInboxBeepsWarnsAndGivesAnInactiveRecord) {
+    const struct {
+        uint8_t lang;
+        const char* box;
+        const char* name;
+        const char* path;
+    } cases[] = {
+        {0, "LoadData: Zugriff auf Posteingang nicht möglich!\n\nstore offline",
+         "Posteingang - Fehler!", "Kein Zugriff möglich: store offline"},
+        {1, "LadData: Can't access inbox!\n\nstore offline", "Inbox - Error!",
+         "Access denied: store offline"},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(int(c.lang));
+        TestEnv::resetAll();
+        RecordingUi ui;
+        CurrLang = c.lang;
+        LoadData(FailingInbox);
+        EXPECT_EQ(ui.beeps, 1);
+        ASSERT_EQ(ui.boxes.size(), 1u);
+        EXPECT_EQ(ui.boxes[0].prompt, QString::fromUtf8(c.box));
+        EXPECT_EQ(ui.boxes[0].icon, MsgIcon::Exclamation);
+        EXPECT_EQ(ui.boxes[0].title, gAppCaption);
+        ASSERT_EQ(WatchFoldersCount, 1);
+        const udtWatchFolder& w = WatchFolders[1];
+        EXPECT_EQ(w.Active, vbFalse);
+        EXPECT_EQ(w.Name.get(), QString::fromUtf8(c.name));
+        EXPECT_EQ(w.Path.get(), QString::fromUtf8(c.path));
+        EXPECT_EQ(w.EntryID.raw(), QString(250, QLatin1Char(' ')));
+        EXPECT_EQ(w.StoreID.raw(), QString(250, QLatin1Char(' ')));
+    }
+}
+
+TEST_F(Defaults, BlockedFormatsTableAsStored) {
+    LoadData(GoodInbox);
+    ASSERT_EQ(BlockedCount, 51);
+    EXPECT_EQ(BlockedFormats[1].Extension.raw(), QStringLiteral("ADE"));
+    EXPECT_EQ(BlockedFormats[51].Extension.raw(), QStringLiteral("XSL"));
+    int shortExtensions = 0;
+    for (int i = 1; i <= BlockedCount; ++i) {
+        const udtBlockedFormat& b = BlockedFormats[i];
+        EXPECT_EQ(b.Extension.raw(), b.Extension.raw().toUpper());
+        shortExtensions += b.Extension.raw().endsWith(QLatin1Char(' '));
+    }
+    EXPECT_EQ(shortExtensions, 2); // "JS " and "VB "
+    const QByteArray file = ReadAll(DataFilePath(QStringLiteral(".ble")));
+    EXPECT_EQ(
+        file.mid(18 * 37, 37),
+        Record(37, {{0, "JS "}, {3, Padded("JScript-Datei", 30)}, {33, Le16(-1)}, {35, Le16(-1)}}));
+    EXPECT_EQ(file.mid(17 * 37 + 3, 30), QByteArray("Internet Communication Setting"));
+    EXPECT_EQ(file.mid(33 * 37 + 3, 30), QByteArray("Photo CD-/MS Visual Test-Scrip"));
+    EXPECT_EQ(file.mid(11 * 37 + 3, 30), Padded("Ausf\xfchrbares Windows-Programm", 30));
+    EXPECT_TRUE(IsFormatBlocked(QStringLiteral("JS")));
+    EXPECT_TRUE(IsFormatBlocked(QStringLiteral("EXE")));
+    EXPECT_FALSE(IsFormatBlocked(QStringLiteral("PDF")));
+
+    const udtBlockedFormat user =
+        AddBlockedFormat(QStringLiteral("docm"), QStringLiteral("Makro"), false);
+    EXPECT_EQ(user.Extension.raw(), QStringLiteral("DOC"));
+    EXPECT_EQ(user.Active, vbTrue);
+    EXPECT_EQ(user.System, vbFalse);
+}

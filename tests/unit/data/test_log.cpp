@@ -1,0 +1,62 @@
+// The LOG file: marks, line format, encoding, and failures that stay silent.
+#include "data/globals.h"
+#include "data/log.h"
+#include "support/test_env.h"
+#include "unit/data/data_test_util.h"
+
+#include <QRegularExpression>
+
+class Log : public FreshState {};
+
+namespace {
+const QString kStamp = QStringLiteral("\\d\\d\\.\\d\\d\\.\\d{4} - \\d\\d:\\d\\d:\\d\\d - ");
+
+// Asserts that the LOG holds exactly these lines, each behind a time stamp.
+void ExpectLines(const QStringList& messages) {
+    QString pattern = QStringLiteral("^");
+    for (const QString& m : messages)
+        pattern += kStamp + QRegularExpression::escape(m) + QStringLiteral("\r\n");
+    const QString text = QString::fromLatin1(ReadAll(LogFilePath()));
+    EXPECT_TRUE(QRegularExpression(pattern + QStringLiteral("$")).match(text).hasMatch())
+        << text.toStdString();
+}
+} // namespace
+
+TEST_F(Log, WithoutDoProtoOnlyBangLinesAreWritten) {
+    WriteLog("StowawayNow/not written");
+    WriteLog("! Startup Stowaway 2.50...");
+    WriteLog("del"); // needs DoProto as well
+    ExpectLines({QStringLiteral("! Startup Stowaway 2.50...")});
+}
+
+TEST_F(Log, MarksAndLineFormat) {
+    DoProto = true;
+    WriteLog("SWN/first");
+    QString separator = QStringLiteral("^");
+    WriteLog(separator);
+    EXPECT_EQ(separator, QString(75, QLatin1Char('^')) + QStringLiteral("\r\n"));
+    WriteLog("two\nlines\r\nand a third");
+    ExpectLines({QStringLiteral("SWN/first"),
+                 QString(75, QLatin1Char('^')) + QStringLiteral("\r\n"),
+                 QStringLiteral("two\r\nlines\r\nand a third")});
+
+    WriteLog("del");
+    EXPECT_FALSE(QFile::exists(LogFilePath()));
+    WriteLog("after");
+    ExpectLines({QStringLiteral("after")});
+}
+
+TEST_F(Log, TextIsWindows1252) {
+    WriteLog("! Größe: 5 € – 中");
+    EXPECT_TRUE(ReadAll(LogFilePath())
+                    .endsWith("! Gr\xf6\xdf"
+                              "e: 5 \x80 \x96 ?\r\n"));
+}
+
+TEST_F(Log, AnUnwritableLogIsIgnored) {
+    QDir().mkpath(LogFilePath()); // a folder where the file belongs
+    DoProto = true;
+    WriteLog("! lost");
+    WriteLog("del");
+    EXPECT_TRUE(QFileInfo(LogFilePath()).isDir());
+}
