@@ -2,6 +2,4 @@
 
 #include "common/vbstring.h"
 
-QString TrimFixedText(const QString& raw) {
-    return VbTrim(raw);
-}
+QString TrimFixedText(const QString& raw) { return VbTrim(raw); }
