@@ -42,10 +42,6 @@ TEST_F(Dates, KnownDaysBothWays) {
     }
 }
 
-TEST_F(Dates, NegativeHalfDayIsNoonOfDayZero) {
-    EXPECT_EQ(OleToDate(-0.5), Local(1899, 12, 30, 12));
-}
-
 TEST_F(Dates, RoundTripIsExactToTheMillisecond) {
     const QDateTime samples[] = {
         Local(2026, 1, 1, 0, 0, 0, 1),        Local(2026, 12, 31, 23, 59, 59, 999),
@@ -56,17 +52,11 @@ TEST_F(Dates, RoundTripIsExactToTheMillisecond) {
     };
     for (const QDateTime& dt : samples)
         EXPECT_EQ(OleToDate(DateToOle(dt)), dt) << dt.toString(Qt::ISODateWithMs).toStdString();
-
-    // Every second of one day survives.
-    const QDateTime start = Local(2026, 11, 21);
-    for (int s = 0; s < 86400; s += 7) {
-        const QDateTime dt = start.addSecs(s);
-        ASSERT_EQ(OleToDate(DateToOle(dt)), dt) << s;
-    }
 }
 
 TEST_F(Dates, RoundsToTheNearestMillisecond) {
     const double ms = 1.0 / 86400000.0;
+    EXPECT_EQ(OleToDate(-0.5), Local(1899, 12, 30, 12)); // the sign leaves the time alone
     EXPECT_EQ(OleToDate(0.5 + 0.4 * ms), Local(1899, 12, 30, 12));
     EXPECT_EQ(OleToDate(0.5 + 0.6 * ms), Local(1899, 12, 30, 12, 0, 0, 1));
     EXPECT_EQ(OleToDate(46347.0 - 0.2 * ms), Local(2026, 11, 21)); // rounds up into the next day

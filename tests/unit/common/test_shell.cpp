@@ -39,13 +39,6 @@ TEST_F(Shell, AFailedOpenBeepsAndSaysSoInGermanOnly) {
     EXPECT_EQ(ui.boxes[0].title, QStringLiteral("!!! Problem !!!"));
 }
 
-TEST_F(Shell, AnEmptyTargetIsAFailedOpen) {
-    OpenWithShell(QString());
-    EXPECT_TRUE(ui.opened.isEmpty());
-    EXPECT_EQ(ui.beeps, 1);
-    EXPECT_EQ(ui.boxes.size(), 1u);
-}
-
 TEST_F(Shell, NotAvailableInBothLanguages) {
     CurrLang = 0;
     ShowNotAvailable();
@@ -59,14 +52,6 @@ TEST_F(Shell, NotAvailableInBothLanguages) {
         EXPECT_EQ(box.icon, MsgIcon::Exclamation);
         EXPECT_EQ(box.title, QStringLiteral("Quillworks Stowaway v2.50"));
     }
-}
-
-TEST_F(Shell, SoundsGoToTheDesktopAndReportItsAnswer) {
-    EXPECT_TRUE(PlaySystemSound(QStringLiteral("SystemAsterisk")));
-    ui.soundSucceeds = false;
-    EXPECT_FALSE(PlaySystemSound(QStringLiteral("/usr/share/stowaway/Sounds/Moog 1.wav")));
-    EXPECT_EQ(ui.sounds, QStringList({QStringLiteral("SystemAsterisk"),
-                                      QStringLiteral("/usr/share/stowaway/Sounds/Moog 1.wav")}));
 }
 
 // A clock that answers the given readings in turn and then stays at the last one.
