@@ -4,6 +4,7 @@
 #include "common/folders.h"
 #include "common/lang.h"
 #include "common/paths.h"
+#include "common/shell.h"
 #include "common/wait.h"
 #include "data/globals.h"
 #include "data/protocol.h"
@@ -97,11 +98,7 @@ void OpenNotificationTarget(const QString& target) {
                         MsgButtons::OK, MsgIcon::Stop, gAppCaption);
         return;
     }
-    if (!ui().openWithShell(t)) {
-        ui().beep();
-        ui().messageBox(QStringLiteral("Client konnte nicht gestartet werden..."), MsgButtons::OK,
-                        MsgIcon::Information, QStringLiteral("!!! Problem !!!"));
-    }
+    OpenWithShell(t);
 }
 
 void NotifyUser(const QStringList& savedList, const QString& senderName,

@@ -1,0 +1,152 @@
+#include "fakes/scripted_ui.h"
+
+#include <QCoreApplication>
+#include <QTextStream>
+
+namespace {
+QString IconText(int icon) {
+    return QString::number(icon);
+}
+
+MsgAnswer FirstAnswer(MsgButtons buttons) {
+    switch (buttons) {
+    case MsgButtons::OK:
+    case MsgButtons::OKCancel:
+        return MsgAnswer::OK;
+    case MsgButtons::AbortRetryIgnore:
+        return MsgAnswer::Abort;
+    case MsgButtons::YesNoCancel:
+    case MsgButtons::YesNo:
+        return MsgAnswer::Yes;
+    case MsgButtons::RetryCancel:
+        return MsgAnswer::Retry;
+    }
+    return MsgAnswer::OK;
+}
+} // namespace
+
+std::vector<AskedQuestion> ScriptedUserInteraction::questions(AskedQuestion::Kind kind) const {
+    std::vector<AskedQuestion> out;
+    for (const AskedQuestion& q : m_questions)
+        if (q.kind == kind) out.push_back(q);
+    return out;
+}
+
+void ScriptedUserInteraction::note(const QString& line) {
+    m_transcript << line;
+    if (m_echo) QTextStream(stdout) << line << '\n';
+}
+
+void ScriptedUserInteraction::beep() {
+    ++m_beeps;
+    note(QStringLiteral("beep"));
+}
+
+MsgAnswer ScriptedUserInteraction::messageBox(const QString& prompt, MsgButtons buttons,
+                                              MsgIcon icon, const QString& title) {
+    AskedQuestion q;
+    q.kind = AskedQuestion::Kind::MessageBox;
+    q.prompt = prompt;
+    q.title = title;
+    q.icon = static_cast<int>(icon);
+    q.boxButtons = buttons;
+    m_questions.push_back(q);
+    MsgAnswer answer;
+    if (m_messageBox.empty()) {
+        answer = FirstAnswer(buttons);
+        if (buttons != MsgButtons::OK) ++m_unscripted;
+    } else {
+        answer = m_messageBox.front();
+        m_messageBox.pop_front();
+    }
+    note(QStringLiteral("box[%1] %2 | %3 -> %4")
+             .arg(IconText(q.icon), title, prompt)
+             .arg(static_cast<int>(answer)));
+    return answer;
+}
+
+int ScriptedUserInteraction::msgBoxEx(const MsgBoxExRequest& request) {
+    AskedQuestion q;
+    q.kind = AskedQuestion::Kind::MsgBoxEx;
+    q.prompt = request.prompt;
+    q.title = request.title;
+    q.icon = request.icon;
+    q.buttons = request.buttons.mid(0, 3);
+    m_questions.push_back(q);
+    int answer = 1;
+    if (m_msgBoxEx.empty()) {
+        ++m_unscripted;
+    } else {
+        answer = m_msgBoxEx.front();
+        m_msgBoxEx.pop_front();
+    }
+    note(QStringLiteral("ask[%1] %2 | %3 [%4] -> %5")
+             .arg(IconText(q.icon), q.title, q.prompt, q.buttons.join(QStringLiteral(" / ")))
+             .arg(answer));
+    return answer;
+}
+
+QString ScriptedUserInteraction::chooseSaveFile(const SaveFileRequest& request) {
+    AskedQuestion q;
+    q.kind = AskedQuestion::Kind::SaveFile;
+    q.title = request.title;
+    q.saveFile = request;
+    m_questions.push_back(q);
+    QString answer;
+    if (m_saveFile.empty()) {
+        ++m_unscripted;
+    } else {
+        answer = m_saveFile.front();
+        m_saveFile.pop_front();
+    }
+    note(QStringLiteral("save-as %1 | %2%3 -> %4")
+             .arg(request.title, request.initialFolder, request.fileName, answer));
+    return answer;
+}
+
+bool ScriptedUserInteraction::playSound(const QString& sound) {
+    m_sounds << sound;
+    note(QStringLiteral("sound ") + sound);
+    return true;
+}
+
+bool ScriptedUserInteraction::openWithShell(const QString& target) {
+    m_opened << target;
+    note(QStringLiteral("open ") + target);
+    return m_openSucceeds;
+}
+
+void ScriptedUserInteraction::showTrayNotification(const TrayNotification& notification) {
+    m_trays.push_back(notification);
+    note(QStringLiteral("tray %1 | %2 -> %3")
+             .arg(notification.title, notification.text, notification.target));
+}
+
+void ScriptedUserInteraction::hideTrayNotification() {
+    ++m_trayHides;
+    note(QStringLiteral("tray hidden"));
+}
+
+void ScriptedUserInteraction::pumpEvents() {
+    ++m_pumps;
+    if (QCoreApplication::instance()) QCoreApplication::processEvents();
+    if (m_onPump) m_onPump();
+}
+
+void ScriptedUserInteraction::setBusy(bool busy) {
+    m_busy.push_back(busy);
+}
+
+void ScriptedUserInteraction::showLastAction(const QString& text) {
+    m_lastActions << text;
+    note(QStringLiteral("last action ") + text);
+}
+
+void RecordingStatus::setMainProgress(bool visible, const QString& caption, double fill) {
+    m_calls
+        << QStringLiteral("main %1 %2 %3").arg(visible ? 1 : 0).arg(caption).arg(fill, 0, 'f', 2);
+}
+
+void RecordingStatus::setSubProgress(bool visible, double fill) {
+    m_calls << QStringLiteral("sub %1 %2").arg(visible ? 1 : 0).arg(fill, 0, 'f', 2);
+}

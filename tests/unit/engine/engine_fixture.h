@@ -1,0 +1,145 @@
+#pragma once
+// Every engine test: a fresh home, an in-memory store with a "Maildir" store and its "Inbox",
+// a scripted user, a real temporary target folder, no pause after changed mails.
+#include "fakes/fake_mail_store.h"
+#include "fakes/scripted_ui.h"
+#include "support/test_env.h"
+
+#include "common/ansi.h"
+#include "common/dates.h"
+#include "common/folders.h"
+#include "data/globals.h"
+#include "data/log.h"
+#include "data/settings.h"
+#include "engine/driver.h"
+
+#include <QDir>
+#include <QFile>
+#include <QRegularExpression>
+#include <QTemporaryDir>
+
+// Readable failures.
+inline void PrintTo(const QString& s, std::ostream* os) { *os << '"' << s.toStdString() << '"'; }
+inline void PrintTo(const QStringList& list, std::ostream* os) {
+    *os << '[';
+    for (const QString& s : list)
+        *os << "\n  \"" << s.toStdString() << '"';
+    *os << "\n]";
+}
+
+class EngineTest : public FreshState {
+  protected:
+    void SetUp() override {
+        FreshState::SetUp();
+        session = std::make_shared<FakeMailSession>();
+        SetMailSession(session.get());
+        SetUserInteraction(&user);
+        SaveSetting(QStringLiteral("PaceSeconds"), QStringLiteral("0"));
+        NotifyTime = 0;
+        store = session->addStore(QStringLiteral("Maildir"), QStringLiteral("/mail"));
+        inbox = store->addFolder(QStringLiteral("Inbox"));
+        root = targets.path();
+    }
+    void TearDown() override {
+        SetMailSession(nullptr);
+        SetUserInteraction(nullptr);
+    }
+
+    // An active rule that saves everything to `folder` under root, replacing existing files.
+    static udtRule MakeRule(const QString& name, const QString& folder) {
+        udtRule rule;
+        rule.Active = vbTrue;
+        rule.Name = name;
+        rule.SaveBy = 4;
+        rule.Folder = folder;
+        rule.FileExists = 1;
+        return rule;
+    }
+    udtRule& addRule(const udtRule& rule) {
+        Rules.push_back(rule);
+        ++RulesCount;
+        return Rules.back();
+    }
+    udtRule& addRule(const QString& name, const QString& subfolder = QStringLiteral("out")) {
+        return addRule(MakeRule(name, root + QLatin1Char('/') + subfolder));
+    }
+    void addProject(const QString& name, const QString& folder) {
+        udtProject p;
+        p.Name = name;
+        p.Folder = folder;
+        Projects.push_back(p);
+        ++ProjectsCount;
+    }
+
+    static double Date(int y, int m, int d, int h = 10, int min = 30) {
+        return DateToOle(QDateTime(QDate(y, m, d), QTime(h, min)));
+    }
+    // An unread mail from Anna Berg to Carl Dorn with the given attachments.
+    FakeMessagePtr addMail(const QString& subject, const QStringList& attachments,
+                           FakeFolderPtr folder = nullptr) {
+        FakeMessageData data;
+        data.subject = subject;
+        data.senderName = QStringLiteral("Anna Berg");
+        data.senderAddress = QStringLiteral("anna@berg.example");
+        data.recipients = {{QStringLiteral("Carl Dorn"), QStringLiteral("carl@dorn.example")},
+                           {QStringLiteral("Eva Fink"), QStringLiteral("eva@fink.example")}};
+        data.receivedTime = Date(2024, 3, 15);
+        data.body = QStringLiteral("Hello");
+        FakeMessagePtr message = (folder ? folder : inbox)->addMessage(data);
+        for (const QString& name : attachments)
+            message->addAttachment(name, name.toUtf8() + " content");
+        return message;
+    }
+
+    // A real run (or a test run) over the inbox, as the run button makes it.
+    bool runFolder(bool test = false, FakeFolderPtr folder = nullptr) {
+        SWTest = test;
+        SWRun = !test;
+        const bool result = StowawayNow(folder ? folder : inbox, nullptr, nullptr);
+        SWRun = false;
+        return result;
+    }
+    // The new-mail path: one item, no summary.
+    bool runItem(const FakeMessagePtr& message, udtRule* special = nullptr) {
+        const MailItemPtr item = inbox->itemFor(message);
+        if (special) return StowawayNow(nullptr, item, nullptr, *special);
+        return StowawayNow(nullptr, item, nullptr);
+    }
+
+    QString out(const QString& relative = QStringLiteral("out")) const {
+        return root + QLatin1Char('/') + relative;
+    }
+    // A file in the default target folder "out".
+    QString outFile(const QString& name) const { return out() + QLatin1Char('/') + name; }
+    static QByteArray read(const QString& path) {
+        QFile f(path);
+        return f.open(QIODevice::ReadOnly) ? f.readAll() : QByteArray();
+    }
+    static QStringList filesIn(const QString& dir) {
+        return QDir(dir).entryList(QDir::Files | QDir::Hidden, QDir::Name);
+    }
+    // The LOG's lines without their time stamps ("dd.mm.yyyy - hh:mm:ss - ").
+    static QStringList logLines() {
+        const QString text = FromAnsi(read(LogFilePath()));
+        QStringList lines = text.split(QStringLiteral("\r\n"));
+        if (!lines.isEmpty() && lines.back().isEmpty()) lines.removeLast();
+        QStringList stripped;
+        static const QRegularExpression stamp(
+            QStringLiteral("^\\d\\d\\.\\d\\d\\.\\d{4} - \\d\\d:\\d\\d:\\d\\d - "));
+        for (QString line : lines)
+            stripped << line.remove(stamp);
+        return stripped;
+    }
+    // The protocol, newest first.
+    static std::vector<udtProtoEntry> proto() {
+        return std::vector<udtProtoEntry>(ProtoEntries.begin() + 1,
+                                          ProtoEntries.begin() + 1 + ProtoCount);
+    }
+
+    std::shared_ptr<FakeMailSession> session;
+    ScriptedUserInteraction user;
+    FakeFolderPtr store;
+    FakeFolderPtr inbox;
+    QTemporaryDir targets;
+    QString root;
+};
