@@ -1,6 +1,7 @@
 #include "common/folders.h"
 
 #include "common/paths.h"
+#include "common/vbstring.h"
 
 #include <QDir>
 #include <QStandardPaths>
@@ -74,9 +75,7 @@ int16_t GetHostVersion(const QString& versionText) {
     if (versionText.isEmpty())
         return -1;
     const qsizetype dot = versionText.indexOf(QLatin1Char('.'));
-    bool ok = false;
-    const int v = (dot < 0 ? versionText : versionText.left(dot)).trimmed().toInt(&ok);
-    return ok ? static_cast<int16_t>(v) : 0;
+    return static_cast<int16_t>(LeadingNumber(dot < 0 ? versionText : versionText.left(dot)));
 }
 
 int16_t GetHostVersion() { return GetHostVersion(HostAppVersion()); }

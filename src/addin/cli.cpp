@@ -1,0 +1,86 @@
+#include "addin/cli.h"
+
+#include "addin/cli_commands.h"
+#include "common/folders.h"
+#include "data/settings.h"
+#include "ui/console_interaction.h"
+
+#include <QDir>
+
+namespace {
+const char* kUsage =
+    R"(Usage: stowaway [OPTIONS] COMMAND [ARGS]
+
+Saves mail attachments from Maildir folders by your rules.
+
+Commands:
+  rules                      list the rules
+  blocked                    list the blocked attachment formats
+  settings [KEY [VALUE]]     list all settings, show one, or set one
+  paths                      show the data folder, the LOG file and the settings file
+
+Options:
+  --maildir PATH             the Maildir store (default: $MAILDIR, else ~/Maildir)
+  --yes                      answer every question with its first choice
+  --no-input                 never ask; take the safe choice (cancel, no)
+  -h, --help                 show this help
+  --version                  show the version
+)";
+} // namespace
+
+int RunCli(const QStringList& args, CliContext& ctx) {
+    CliOptions opts;
+    opts.maildir = qEnvironmentVariable("MAILDIR");
+    if (opts.maildir.isEmpty())
+        opts.maildir = QDir::homePath() + QStringLiteral("/Maildir");
+    QStringList rest;
+    for (int i = 0; i < args.size(); ++i) {
+        const QString& a = args.at(i);
+        if (a == QLatin1String("--maildir")) {
+            if (i + 1 >= args.size()) {
+                ctx.err << "stowaway: --maildir needs a path\n";
+                return 2;
+            }
+            opts.maildir = args.at(++i);
+        } else if (a.startsWith(QLatin1String("--maildir="))) {
+            opts.maildir = a.mid(10);
+        } else if (a == QLatin1String("--yes")) {
+            opts.answers = ConsoleInteraction::Answers::Yes;
+        } else if (a == QLatin1String("--no-input")) {
+            opts.answers = ConsoleInteraction::Answers::NoInput;
+        } else if (a == QLatin1String("-h") || a == QLatin1String("--help")) {
+            ctx.out << kUsage;
+            return 0;
+        } else if (a == QLatin1String("--version")) {
+            InitAppCaptions();
+            ctx.out << gAppCaption << '\n';
+            return 0;
+        } else {
+            rest << a;
+        }
+    }
+    if (rest.isEmpty()) {
+        ctx.err << kUsage;
+        return 2;
+    }
+    const QString command = rest.takeFirst();
+    opts.args = rest;
+
+    ConsoleInteraction console(opts.answers);
+    SetUserInteraction(&console);
+    int rc = 2;
+    if (command == QLatin1String("rules"))
+        rc = CmdRules(opts, ctx);
+    else if (command == QLatin1String("blocked"))
+        rc = CmdBlocked(opts, ctx);
+    else if (command == QLatin1String("settings"))
+        rc = CmdSettings(opts, ctx);
+    else if (command == QLatin1String("paths"))
+        rc = CmdPaths(opts, ctx);
+    else
+        ctx.err << "stowaway: unknown command '" << command << "' (see stowaway --help)\n";
+    ctx.out.flush();
+    ctx.err.flush();
+    SetUserInteraction(nullptr);
+    return rc;
+}

@@ -1,0 +1,16 @@
+#pragma once
+// The `stowaway` command: parses its arguments and runs one command.
+#include "addin/lifecycle.h"
+
+#include <QStringList>
+#include <QTextStream>
+
+struct CliContext {
+    QTextStream& out;
+    QTextStream& err;
+    // Opens the store that --maildir, $MAILDIR or ~/Maildir names.
+    std::function<Result<std::shared_ptr<MailSession>>(const QString& maildir)> openStore;
+};
+
+// `args` without the program name. Returns the exit code.
+int RunCli(const QStringList& args, CliContext& ctx);
