@@ -37,7 +37,7 @@ bool IsDamaged(const QSettings& store) {
     const QByteArray bytes = file.readAll();
     if (bytes.contains('\0')) return true;
     QStringDecoder utf8(QStringDecoder::Utf8);
-    const QString text = utf8.decode(bytes);
+    const QString decoded = utf8.decode(bytes); // decoding sets the error state
     return utf8.hasError();
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 // Small file helpers and a recording user interaction for the data-layer tests.
+#include "data/defaults.h"
 #include "ui/user_interaction.h"
 
 #include <QByteArray>
@@ -43,6 +44,15 @@ inline QByteArray Le16(int v) {
 // Windows-1252 bytes given as a byte literal, blank-padded to n.
 inline QByteArray Padded(const QByteArray& text, int n) {
     return text.leftJustified(n, ' ', true);
+}
+
+inline InboxInfo GoodInbox() {
+    return {true,
+            QStringLiteral("Inbox"),
+            QStringLiteral("Maildir|Inbox"),
+            QStringLiteral("."),
+            QStringLiteral("/home/u/Maildir"),
+            QString()};
 }
 
 struct ShownBox {
