@@ -1,0 +1,153 @@
+// Rule criteria: sender, recipient, subject and file format, with their LOG lines.
+#include "engine_fixture.h"
+
+#include "engine/matching.h"
+
+namespace {
+
+struct MatchCase {
+    const char* name;
+    // Rule: "S:<value>" sender, "R:<value>" recipient, "J:<value>" subject, "F:<value>" format.
+    std::vector<const char*> criteria;
+    bool expected;
+    std::vector<const char*> log; // the criteria's LOG lines, in order
+};
+
+udtRule RuleOf(const std::vector<const char*>& criteria) {
+    udtRule rule;
+    rule.Active = vbTrue;
+    rule.Name = QStringLiteral("R");
+    for (const char* c : criteria) {
+        const QString text = QString::fromUtf8(c);
+        const QString value = text.mid(2);
+        switch (text.at(0).toLatin1()) {
+        case 'S':
+            rule.CheckSender = vbTrue;
+            rule.Sender = value;
+            break;
+        case 'R':
+            rule.CheckRecp = vbTrue;
+            rule.Recipient = value;
+            break;
+        case 'J':
+            rule.CheckSubj = vbTrue;
+            rule.Subject = value;
+            break;
+        case 'F':
+            rule.CheckFileFormat = vbTrue;
+            rule.FileFormat = value;
+            break;
+        }
+    }
+    return rule;
+}
+
+class Matching : public EngineTest, public testing::WithParamInterface<MatchCase> {};
+
+} // namespace
+
+TEST_P(Matching, HoldsAsTheCriteriaSay) {
+    const MatchCase c = GetParam();
+    DoProto = true;
+    // From "Anna Berg" <anna@berg.example>, to Carl Dorn first and Eva Fink second; subject
+    // "Your Invoice 42"; attachments: an inline logo.png, a card, report.PDF.
+    const FakeMessagePtr message = addMail(QStringLiteral("Your Invoice 42"), {});
+    message->addAttachment(QStringLiteral("logo.png")).contentId = QStringLiteral("logo@x");
+    message->addAttachment(QStringLiteral("anna.vcf"));
+    message->addAttachment(QStringLiteral("report.PDF"));
+
+    QString sn, sa, rn, ra;
+    EXPECT_EQ(MatchesRule(inbox->itemFor(message), RuleOf(c.criteria), sn, sa, rn, ra), c.expected);
+
+    QStringList expectedLog;
+    for (const char* line : c.log)
+        expectedLog << QString::fromUtf8(line);
+    EXPECT_EQ(logLines(), expectedLog);
+    // The outputs are set whatever the result.
+    EXPECT_EQ(sn, QStringLiteral("Anna Berg"));
+    EXPECT_EQ(sa, QStringLiteral("anna@berg.example"));
+    EXPECT_EQ(rn, QStringLiteral("Carl Dorn"));
+    EXPECT_EQ(ra, QStringLiteral("carl@dorn.example"));
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Criteria, Matching,
+    testing::Values(
+        MatchCase{"NoCriterion", {}, true, {}},
+        MatchCase{"DomainAnyCase", {"S:@Berg.EXAMPLE"}, true, {}},
+        MatchCase{"DomainPrefixOnly",
+                  {"S:@berg.ex"},
+                  false,
+                  {"MatchesRule=False/Sender Domain: anna@berg.example/@berg.ex"}},
+        MatchCase{"AddressAnyCase", {"S:ANNA@berg.example"}, true, {}},
+        MatchCase{"AddressIsWhole",
+                  {"S:nna@berg.example"},
+                  false,
+                  {"MatchesRule=False/Sender: anna@berg.example/nna@berg.example"}},
+        MatchCase{"NameAnyCase", {"S:anna BERG"}, true, {}},
+        MatchCase{"NameIsWhole", {"S:Anna"}, false, {"MatchesRule=False/Sender: anna berg/anna"}},
+        MatchCase{"FirstRecipientOnly",
+                  {"R:eva@fink.example"},
+                  false,
+                  {"MatchesRule=False/Recipient: carl@dorn.example/eva@fink.example"}},
+        MatchCase{"RecipientDomain", {"R:@dorn.example"}, true, {}},
+        MatchCase{"RecipientName", {"R:carl dorn"}, true, {}},
+        MatchCase{"SubjectInsideAWord", {"J:VOICE"}, true, {}},
+        MatchCase{"SubjectMissing",
+                  {"J:Order"},
+                  false,
+                  {"MatchesRule=False/Subj: your invoice 42/order"}},
+        MatchCase{"FormatSkipsInlineAndCards",
+                  {"F:pdf"},
+                  true,
+                  {"MatchesRule/SkipAtt: logo.png", "MatchesRule/SkipAtt: anna.vcf",
+                   "MatchesRule/Found: PDF/PDF"}},
+        MatchCase{"FormatOnlyInline",
+                  {"F:png"},
+                  false,
+                  {"MatchesRule/SkipAtt: logo.png", "MatchesRule/SkipAtt: anna.vcf"}},
+        MatchCase{"EveryFailedCriterionIsLoggedAndTheFormatStillWalked",
+                  {"S:bob@berg.example", "J:order", "F:pdf"},
+                  false,
+                  {"MatchesRule=False/Sender: anna@berg.example/bob@berg.example",
+                   "MatchesRule=False/Subj: your invoice 42/order", "MatchesRule/SkipAtt: logo.png",
+                   "MatchesRule/SkipAtt: anna.vcf", "MatchesRule/Found: PDF/PDF"}}),
+    [](const testing::TestParamInfo<MatchCase>& info) { return info.param.name; });
+
+TEST_F(EngineTest, ADomainRuleFailsOnAnAddressWithoutAt) {
+    const FakeMessagePtr message = addMail(QStringLiteral("m"), {});
+    message->stored.senderAddress = QStringLiteral("/O=EXCHANGE/CN=ANNA");
+    QString sn, sa, rn, ra;
+    udtRule rule = MakeRule(QStringLiteral("R"), out());
+    rule.CheckSender = vbTrue;
+    rule.Sender = QStringLiteral("@berg.example");
+    EXPECT_FALSE(MatchesRule(inbox->itemFor(message), rule, sn, sa, rn, ra));
+}
+
+TEST_F(EngineTest, AMailWithoutRecipientsFailsARecipientCriterion) {
+    const FakeMessagePtr message = addMail(QStringLiteral("m"), {});
+    message->stored.recipients.clear();
+    QString sn, sa, rn = QStringLiteral("old"), ra = QStringLiteral("old");
+    udtRule rule = MakeRule(QStringLiteral("R"), out());
+    rule.CheckRecp = vbTrue;
+    rule.Recipient = QStringLiteral("carl dorn");
+    EXPECT_FALSE(MatchesRule(inbox->itemFor(message), rule, sn, sa, rn, ra));
+    EXPECT_TRUE(rn.isEmpty());
+    EXPECT_TRUE(ra.isEmpty());
+}
+
+TEST_F(EngineTest, AMailThatCannotBeFetchedForMatchingIsReported) {
+    CurrLang = 1;
+    const FakeMessagePtr message = addMail(QStringLiteral("m"), {});
+    session->fails.failOn(QStringLiteral("GetMessageFromID/2"));
+    session->fails.failOn(QStringLiteral("GetMessageFromID/1"),
+                          OpError::make(ErrNo::NotFound, QStringLiteral("Object not found")));
+    QString sn = QStringLiteral("kept"), sa, rn, ra;
+    EXPECT_FALSE(
+        MatchesRule(inbox->itemFor(message), MakeRule(QStringLiteral("R"), out()), sn, sa, rn, ra));
+    EXPECT_EQ(sn, QStringLiteral("kept"));
+    ASSERT_EQ(user.questions().size(), 1u);
+    EXPECT_EQ(user.questions()[0].prompt,
+              QStringLiteral("MR/Error accessing items by RDO interface: Object not found"));
+    EXPECT_EQ(user.beeps(), 1);
+}
