@@ -18,6 +18,16 @@ Commands:
   blocked                    list the blocked attachment formats
   settings [KEY [VALUE]]     list all settings, show one, or set one
   paths                      show the data folder, the LOG file and the settings file
+  folders                    show the store's folders and the watched ones
+  test [--all | FOLDER]      a test run over the watched folders (asks before each file)
+  run [--all | FOLDER]       a real run over the watched folders
+  reset [--unread] [--all | FOLDER]
+                             clear the processing marks, so mails are taken again
+  check-rule RULE FOLDER     show what a rule would do with the mails of a watched folder
+  protocol [--filter FIELD --value TEXT]
+                             list the saved attachments, newest first
+FOLDER is a watched folder's number (see `stowaway folders`), name or path; RULE a rule's
+number or name.
 
 Options:
   --maildir PATH             the Maildir store (default: $MAILDIR, else ~/Maildir)
@@ -77,6 +87,18 @@ int RunCli(const QStringList& args, CliContext& ctx) {
         rc = CmdSettings(opts, ctx);
     else if (command == QLatin1String("paths"))
         rc = CmdPaths(opts, ctx);
+    else if (command == QLatin1String("test"))
+        rc = CmdTestOrRun(opts, ctx, true);
+    else if (command == QLatin1String("run"))
+        rc = CmdTestOrRun(opts, ctx, false);
+    else if (command == QLatin1String("reset"))
+        rc = CmdReset(opts, ctx);
+    else if (command == QLatin1String("check-rule"))
+        rc = CmdCheckRule(opts, ctx);
+    else if (command == QLatin1String("folders"))
+        rc = CmdFolders(opts, ctx);
+    else if (command == QLatin1String("protocol"))
+        rc = CmdProtocol(opts, ctx);
     else
         ctx.err << "stowaway: unknown command '" << command << "' (see stowaway --help)\n";
     ctx.out.flush();

@@ -1,6 +1,9 @@
 #include "addin/cli_commands.h"
 
+#include "addin/folder_commands.h"
+#include "common/dates.h"
 #include "common/folders.h"
+#include "ui/user_interaction.h"
 #include "data/data_files.h"
 #include "data/globals.h"
 #include "data/log.h"
@@ -155,5 +158,212 @@ int CmdPaths(const CliOptions& opts, CliContext& ctx) {
             << "LOG file:      " << LogFilePath() << '\n'
             << "settings file: " << SettingsFilePath() << '\n'
             << "mail store:    " << opts.maildir << '\n';
+    return 0;
+}
+
+namespace {
+// The session of a started add-in, or an error line and null.
+MailSession* RequireStore(const CliOptions& opts, CliContext& ctx) {
+    StartQuietly(opts, ctx);
+    if (CurrentAddinState() != AddinState::Running) {
+        ctx.err << "stowaway: the mail store " << opts.maildir << " cannot be opened\n";
+        return nullptr;
+    }
+    return gobjRDOSession();
+}
+
+// Watched folder by number, name or path (1-based); 0 if none.
+int FindWatchFolder(const QString& text) {
+    bool isNumber = false;
+    const int n = text.toInt(&isNumber);
+    if (isNumber)
+        return n >= 1 && n <= WatchFoldersCount ? n : 0;
+    for (int i = 1; i <= WatchFoldersCount; ++i)
+        if (WatchFolders[i].Name.get().compare(text, Qt::CaseInsensitive) == 0 ||
+            WatchFolders[i].Path.get().compare(text, Qt::CaseInsensitive) == 0)
+            return i;
+    return 0;
+}
+
+int FindRule(const QString& text) {
+    bool isNumber = false;
+    const int n = text.toInt(&isNumber);
+    if (isNumber)
+        return n >= 1 && n <= RulesCount ? n : 0;
+    for (int i = 1; i <= RulesCount; ++i)
+        if (Rules[i].Name.get().compare(text, Qt::CaseInsensitive) == 0)
+            return i;
+    return 0;
+}
+
+// The folders a command names: all active ones with --all, else one by FOLDER.
+bool PickFolders(QStringList args, CliContext& ctx, std::vector<int>& indices) {
+    const bool all = args.removeAll(QStringLiteral("--all")) > 0;
+    if (all && args.isEmpty()) {
+        for (int i = 1; i <= WatchFoldersCount; ++i)
+            if (IsTrue(WatchFolders[i].Active))
+                indices.push_back(i);
+        return true;
+    }
+    if (args.size() != 1) {
+        ctx.err << "stowaway: name one watched folder, or --all\n";
+        return false;
+    }
+    const int index = FindWatchFolder(args.at(0));
+    if (index == 0) {
+        ctx.err << "stowaway: no watched folder '" << args.at(0) << "' (see stowaway folders)\n";
+        return false;
+    }
+    indices.push_back(index);
+    return true;
+}
+
+// Progress of a run on the terminal.
+class TerminalStatus : public StatusSurface {
+public:
+    explicit TerminalStatus(QTextStream& err) : m_err(err) {}
+    void setMainProgress(bool visible, const QString& caption, double) override {
+        if (visible && !caption.isEmpty())
+            m_err << "folders: " << caption << '\n' << Qt::flush;
+    }
+    void setSubProgress(bool, double) override {}
+
+private:
+    QTextStream& m_err;
+};
+} // namespace
+
+int CmdTestOrRun(const CliOptions& opts, CliContext& ctx, bool test) {
+    if (!RequireStore(opts, ctx)) {
+        Finish();
+        return 1;
+    }
+    std::vector<int> indices;
+    if (!PickFolders(opts.args, ctx, indices)) {
+        Finish();
+        return 2;
+    }
+    SWTest = test;
+    TerminalStatus status(ctx.err);
+    const bool completed = TestOrRunFolders(indices, &status);
+    ctx.out << gLastAction << '\n';
+    Finish();
+    return completed ? 0 : 3;
+}
+
+int CmdReset(const CliOptions& opts, CliContext& ctx) {
+    if (!RequireStore(opts, ctx)) {
+        Finish();
+        return 1;
+    }
+    QStringList args = opts.args;
+    const bool unread = args.removeAll(QStringLiteral("--unread")) > 0;
+    std::vector<int> indices;
+    if (!PickFolders(args, ctx, indices)) {
+        Finish();
+        return 2;
+    }
+    const int count = ResetFolders(indices, unread, nullptr);
+    ctx.out << count << " mail(s) reset\n";
+    Finish();
+    return 0;
+}
+
+int CmdCheckRule(const CliOptions& opts, CliContext& ctx) {
+    if (opts.args.size() != 2) {
+        ctx.err << "stowaway: check-rule takes a rule and a watched folder\n";
+        return 2;
+    }
+    if (!RequireStore(opts, ctx)) {
+        Finish();
+        return 1;
+    }
+    const int rule = FindRule(opts.args.at(0));
+    const int folder = FindWatchFolder(opts.args.at(1));
+    if (rule == 0 || folder == 0) {
+        ctx.err << "stowaway: no such " << (rule == 0 ? "rule" : "watched folder") << " (see stowaway "
+                << (rule == 0 ? "rules" : "folders") << ")\n";
+        Finish();
+        return 2;
+    }
+    const int matches = CheckRule(rule, folder, nullptr);
+    if (matches >= 0)
+        ctx.out << matches << " matching mail(s)\n";
+    Finish();
+    return matches < 0 ? 1 : 0;
+}
+
+int CmdFolders(const CliOptions& opts, CliContext& ctx) {
+    MailSession* session = RequireStore(opts, ctx);
+    if (!session) {
+        Finish();
+        return 1;
+    }
+    std::function<void(const MailFolderPtr&, int)> print = [&](const MailFolderPtr& f, int depth) {
+        ctx.out << QString(depth * 2, QLatin1Char(' ')) << f->Name().value << "  ("
+                << f->ItemCount().value << " mails)\n";
+        for (const MailFolderPtr& child : f->Folders().value)
+            print(child, depth + 1);
+    };
+    for (const MailFolderPtr& top : session->Stores().value)
+        print(top, 0);
+    ctx.out << "\nWatched folders:\n";
+    for (int i = 1; i <= WatchFoldersCount; ++i)
+        ctx.out << "  " << i << ". " << WatchFolders[i].Path.get()
+                << (IsTrue(WatchFolders[i].Active) ? "" : "  (not watched)") << '\n';
+    Finish();
+    return 0;
+}
+
+int CmdProtocol(const CliOptions& opts, CliContext& ctx) {
+    QString field, value;
+    for (int i = 0; i < opts.args.size(); ++i) {
+        if (opts.args.at(i) == QLatin1String("--filter") && i + 1 < opts.args.size())
+            field = opts.args.at(++i).toLower();
+        else if (opts.args.at(i) == QLatin1String("--value") && i + 1 < opts.args.size())
+            value = opts.args.at(++i);
+        else {
+            ctx.err << "stowaway: protocol takes --filter FIELD --value TEXT\n";
+            return 2;
+        }
+    }
+    static const QStringList kFields = {QStringLiteral("rule"), QStringLiteral("sender"),
+                                        QStringLiteral("recipient"), QStringLiteral("folder"),
+                                        QStringLiteral("format"), QStringLiteral("project"),
+                                        QStringLiteral("mail"), QStringLiteral("state")};
+    if (!field.isEmpty() && !kFields.contains(field)) {
+        ctx.err << "stowaway: FIELD is one of " << kFields.join(QStringLiteral(", ")) << '\n';
+        return 2;
+    }
+    StartQuietly(opts, ctx);
+    auto fieldOf = [&](const udtProtoEntry& e) -> QString {
+        if (field == QLatin1String("rule"))
+            return e.Rule.get();
+        if (field == QLatin1String("sender"))
+            return e.Sender.get();
+        if (field == QLatin1String("recipient"))
+            return e.Recipient.get();
+        if (field == QLatin1String("folder"))
+            return e.Folder.get();
+        if (field == QLatin1String("format"))
+            return e.FileFormat.get();
+        if (field == QLatin1String("project"))
+            return e.Project.get();
+        if (field == QLatin1String("mail"))
+            return e.Mail.get();
+        return e.State.get();
+    };
+    int shown = 0;
+    for (int i = 1; i <= ProtoCount; ++i) {
+        const udtProtoEntry& e = ProtoEntries[i];
+        if (!field.isEmpty() && !fieldOf(e).contains(value, Qt::CaseInsensitive))
+            continue;
+        ++shown;
+        ctx.out << FormatDate(e.Date, QStringLiteral("General Date")) << "  " << e.State.get() << "  "
+                << e.Folder.get() << e.Attachment.get() << "\n    rule " << e.Rule.get() << ", from "
+                << e.Sender.get() << ", mail \"" << e.Mail.get() << "\"\n";
+    }
+    ctx.out << shown << " of " << ProtoCount << " entries\n";
+    Finish();
     return 0;
 }

@@ -13,3 +13,8 @@ int CmdRules(const CliOptions& opts, CliContext& ctx);
 int CmdBlocked(const CliOptions& opts, CliContext& ctx);
 int CmdSettings(const CliOptions& opts, CliContext& ctx);
 int CmdPaths(const CliOptions& opts, CliContext& ctx);
+int CmdTestOrRun(const CliOptions& opts, CliContext& ctx, bool test);
+int CmdReset(const CliOptions& opts, CliContext& ctx);
+int CmdCheckRule(const CliOptions& opts, CliContext& ctx);
+int CmdFolders(const CliOptions& opts, CliContext& ctx);
+int CmdProtocol(const CliOptions& opts, CliContext& ctx);

@@ -1,0 +1,26 @@
+#pragma once
+// The commands that try the rules on watched folders: a test or real run, the reset of the
+// processing marks, and the check of one rule. The options dialog and `stowaway` both use them.
+#include "host/mail_store.h"
+
+#include <QString>
+#include <vector>
+
+class StatusSurface;
+
+// Finds watched folder `index` (1-based): by its entry id, then with its store id. On failure
+// a beep and "Can't access folder '...'!" box, and null.
+MailFolderPtr ResolveWatchFolder(int index);
+
+// Runs the engine over the watched folders `indices` (a test run or a real run, by SWTest).
+// Returns false when a run was aborted. Sets gLastAction.
+bool TestOrRunFolders(const std::vector<int>& indices, StatusSurface* status);
+
+// Clears the stamp of the processed mails of the folders (and marks them unread with
+// `setUnread`). Returns the number of mails reset, after the closing box.
+int ResetFolders(const std::vector<int>& indices, bool setUnread, StatusSurface* status);
+
+// Shows what rule `ruleIndex` would do with the mails of watched folder `folderIndex`, without
+// doing it. Returns the number of matching mails, after the closing box; -1 when the folder
+// could not be reached.
+int CheckRule(int ruleIndex, int folderIndex, StatusSurface* status);
