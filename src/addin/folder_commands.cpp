@@ -24,24 +24,30 @@ bool IsMailOrPost(const MailItemPtr& item) {
 }
 } // namespace
 
-MailFolderPtr ResolveWatchFolder(int index) {
+Result<MailFolderPtr> LookUpWatchFolder(const udtWatchFolder& wf) {
     MailSession* session = gobjRDOSession();
+    if (!session)
+        return {nullptr, OpError::make(ErrNo::Failed, QStringLiteral("No mail session"))};
+    Result<MailFolderPtr> folder = session->GetFolderFromID(wf.EntryID.get(), QString());
+    if (folder.error || !folder.value)
+        folder = session->GetFolderFromID(wf.EntryID.get(), wf.StoreID.get());
+    if (!folder.error && !folder.value)
+        folder.error = OpError::make(ErrNo::NotFound, QStringLiteral("Folder not found"));
+    return folder;
+}
+
+MailFolderPtr ResolveWatchFolder(int index) {
     if (index < 1 || index > WatchFoldersCount)
         return nullptr;
     const udtWatchFolder& wf = WatchFolders[index];
-    Result<MailFolderPtr> folder{nullptr, OpError::make(ErrNo::Failed, QStringLiteral("No mail session"))};
-    if (session) {
-        folder = session->GetFolderFromID(wf.EntryID.get(), QString());
-        if (folder.error || !folder.value)
-            folder = session->GetFolderFromID(wf.EntryID.get(), wf.StoreID.get());
-    }
+    const Result<MailFolderPtr> folder = LookUpWatchFolder(wf);
     if (folder.error || !folder.value) {
         ui().beep();
         ui().messageBox(LangText(QStringLiteral("Zugriff auf Ordner '"), QStringLiteral("Can't access folder '")) +
                             wf.Name.get() +
                             LangText(QStringLiteral("' nicht möglich!"), QStringLiteral("'!")) +
                             QStringLiteral("\n\n") +
-                            (folder.error ? folder.error.description : QStringLiteral("Folder not found")),
+                            folder.error.description,
                         MsgButtons::OK, MsgIcon::Exclamation, gAppCaption);
         return nullptr;
     }

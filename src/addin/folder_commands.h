@@ -8,6 +8,10 @@
 
 class StatusSurface;
 
+struct udtWatchFolder;
+// The store's folder of a watched-folder record: by its entry id alone, then with its store id.
+Result<MailFolderPtr> LookUpWatchFolder(const udtWatchFolder& wf);
+
 // Finds watched folder `index` (1-based): by its entry id, then with its store id. On failure
 // a beep and "Can't access folder '...'!" box, and null.
 MailFolderPtr ResolveWatchFolder(int index);

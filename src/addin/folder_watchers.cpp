@@ -1,5 +1,7 @@
 #include "addin/folder_watchers.h"
 
+#include "addin/folder_commands.h"
+
 #include "common/folders.h"
 #include "common/vbstring.h"
 #include "data/globals.h"
@@ -87,21 +89,16 @@ void KillFolderWrappers() { colFolderWrappers.clear(); }
 
 void SetWatchFolders() {
     KillFolderWrappers();
-    MailSession* session = gobjRDOSession();
-    if (!session)
+    if (!gobjRDOSession())
         return;
     for (int i = 1; i <= WatchFoldersCount; ++i) {
         const udtWatchFolder& wf = WatchFolders[i];
         if (!IsTrue(wf.Active))
             continue;
-        // The entry id alone first, then with the store id.
-        Result<MailFolderPtr> folder = session->GetFolderFromID(wf.EntryID.get(), QString());
-        if (folder.error || !folder.value)
-            folder = session->GetFolderFromID(wf.EntryID.get(), wf.StoreID.get());
-        if (folder.error || !folder.value) {
+        const Result<MailFolderPtr> folder = LookUpWatchFolder(wf);
+        if (folder.error) {
             ui().beep();
-            const QString description = folder.error ? folder.error.description
-                                                      : QStringLiteral("Folder not found");
+            const QString& description = folder.error.description;
             ui().messageBox(QStringLiteral("SetWatchFolders: ") +
                                 LangText(QStringLiteral("Ordner kann nicht überwacht werden:"),
                                          QStringLiteral("Can't watch folder:")) +
