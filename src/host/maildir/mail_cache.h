@@ -1,0 +1,35 @@
+#pragma once
+// What was parsed of each mail file, kept by folder and file name and trusted only while the
+// file is the same (device, inode, size and time), so listing a folder of mails already seen
+// costs no parsing.
+#include "host/maildir/mail_summary.h"
+#include "host/maildir/posix_files.h"
+
+#include <QHash>
+#include <QSet>
+#include <QString>
+
+struct CachedMail {
+    FileIdentity identity;
+    MailHeadersPtr headers;
+    OpError headersError;
+    MailStructurePtr structure;
+    OpError structureError;
+    bool structureRead = false;
+};
+
+class MailCache {
+  public:
+    // The entry for a file; a fresh one when the file is not the one that was parsed.
+    CachedMail& entry(const QString& dir, const QString& name, const FileIdentity& identity);
+    // Drops the entries of `dir` whose files are no longer there.
+    void prune(const QString& dir, const QSet<QString>& names);
+    void forget(const QString& dir, const QString& name);
+    // Carries an entry over to the file's new name (the content is the same).
+    void rename(const QString& dir, const QString& name, const QString& newDir,
+                const QString& newName);
+    qsizetype size() const;
+
+  private:
+    QHash<QString, QHash<QString, CachedMail>> dirs_;
+};

@@ -1,0 +1,7 @@
+#pragma once
+// The header fields the store shows of a mail, read from a parsed GMime message.
+#include "host/maildir/mail_summary.h"
+
+#include <gmime/gmime.h>
+
+MailHeaders ReadMailHeaders(GMimeMessage* message);

@@ -1,0 +1,75 @@
+#include "host/maildir/maildir_folder.h"
+
+#include "host/maildir/mail_files.h"
+#include "host/maildir/maildir_item.h"
+#include "host/maildir/maildir_layout.h"
+#include "host/maildir/maildir_names.h"
+
+MaildirFolder::MaildirFolder(MaildirStorePtr store, QString id)
+    : store_(std::move(store)), id_(std::move(id)) {}
+
+Result<QString> MaildirFolder::Name() const {
+    return {id_ == FolderIds::Top ? store_->name : FolderLevelName(id_), OpError::none()};
+}
+
+Result<QString> MaildirFolder::EntryID() const {
+    return {id_, OpError::none()};
+}
+
+Result<QString> MaildirFolder::StoreID() const {
+    return {store_->root, OpError::none()};
+}
+
+Result<MailFolderPtr> MaildirFolder::Parent() const {
+    if (id_ == FolderIds::Top) return {nullptr, OpError::none()};
+    return {std::make_shared<MaildirFolder>(store_, ParentFolderId(id_)), OpError::none()};
+}
+
+QString MaildirFolder::directory() const {
+    return FolderDirectory(store_->root, id_);
+}
+
+OpError MaildirFolder::check(bool& hasMaildir) const {
+    if (!FolderExists(store_->root, id_, &hasMaildir))
+        return OpError::make(ErrNo::NotFound,
+                             QStringLiteral("The mail folder is not there: ") + directory());
+    if (id_ == FolderIds::Top) hasMaildir = false;
+    return OpError::none();
+}
+
+Result<std::vector<MailItemPtr>> MaildirFolder::Items() const {
+    bool hasMaildir = false;
+    if (OpError error = check(hasMaildir)) return {{}, error};
+    std::vector<MailItemPtr> items;
+    if (!hasMaildir) return {items, OpError::none()};
+    const QString dir = directory();
+    const std::vector<MailFileEntry> files = ListMailFiles(dir);
+    QSet<QString> inCur;
+    QSet<QString> inNew;
+    MaildirShared& shared = *store_->shared;
+    items.reserve(files.size());
+    for (const MailFileEntry& file : files) {
+        (file.subdir == QLatin1String("cur") ? inCur : inNew).insert(file.name);
+        shared.locations.insert(ParseMaildirFileName(file.name).unique,
+                                MailLocation{store_->root, id_, file.subdir, file.name});
+        items.push_back(std::make_shared<MaildirItem>(store_, id_, file));
+    }
+    shared.cache.prune(dir + QStringLiteral("/cur"), inCur);
+    shared.cache.prune(dir + QStringLiteral("/new"), inNew);
+    return {items, OpError::none()};
+}
+
+Result<int> MaildirFolder::ItemCount() const {
+    bool hasMaildir = false;
+    if (OpError error = check(hasMaildir)) return {0, error};
+    return {hasMaildir ? int(ListMailFiles(directory()).size()) : 0, OpError::none()};
+}
+
+Result<std::vector<MailFolderPtr>> MaildirFolder::Folders() const {
+    bool hasMaildir = false;
+    if (OpError error = check(hasMaildir)) return {{}, error};
+    std::vector<MailFolderPtr> folders;
+    for (const FolderEntry& child : ChildFolders(store_->root, id_))
+        folders.push_back(std::make_shared<MaildirFolder>(store_, child.id));
+    return {folders, OpError::none()};
+}

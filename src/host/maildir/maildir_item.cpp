@@ -1,0 +1,341 @@
+#include "host/maildir/maildir_item.h"
+
+#include "common/dates.h"
+#include "host/maildir/maildir_attachment.h"
+#include "host/maildir/maildir_folder.h"
+#include "host/maildir/maildir_layout.h"
+#include "host/maildir/maildir_names.h"
+
+#include <algorithm>
+#include <numeric>
+
+namespace {
+
+// What a Maildir store keeps every body in.
+constexpr int kUtf8CodePage = 65001;
+
+OpError NoSuchAttachment() {
+    return OpError::make(ErrNo::NotFound,
+                         QStringLiteral("The attachment is no longer in the mail"));
+}
+
+} // namespace
+
+MaildirItem::MaildirItem(MaildirStorePtr store, QString folderId, MailFileEntry file)
+    : store_(std::move(store)), folderId_(std::move(folderId)), file_(std::move(file)) {}
+
+QString MaildirItem::folderDir() const {
+    return FolderDirectory(store_->root, folderId_);
+}
+
+QString MaildirItem::subdirPath() const {
+    return folderDir() + QLatin1Char('/') + file_.subdir;
+}
+
+QString MaildirItem::path() const {
+    return subdirPath() + QLatin1Char('/') + file_.name;
+}
+
+void MaildirItem::moveTo(const MailFileEntry& file) const {
+    const bool sameContent = file.identity.sameFile(file_.identity);
+    file_ = file;
+    if (sameContent) return;
+    parsed_.reset();
+    keys_.clear();
+    keysReady_ = false;
+}
+
+void MaildirItem::followRenames() const {
+    if (dirty_) return; // our own changes belong to the version we read
+    FileIdentity now;
+    if (IdentityOfPath(path(), now)) return;
+    const MailLocation* location = store_->shared->find(ParseMaildirFileName(file_.name).unique);
+    if (!location || location->root != store_->root || location->folderId != folderId_) return;
+    MailFileEntry moved{location->subdir, location->name, {}};
+    const QString movedPath =
+        folderDir() + QLatin1Char('/') + moved.subdir + QLatin1Char('/') + moved.name;
+    if (IdentityOfPath(movedPath, moved.identity)) moveTo(moved);
+}
+
+Result<MailHeadersPtr> MaildirItem::headers() const {
+    followRenames();
+    if (parsed_) return {std::make_shared<const MailHeaders>(parsed_->headers()), OpError::none()};
+    CachedMail& cached = store_->shared->cache.entry(subdirPath(), file_.name, file_.identity);
+    if (!cached.headers && !cached.headersError) {
+        Result<MailHeaders> read =
+            ParsedMail::LoadHeaders(path(), &file_.identity, store_->shared->limits);
+        if (read.ok())
+            cached.headers = std::make_shared<const MailHeaders>(std::move(read.value));
+        else
+            cached.headersError = read.error;
+    }
+    return {cached.headers, cached.headersError};
+}
+
+Result<MailStructurePtr> MaildirItem::structure() const {
+    followRenames();
+    MailStructurePtr result;
+    if (parsed_) {
+        // Shares the parsed mail's own list, which follows deletions.
+        result = MailStructurePtr(parsed_, &parsed_->structure());
+    } else {
+        CachedMail& cached = store_->shared->cache.entry(subdirPath(), file_.name, file_.identity);
+        if (!cached.structureRead) {
+            cached.structureRead = true;
+            const auto read = ParsedMail::LoadFile(path(), &file_.identity, store_->shared->limits);
+            if (read.ok()) {
+                cached.structure = std::make_shared<const MailStructure>(read.value->structure());
+                if (!cached.headers)
+                    cached.headers = std::make_shared<const MailHeaders>(read.value->headers());
+            } else {
+                cached.structureError = read.error;
+            }
+        }
+        if (cached.structureError) return {nullptr, cached.structureError};
+        result = cached.structure;
+    }
+    if (!keysReady_) {
+        keys_.resize(result->attachments.size());
+        std::iota(keys_.begin(), keys_.end(), 0);
+        keysReady_ = true;
+    }
+    return {result, OpError::none()};
+}
+
+OpError MaildirItem::ensureParsed() const {
+    followRenames();
+    if (parsed_) return OpError::none();
+    auto read = ParsedMail::LoadFile(path(), &file_.identity, store_->shared->limits);
+    if (!read.ok()) return read.error;
+    parsed_ = std::move(read.value);
+    return OpError::none();
+}
+
+OpError MaildirItem::checkReadable() const {
+    return structure().error;
+}
+
+QString MaildirItem::TypeName() const {
+    return QStringLiteral("MaildirMessage");
+}
+
+Result<int> MaildirItem::Class() const {
+    const Result<MailHeadersPtr> h = headers();
+    // A file whose headers cannot be read is still a mail; fetching it tells why it fails.
+    if (!h.ok()) return {ItemClass::Mail, OpError::none()};
+    if (h.value->isPost) return {ItemClass::Post, OpError::none()};
+    if (h.value->topType == "multipart/report") return {ItemClass::Report, OpError::none()};
+    if (h.value->topType == "text/calendar" && h.value->topMethod == "REQUEST")
+        return {ItemClass::MeetingRequest, OpError::none()};
+    if (h.value->topType.startsWith("multipart/")) {
+        const Result<MailStructurePtr> s = structure();
+        if (s.ok()) return {s.value->itemClass, OpError::none()};
+    }
+    return {ItemClass::Mail, OpError::none()};
+}
+
+Result<QString> MaildirItem::EntryID() const {
+    return {ParseMaildirFileName(file_.name).unique, OpError::none()};
+}
+
+Result<MailFolderPtr> MaildirItem::Parent() const {
+    return {std::make_shared<MaildirFolder>(store_, folderId_), OpError::none()};
+}
+
+Result<QString> MaildirItem::StoreID() const {
+    return {store_->root, OpError::none()};
+}
+
+Result<QString> MaildirItem::Subject() const {
+    const Result<MailHeadersPtr> h = headers();
+    return {h.ok() ? h.value->subject : QString(), h.error};
+}
+
+OpError MaildirItem::SetSubject(const QString& subject) {
+    if (OpError error = ensureParsed()) return error;
+    parsed_->setSubject(subject);
+    dirty_ = true;
+    return OpError::none();
+}
+
+Result<bool> MaildirItem::UnRead() const {
+    followRenames();
+    return {!ParseMaildirFileName(file_.name).flags.contains(QLatin1Char('S')), OpError::none()};
+}
+
+OpError MaildirItem::SetUnRead(bool unread) {
+    followRenames();
+    const MaildirFileName name = ParseMaildirFileName(file_.name);
+    if (!name.flags.contains(QLatin1Char('S')) == unread) return OpError::none();
+    const QString flags = unread ? FlagsWithout(name.flags, QLatin1Char('S'))
+                                 : FlagsWith(name.flags, QLatin1Char('S'));
+    MaildirShared& shared = *store_->shared;
+    const Result<MailFileEntry> renamed =
+        RenameMailFlags(folderDir(), file_, flags, shared.ownWrites);
+    if (!renamed.ok()) return renamed.error;
+    const QString oldDir = subdirPath();
+    const QString oldName = file_.name;
+    file_ = renamed.value;
+    shared.cache.rename(oldDir, oldName, subdirPath(), file_.name);
+    shared.locations.insert(name.unique,
+                            MailLocation{store_->root, folderId_, file_.subdir, file_.name});
+    return OpError::none();
+}
+
+Result<QString> MaildirItem::SenderName() const {
+    const Result<MailHeadersPtr> h = headers();
+    return {h.ok() ? h.value->senderName : QString(), h.error};
+}
+
+Result<QString> MaildirItem::SenderEmailAddress() const {
+    const Result<MailHeadersPtr> h = headers();
+    return {h.ok() ? h.value->senderAddress : QString(), h.error};
+}
+
+Result<std::vector<Recipient>> MaildirItem::Recipients() const {
+    const Result<MailHeadersPtr> h = headers();
+    return {h.ok() ? h.value->recipients : std::vector<Recipient>{}, h.error};
+}
+
+Result<double> MaildirItem::ReceivedTime() const {
+    const Result<MailHeadersPtr> h = headers();
+    qint64 seconds = file_.identity.mtime.tv_sec;
+    if (h.ok() && h.value->hasReceivedTime) seconds = h.value->receivedTime;
+    return {DateToOle(QDateTime::fromSecsSinceEpoch(seconds).toLocalTime()), OpError::none()};
+}
+
+Result<bool> MaildirItem::HidePaperClip() const {
+    return {false, OpError::none()};
+}
+
+Result<QString> MaildirItem::Mileage() const {
+    const Result<MailHeadersPtr> h = headers();
+    return {h.ok() ? h.value->mileage : QString(), h.error};
+}
+
+OpError MaildirItem::SetMileage(const QString& mileage) {
+    if (OpError error = ensureParsed()) return error;
+    parsed_->setMileage(mileage);
+    dirty_ = true;
+    return OpError::none();
+}
+
+Result<int> MaildirItem::BodyFormat() const {
+    const Result<MailStructurePtr> s = structure();
+    if (!s.ok()) return {BodyFormat::Plain, s.error};
+    return {s.value->hasHtmlBody ? BodyFormat::Html : BodyFormat::Plain, OpError::none()};
+}
+
+Result<QString> MaildirItem::HTMLBody() const {
+    if (OpError error = ensureParsed()) return {{}, error};
+    return {parsed_->bodyText(true), OpError::none()};
+}
+
+OpError MaildirItem::SetHTMLBody(const QString& html) {
+    if (OpError error = ensureParsed()) return error;
+    parsed_->setBody(true, html);
+    dirty_ = true;
+    return OpError::none();
+}
+
+Result<QString> MaildirItem::RTFBody() const {
+    return {QString(), OpError::none()};
+}
+
+OpError MaildirItem::SetRTFBody(const QString&) {
+    return OpError::make(ErrNo::Failed, QStringLiteral("A Maildir mail has no rich-text body"));
+}
+
+Result<QString> MaildirItem::Body() const {
+    if (OpError error = ensureParsed()) return {{}, error};
+    return {parsed_->bodyText(false), OpError::none()};
+}
+
+OpError MaildirItem::SetBody(const QString& text) {
+    if (OpError error = ensureParsed()) return error;
+    parsed_->setBody(false, text);
+    dirty_ = true;
+    return OpError::none();
+}
+
+Result<int> MaildirItem::InternetCodepage() const {
+    return {kUtf8CodePage, OpError::none()};
+}
+
+OpError MaildirItem::Save() {
+    if (!dirty_ || !parsed_) return OpError::none();
+    MaildirShared& shared = *store_->shared;
+    const std::shared_ptr<ParsedMail> mail = parsed_;
+    const Result<QString> saved = ReplaceMailFile(
+        folderDir(), file_.subdir, file_.name, file_.identity,
+        [&](int fd) { return mail->writeTo(fd); }, shared.ownWrites);
+    if (!saved.ok()) return saved.error;
+    const QString oldUnique = ParseMaildirFileName(file_.name).unique;
+    const QString newUnique = ParseMaildirFileName(saved.value).unique;
+    shared.cache.forget(subdirPath(), file_.name);
+    file_.name = saved.value;
+    IdentityOfPath(path(), file_.identity);
+    if (newUnique != oldUnique) {
+        shared.locations.remove(oldUnique);
+        shared.successors.insert(oldUnique, newUnique);
+    }
+    shared.locations.insert(newUnique,
+                            MailLocation{store_->root, folderId_, file_.subdir, file_.name});
+    dirty_ = false;
+    return OpError::none();
+}
+
+Result<int> MaildirItem::AttachmentCount() const {
+    const Result<MailStructurePtr> s = structure();
+    return {s.ok() ? int(s.value->attachments.size()) : 0, s.error};
+}
+
+Result<AttachmentPtr> MaildirItem::AttachmentAt(int index) const {
+    const Result<MailStructurePtr> s = structure();
+    if (!s.ok()) return {nullptr, s.error};
+    if (index < 1 || index > int(keys_.size()))
+        return {nullptr,
+                OpError::make(ErrNo::Failed, QStringLiteral("No attachment number %1").arg(index))};
+    auto self = std::const_pointer_cast<MaildirItem>(shared_from_this());
+    return {std::make_shared<MaildirAttachment>(self, keys_[size_t(index - 1)]), OpError::none()};
+}
+
+Result<int> MaildirItem::indexOfKey(int key) const {
+    const Result<MailStructurePtr> s = structure();
+    if (!s.ok()) return {-1, s.error};
+    const auto found = std::find(keys_.begin(), keys_.end(), key);
+    if (found == keys_.end()) return {-1, NoSuchAttachment()};
+    return {int(found - keys_.begin()), OpError::none()};
+}
+
+Result<AttachmentInfo> MaildirItem::attachmentInfo(int key) const {
+    const Result<int> index = indexOfKey(key);
+    if (!index.ok()) return {{}, index.error};
+    return {structure().value->attachments[size_t(index.value)], OpError::none()};
+}
+
+OpError MaildirItem::saveAttachment(int key, const QString& target) {
+    const Result<AttachmentInfo> info = attachmentInfo(key);
+    if (!info.ok()) return info.error;
+    if (info.value.damaged)
+        return OpError::make(ErrNo::IoError,
+                             QStringLiteral("The attachment \"%1\" is damaged (its base64 content "
+                                            "ends early) and cannot be saved whole")
+                                 .arg(info.value.fileName));
+    if (OpError error = ensureParsed()) return error;
+    const Result<int> index = indexOfKey(key);
+    if (!index.ok()) return index.error;
+    const std::shared_ptr<ParsedMail> mail = parsed_;
+    return WriteFileInFolder(target, info.value.fileName,
+                             [&](int fd) { return mail->writeAttachment(index.value, fd); });
+}
+
+OpError MaildirItem::deleteAttachment(int key) {
+    if (OpError error = ensureParsed()) return error;
+    const Result<int> index = indexOfKey(key);
+    if (!index.ok()) return index.error;
+    if (OpError error = parsed_->deleteAttachment(index.value)) return error;
+    keys_.erase(keys_.begin() + index.value);
+    dirty_ = true;
+    return OpError::none();
+}

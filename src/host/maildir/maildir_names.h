@@ -1,0 +1,22 @@
+#pragma once
+// Maildir file names: "<unique>:2,<flags>". The unique part names the mail for as long as its
+// content stays the same; the flags after ":2," say what the reader did with it.
+#include <QString>
+
+struct MaildirFileName {
+    QString unique;       // everything before the first ':' (the mail's EntryID)
+    QString flags;        // the flag letters of a ":2," info, in ASCII order
+    bool hasInfo = false; // the name carries a ":2," info
+};
+
+MaildirFileName ParseMaildirFileName(const QString& fileName);
+// "<unique>:2,<flags>" with the flags in ASCII order; without info just the unique part.
+QString ComposeMaildirFileName(const MaildirFileName& name);
+
+// The flags with `flag` added or removed, in ASCII order.
+QString FlagsWith(const QString& flags, QChar flag);
+QString FlagsWithout(const QString& flags, QChar flag);
+
+// A fresh unique part, "<seconds>.M<microseconds>P<pid>Q<counter>.<host>", unique within this
+// host as long as the clock does not run backwards within one process.
+QString NewUniqueName();

@@ -1,0 +1,47 @@
+#pragma once
+// The mail session over one or more Maildir stores. Each store's top level is named after its
+// root folder (or the name given); the first store's Inbox is the default inbox.
+#include "host/mail_store.h"
+#include "host/maildir/maildir_store.h"
+#include "host/new_mail.h"
+
+#include <vector>
+
+class MaildirSession : public MailSession, public NewMailSource {
+  public:
+    struct StoreSpec {
+        QString root;
+        QString name; // empty: the root folder's name
+    };
+
+    // Opens the stores and removes what earlier runs of this program left in their tmp/
+    // folders.
+    explicit MaildirSession(const std::vector<StoreSpec>& stores, const MailLimits& limits = {});
+
+    Result<MailItemPtr> GetMessageFromID(const QString& entryId, const QString& storeId) override;
+    Result<MailItemPtr> GetMessageFromID(const QString& entryId) override;
+    Result<MailFolderPtr> GetFolderFromID(const QString& entryId, const QString& storeId) override;
+    Result<MailFolderPtr> GetDefaultInbox() override;
+    Result<std::vector<MailFolderPtr>> Stores() override;
+
+    // New mail in a folder; the store's own writes are not reported.
+    Result<std::unique_ptr<ItemAddSubscription>>
+    SubscribeItemAdd(const MailFolderPtr& folder, ItemAddHandler onItemAdd) override;
+
+    // The file names this session wrote lately, for watchers of its folders.
+    const OwnWrites& ownWrites() const { return shared_->ownWrites; }
+    void setOwnWriteListener(OwnWrites::Listener listener);
+    // How many mails have parsed data kept.
+    qsizetype cachedMails() const { return shared_->cache.size(); }
+
+  private:
+    MaildirStorePtr findStore(const QString& storeId) const;
+    Result<MailItemPtr> itemAt(const MaildirStorePtr& store, const MailLocation& location,
+                               const QString& entryId);
+    // Lists every folder of the store so the index knows all its mails.
+    void indexStore(const MaildirStorePtr& store);
+    Result<MailItemPtr> lookUp(const QString& entryId, const std::vector<MaildirStorePtr>& stores);
+
+    std::shared_ptr<MaildirShared> shared_;
+    std::vector<MaildirStorePtr> stores_;
+};

@@ -1,0 +1,37 @@
+#pragma once
+// What the folders and mails of one Maildir store share: its root and name, and the session's
+// parse cache, own-write list, limits and the index from a mail's id to its file.
+#include "host/maildir/mail_cache.h"
+#include "host/maildir/mime_prescan.h"
+#include "host/maildir/own_writes.h"
+
+#include <QHash>
+#include <QString>
+
+#include <memory>
+
+struct MailLocation {
+    QString root; // the store
+    QString folderId;
+    QString subdir; // "cur" or "new"
+    QString name;
+};
+
+struct MaildirShared {
+    MailCache cache;
+    OwnWrites ownWrites;
+    MailLimits limits;
+    QHash<QString, MailLocation> locations; // by EntryID
+    // A Save gives a mail a new EntryID; the old one keeps leading to it.
+    QHash<QString, QString> successors;
+
+    // Where the mail of an EntryID (or of one it was saved from) was last seen.
+    const MailLocation* find(const QString& entryId) const;
+};
+
+struct MaildirStore {
+    QString root; // absolute, without a trailing "/": the StoreID
+    QString name; // the name of the store's top level
+    std::shared_ptr<MaildirShared> shared;
+};
+using MaildirStorePtr = std::shared_ptr<const MaildirStore>;

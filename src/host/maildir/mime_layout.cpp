@@ -1,0 +1,123 @@
+#include "host/maildir/mime_layout.h"
+
+#include "host/maildir/attachment_file.h"
+#include "host/maildir/part_content.h"
+
+#include <QMimeDatabase>
+
+namespace {
+
+bool IsAttachmentDisposition(GMimeObject* part) {
+    const char* disposition = g_mime_object_get_disposition(part);
+    return disposition && g_ascii_strcasecmp(disposition, "attachment") == 0;
+}
+
+void Walk(GMimeObject* object, GMimeMultipart* parent, MimeLayout& layout) {
+    if (parent) layout.parents[object] = parent;
+    if (GMIME_IS_MULTIPART(object)) {
+        GMimeMultipart* multipart = GMIME_MULTIPART(object);
+        const int count = g_mime_multipart_get_count(multipart);
+        for (int i = 0; i < count; ++i)
+            Walk(g_mime_multipart_get_part(multipart, i), multipart, layout);
+        return;
+    }
+    const QByteArray type = PartMimeType(object);
+    if (GMIME_IS_PART(object) && !IsAttachmentDisposition(object)) {
+        const bool named = !PartFileName(object).isEmpty();
+        if (type == "text/plain" && !layout.plainBody && !named) {
+            layout.plainBody = object;
+            return;
+        }
+        if (type == "text/html" && !layout.htmlBody && !named) {
+            layout.htmlBody = object;
+            return;
+        }
+        const bool inAlternative =
+            !parent ||
+            g_mime_content_type_is_type(g_mime_object_get_content_type(GMIME_OBJECT(parent)),
+                                        "multipart", "alternative");
+        if (type == "text/calendar" && !layout.calendarBody && inAlternative) {
+            layout.calendarBody = object;
+            return;
+        }
+    }
+    layout.attachments.push_back(object);
+}
+
+QString SuffixFor(const QByteArray& mimeType) {
+    if (mimeType == "text/plain") return QStringLiteral("txt");
+    if (mimeType == "text/html") return QStringLiteral("htm");
+    if (mimeType == "message/rfc822") return QStringLiteral("eml");
+    const QString suffix =
+        QMimeDatabase().mimeTypeForName(QString::fromLatin1(mimeType)).preferredSuffix();
+    return suffix.isEmpty() ? QStringLiteral("dat") : suffix;
+}
+
+QString ContentIdOf(GMimeObject* part) {
+    QString id = QString::fromUtf8(g_mime_object_get_content_id(part)).trimmed();
+    if (id.startsWith(QLatin1Char('<'))) id.remove(0, 1);
+    if (id.endsWith(QLatin1Char('>'))) id.chop(1);
+    return id;
+}
+
+QString InnerSubject(GMimeObject* part) {
+    if (!GMIME_IS_MESSAGE_PART(part)) return {};
+    GMimeMessage* inner = g_mime_message_part_get_message(GMIME_MESSAGE_PART(part));
+    return inner ? QString::fromUtf8(g_mime_message_get_subject(inner)).trimmed() : QString();
+}
+
+} // namespace
+
+MimeLayout AnalyseMime(GMimeMessage* message) {
+    MimeLayout layout;
+    if (GMimeObject* top = g_mime_message_get_mime_part(message)) Walk(top, nullptr, layout);
+    return layout;
+}
+
+MailStructure DescribeStructure(GMimeMessage* message, const MimeLayout& layout) {
+    MailStructure s;
+    s.hasHtmlBody = layout.htmlBody != nullptr;
+    GMimeObject* top = g_mime_message_get_mime_part(message);
+    const bool isPost = g_mime_object_get_header(GMIME_OBJECT(message), "Newsgroups") &&
+                        !g_mime_object_get_header(GMIME_OBJECT(message), "To");
+    const char* method =
+        layout.calendarBody
+            ? g_mime_object_get_content_type_parameter(layout.calendarBody, "method")
+            : nullptr;
+    if (isPost)
+        s.itemClass = ItemClass::Post;
+    else if (top && PartMimeType(top) == "multipart/report")
+        s.itemClass = ItemClass::Report;
+    else if (method && g_ascii_strcasecmp(method, "REQUEST") == 0)
+        s.itemClass = ItemClass::MeetingRequest;
+
+    int images = 0;
+    int others = 0;
+    for (GMimeObject* part : layout.attachments) {
+        AttachmentInfo info;
+        const QByteArray type = PartMimeType(part);
+        info.type = type == "message/rfc822" ? AttachType::EmbeddedItem : AttachType::ByValue;
+        info.contentId = ContentIdOf(part);
+        info.size = PartContentSize(part, &info.damaged);
+        QString name = PartFileName(part);
+        if (name.isEmpty() && info.type == AttachType::EmbeddedItem) {
+            const QString subject = InnerSubject(part);
+            if (!subject.isEmpty()) name = subject + QStringLiteral(".eml");
+        }
+        // Parts without a name get one the way mail programs make them up.
+        const bool nameless =
+            name.isEmpty() || name == QLatin1String(".") || name == QLatin1String("..");
+        if (!nameless)
+            info.fileName = SafeFileName(name, QString());
+        else if (type.startsWith("image/"))
+            info.fileName = QStringLiteral("image%1.%2")
+                                .arg(++images, 3, 10, QLatin1Char('0'))
+                                .arg(SuffixFor(type));
+        else
+            info.fileName = QStringLiteral("ATT%1.%2")
+                                .arg(++others, 5, 10, QLatin1Char('0'))
+                                .arg(SuffixFor(type));
+        s.attachments.push_back(info);
+    }
+    return s;
+}

@@ -1,0 +1,26 @@
+#pragma once
+// Which parts of a MIME tree are the mail's body and which are its attachments. The first
+// text/plain and the first text/html that are neither marked as attachments nor named are the
+// body; a calendar inside an alternative (or as the whole mail) belongs to the body too; every
+// other leaf and every attached message is an attachment, in document order. An attached
+// message counts once: its inner parts are not looked at.
+#include "host/maildir/mail_summary.h"
+
+#include <gmime/gmime.h>
+
+#include <unordered_map>
+#include <vector>
+
+struct MimeLayout {
+    GMimeObject* plainBody = nullptr;
+    GMimeObject* htmlBody = nullptr;
+    GMimeObject* calendarBody = nullptr;
+    std::vector<GMimeObject*> attachments;
+    // The multipart that holds each part; the top part has none.
+    std::unordered_map<GMimeObject*, GMimeMultipart*> parents;
+};
+
+// The layout of a message; the pointers are borrowed from it.
+MimeLayout AnalyseMime(GMimeMessage* message);
+// Class, body format and the attachment list with names, sizes and content ids.
+MailStructure DescribeStructure(GMimeMessage* message, const MimeLayout& layout);

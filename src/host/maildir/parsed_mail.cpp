@@ -1,0 +1,301 @@
+#include "host/maildir/parsed_mail.h"
+
+#include "host/maildir/gmime_support.h"
+#include "host/maildir/mail_headers.h"
+#include "host/maildir/part_content.h"
+
+#include <cerrno>
+#include <fcntl.h>
+#include <limits>
+#include <unistd.h>
+
+namespace {
+
+OpError ChangedMeanwhile(const QString& path) {
+    return OpError::make(ErrNo::NotFound,
+                         QStringLiteral("The mail was changed, moved or removed by another "
+                                        "program: ") +
+                             path);
+}
+
+// Opens the file and checks it is still the one that was listed.
+Result<int> OpenMail(const QString& path, const FileIdentity* expected, FileIdentity& identity) {
+    const int fd = ::open(EncodePath(path).constData(), O_RDONLY | O_NOFOLLOW | O_CLOEXEC);
+    if (fd < 0) {
+        const int err = errno;
+        if (err == ENOENT && expected) return {-1, ChangedMeanwhile(path)};
+        return {-1, ErrnoError(err, QStringLiteral("Cannot open the mail ") + path)};
+    }
+    if (!IdentityOfFd(fd, identity)) {
+        const int err = errno;
+        ::close(fd);
+        return {-1, ErrnoError(err, QStringLiteral("Cannot read the mail ") + path)};
+    }
+    if (expected && !expected->sameFile(identity)) {
+        ::close(fd);
+        return {-1, ChangedMeanwhile(path)};
+    }
+    return {fd, OpError::none()};
+}
+
+// Reads up to `limit` bytes; with `stopAtBody` only up to the blank line after the headers.
+Result<QByteArray> ReadMail(int fd, const QString& path, qint64 limit, bool stopAtBody) {
+    QByteArray data;
+    char buffer[65536];
+    for (;;) {
+        const ssize_t n = ::read(fd, buffer, sizeof buffer);
+        if (n < 0) {
+            if (errno == EINTR) continue;
+            return {{}, ErrnoError(errno, QStringLiteral("Cannot read the mail ") + path)};
+        }
+        if (n == 0) break;
+        const qsizetype searchFrom = qMax<qsizetype>(0, data.size() - 3);
+        data.append(buffer, n);
+        if (stopAtBody) {
+            qsizetype end = data.indexOf("\n\n", searchFrom);
+            const qsizetype crlf = data.indexOf("\n\r\n", searchFrom);
+            if (crlf >= 0 && (end < 0 || crlf < end)) end = crlf;
+            if (end >= 0) {
+                data.truncate(end + 1);
+                break;
+            }
+        }
+        if (data.size() > limit) break;
+    }
+    return {data, OpError::none()};
+}
+
+GMimeMessage* ParseMessage(const QByteArray& bytes) {
+    EnsureGMime();
+    GRef<GMimeStream> stream(
+        g_mime_stream_mem_new_with_buffer(bytes.constData(), std::size_t(bytes.size())));
+    GRef<GMimeParser> parser(g_mime_parser_new_with_stream(stream.get()));
+    return g_mime_parser_construct_message(parser.get(), nullptr);
+}
+
+OpError Refused(const OpError& why, const QString& what) {
+    return OpError::make(why.number,
+                         why.description + QStringLiteral(" (") + what + QLatin1Char(')'));
+}
+
+GMimeTextPart* NewTextPart(const char* subtype, const QByteArray& utf8) {
+    GMimeTextPart* part = g_mime_text_part_new_with_subtype(subtype);
+    g_mime_text_part_set_text(part, utf8.constData());
+    g_mime_text_part_set_charset(part, "utf-8");
+    g_mime_part_set_content_encoding(
+        GMIME_PART(part),
+        g_mime_part_get_best_content_encoding(GMIME_PART(part), GMIME_ENCODING_CONSTRAINT_7BIT));
+    return part;
+}
+
+void SetText(GMimeTextPart* part, const QByteArray& utf8) {
+    g_mime_text_part_set_text(part, utf8.constData());
+    g_mime_text_part_set_charset(part, "utf-8");
+    g_mime_part_set_content_encoding(
+        GMIME_PART(part),
+        g_mime_part_get_best_content_encoding(GMIME_PART(part), GMIME_ENCODING_CONSTRAINT_7BIT));
+}
+
+bool IsAlternative(GMimeMultipart* multipart) {
+    return multipart &&
+           g_mime_content_type_is_type(g_mime_object_get_content_type(GMIME_OBJECT(multipart)),
+                                       "multipart", "alternative");
+}
+
+// A GMime stream over a descriptor that stays open after the stream is gone.
+GRef<GMimeStream> BorrowedFdStream(int fd) {
+    GRef<GMimeStream> stream(g_mime_stream_fs_new(fd));
+    g_mime_stream_fs_set_owner(GMIME_STREAM_FS(stream.get()), FALSE);
+    return stream;
+}
+
+} // namespace
+
+ParsedMail::ParsedMail(GMimeMessage* message) : message_(message) {
+    layout_ = AnalyseMime(message_);
+}
+
+ParsedMail::~ParsedMail() {
+    if (message_) g_object_unref(message_);
+}
+
+Result<std::shared_ptr<ParsedMail>>
+ParsedMail::FromBytes(const QByteArray& bytes, const QString& what, const MailLimits& limits) {
+    if (OpError refused = PrescanMail(bytes, limits)) return {nullptr, Refused(refused, what)};
+    GMimeMessage* message = ParseMessage(bytes);
+    if (!message)
+        return {nullptr,
+                OpError::make(ErrNo::Failed, QStringLiteral("Not a readable mail: ") + what)};
+    return {std::shared_ptr<ParsedMail>(new ParsedMail(message)), OpError::none()};
+}
+
+Result<std::shared_ptr<ParsedMail>>
+ParsedMail::LoadFile(const QString& path, const FileIdentity* expected, const MailLimits& limits) {
+    FileIdentity identity;
+    const Result<int> fd = OpenMail(path, expected, identity);
+    if (!fd.ok()) return {nullptr, fd.error};
+    UniqueFd guard(fd.value);
+    const Result<QByteArray> data =
+        ReadMail(fd.value, path, std::numeric_limits<qint64>::max(), false);
+    if (!data.ok()) return {nullptr, data.error};
+    Result<std::shared_ptr<ParsedMail>> mail = FromBytes(data.value, path, limits);
+    if (mail.ok()) mail.value->identity_ = identity;
+    return mail;
+}
+
+Result<MailHeaders> ParsedMail::LoadHeaders(const QString& path, const FileIdentity* expected,
+                                            const MailLimits& limits) {
+    FileIdentity identity;
+    const Result<int> fd = OpenMail(path, expected, identity);
+    if (!fd.ok()) return {{}, fd.error};
+    UniqueFd guard(fd.value);
+    Result<QByteArray> data = ReadMail(fd.value, path, limits.maxHeaderBlock + 1, true);
+    if (!data.ok()) return {{}, data.error};
+    data.value.append('\n'); // ends the header block, so the mail has an empty body
+    if (OpError refused = PrescanMail(data.value, limits)) return {{}, Refused(refused, path)};
+    GMimeMessage* message = ParseMessage(data.value);
+    if (!message)
+        return {{}, OpError::make(ErrNo::Failed, QStringLiteral("Not a readable mail: ") + path)};
+    MailHeaders headers = ReadMailHeaders(message);
+    g_object_unref(message);
+    return {headers, OpError::none()};
+}
+
+MailHeaders ParsedMail::headers() const {
+    return ReadMailHeaders(message_);
+}
+
+const MailStructure& ParsedMail::structure() const {
+    if (!structure_)
+        structure_ = std::make_unique<MailStructure>(DescribeStructure(message_, layout_));
+    return *structure_;
+}
+
+void ParsedMail::setSubject(const QString& subject) {
+    g_mime_message_set_subject(message_, subject.toUtf8().constData(), "utf-8");
+}
+
+void ParsedMail::setMileage(const QString& mileage) {
+    g_mime_object_set_header(GMIME_OBJECT(message_), "X-Mileage", mileage.toUtf8().constData(),
+                             "utf-8");
+}
+
+void ParsedMail::replaceInTree(GMimeObject* old, GMimeObject* replacement) {
+    const auto parent = layout_.parents.find(old);
+    if (parent == layout_.parents.end()) {
+        g_mime_message_set_mime_part(message_, replacement);
+        return;
+    }
+    const int index = g_mime_multipart_index_of(parent->second, old);
+    if (GMimeObject* replaced = g_mime_multipart_replace(parent->second, index, replacement))
+        g_object_unref(replaced);
+}
+
+void ParsedMail::refreshBodies() {
+    MimeLayout fresh = AnalyseMime(message_);
+    layout_.plainBody = fresh.plainBody;
+    layout_.htmlBody = fresh.htmlBody;
+    layout_.calendarBody = fresh.calendarBody;
+    layout_.parents = std::move(fresh.parents);
+    if (structure_) structure_->hasHtmlBody = layout_.htmlBody != nullptr;
+}
+
+OpError ParsedMail::deleteAttachment(int index) {
+    structure(); // names stay as they were first given
+    if (index < 0 || index >= int(layout_.attachments.size()))
+        return OpError::make(ErrNo::NotFound, QStringLiteral("No such attachment"));
+    GMimeObject* current = layout_.attachments[size_t(index)];
+    for (;;) {
+        const auto parent = layout_.parents.find(current);
+        if (parent == layout_.parents.end()) {
+            // The attachment was the whole mail: an empty text remains.
+            GRef<GMimeTextPart> empty(NewTextPart("plain", QByteArray()));
+            g_mime_message_set_mime_part(message_, GMIME_OBJECT(empty.get()));
+            break;
+        }
+        GMimeMultipart* multipart = parent->second;
+        g_mime_multipart_remove(multipart, current);
+        // A multipart left with one part is still valid; one left empty goes as well.
+        if (g_mime_multipart_get_count(multipart) > 0) break;
+        current = GMIME_OBJECT(multipart);
+    }
+    layout_.attachments.erase(layout_.attachments.begin() + index);
+    structure_->attachments.erase(structure_->attachments.begin() + index);
+    refreshBodies();
+    return OpError::none();
+}
+
+void ParsedMail::setBody(bool html, const QString& text) {
+    const QByteArray utf8 = text.toUtf8();
+    GMimeObject* existing = html ? layout_.htmlBody : layout_.plainBody;
+    if (existing && GMIME_IS_TEXT_PART(existing)) {
+        SetText(GMIME_TEXT_PART(existing), utf8);
+        return;
+    }
+    GRef<GMimeObject> part(GMIME_OBJECT(NewTextPart(html ? "html" : "plain", utf8)));
+    GMimeObject* other = html ? layout_.plainBody : layout_.htmlBody;
+    if (existing) {
+        replaceInTree(existing, part.get());
+    } else if (other) {
+        const auto parent = layout_.parents.find(other);
+        GMimeMultipart* holder = parent == layout_.parents.end() ? nullptr : parent->second;
+        if (IsAlternative(holder)) {
+            // The richer alternative goes last.
+            if (html)
+                g_mime_multipart_add(holder, part.get());
+            else
+                g_mime_multipart_insert(holder, g_mime_multipart_index_of(holder, other),
+                                        part.get());
+        } else {
+            GRef<GMimeObject> keep = GRef<GMimeObject>::borrow(other);
+            GRef<GMimeMultipart> alternative(g_mime_multipart_new_with_subtype("alternative"));
+            replaceInTree(other, GMIME_OBJECT(alternative.get()));
+            g_mime_multipart_add(alternative.get(), html ? other : part.get());
+            g_mime_multipart_add(alternative.get(), html ? part.get() : other);
+        }
+    } else {
+        GMimeObject* top = g_mime_message_get_mime_part(message_);
+        if (!top) {
+            g_mime_message_set_mime_part(message_, part.get());
+        } else if (GMIME_IS_MULTIPART(top) && !GMIME_IS_MULTIPART_SIGNED(top) &&
+                   !GMIME_IS_MULTIPART_ENCRYPTED(top)) {
+            g_mime_multipart_insert(GMIME_MULTIPART(top), 0, part.get());
+        } else {
+            GRef<GMimeObject> keep = GRef<GMimeObject>::borrow(top);
+            GRef<GMimeMultipart> mixed(g_mime_multipart_new_with_subtype("mixed"));
+            g_mime_message_set_mime_part(message_, GMIME_OBJECT(mixed.get()));
+            g_mime_multipart_add(mixed.get(), part.get());
+            g_mime_multipart_add(mixed.get(), top);
+        }
+    }
+    refreshBodies();
+}
+
+QString ParsedMail::bodyText(bool html) const {
+    GMimeObject* part = html ? layout_.htmlBody : layout_.plainBody;
+    return part ? PartText(part) : QString();
+}
+
+OpError ParsedMail::writeAttachment(int index, int fd) const {
+    if (index < 0 || index >= int(layout_.attachments.size()))
+        return OpError::make(ErrNo::NotFound, QStringLiteral("No such attachment"));
+    GRef<GMimeStream> out = BorrowedFdStream(fd);
+    bool damaged = false;
+    if (OpError error = WritePartContent(layout_.attachments[size_t(index)], out.get(), &damaged))
+        return error;
+    if (damaged)
+        return OpError::make(ErrNo::IoError,
+                             QStringLiteral("The attachment's base64 content is damaged; it "
+                                            "cannot be saved whole"));
+    if (g_mime_stream_flush(out.get()) != 0)
+        return OpError::make(ErrNo::IoError, QStringLiteral("Cannot write the attachment"));
+    return OpError::none();
+}
+
+OpError ParsedMail::writeTo(int fd) const {
+    GRef<GMimeStream> out = BorrowedFdStream(fd);
+    if (g_mime_object_write_to_stream(GMIME_OBJECT(message_), nullptr, out.get()) < 0 ||
+        g_mime_stream_flush(out.get()) != 0)
+        return OpError::make(ErrNo::IoError, QStringLiteral("Cannot write the mail"));
+    return OpError::none();
+}

@@ -1,0 +1,56 @@
+#pragma once
+// One mail file parsed by GMime, with the changes the engine makes to it before it is written
+// back: subject, stamp, bodies, removed attachments.
+#include "host/maildir/mail_summary.h"
+#include "host/maildir/mime_layout.h"
+#include "host/maildir/mime_prescan.h"
+#include "host/maildir/posix_files.h"
+
+#include <gmime/gmime.h>
+
+#include <memory>
+
+class ParsedMail {
+  public:
+    ~ParsedMail();
+    ParsedMail(const ParsedMail&) = delete;
+    ParsedMail& operator=(const ParsedMail&) = delete;
+
+    // Reads and parses the whole file. With `expected` the file must still be the one that was
+    // listed; a mail another program changed or replaced meanwhile is an error.
+    static Result<std::shared_ptr<ParsedMail>>
+    LoadFile(const QString& path, const FileIdentity* expected, const MailLimits& limits = {});
+    static Result<std::shared_ptr<ParsedMail>>
+    FromBytes(const QByteArray& bytes, const QString& what, const MailLimits& limits = {});
+    // Reads only the header block of a file.
+    static Result<MailHeaders> LoadHeaders(const QString& path, const FileIdentity* expected,
+                                           const MailLimits& limits = {});
+
+    GMimeMessage* message() const { return message_; }
+    const FileIdentity& identity() const { return identity_; }
+    MailHeaders headers() const;
+    // Attachment names stay as first given, also after others were removed.
+    const MailStructure& structure() const;
+
+    void setSubject(const QString& subject);
+    void setMileage(const QString& mileage);
+    // Removes attachment `index` (from 0) from the MIME tree.
+    OpError deleteAttachment(int index);
+    // Replaces the text of the HTML or plain body, or adds such a body, in UTF-8.
+    void setBody(bool html, const QString& text);
+    QString bodyText(bool html) const;
+    // Writes the decoded content of attachment `index`; an error if it cannot be decoded whole.
+    OpError writeAttachment(int index, int fd) const;
+    // Writes the whole message.
+    OpError writeTo(int fd) const;
+
+  private:
+    explicit ParsedMail(GMimeMessage* message);
+    void replaceInTree(GMimeObject* old, GMimeObject* replacement);
+    void refreshBodies();
+
+    GMimeMessage* message_ = nullptr;
+    FileIdentity identity_;
+    MimeLayout layout_;
+    mutable std::unique_ptr<MailStructure> structure_;
+};

@@ -1,0 +1,102 @@
+#include "host/maildir/part_content.h"
+
+#include "host/maildir/base64_content.h"
+#include "host/maildir/gmime_support.h"
+#include "host/maildir/header_text.h"
+#include "host/maildir/mime_params.h"
+
+namespace {
+
+OpError StreamError() {
+    return OpError::make(ErrNo::IoError, QStringLiteral("Cannot write the attachment's content"));
+}
+
+OpError WriteBase64(GMimeStream* encoded, GMimeStream* sink, bool* damaged) {
+    Base64ContentDecoder decoder;
+    QByteArray decoded;
+    char buffer[65536];
+    g_mime_stream_reset(encoded);
+    for (;;) {
+        const ssize_t n = g_mime_stream_read(encoded, buffer, sizeof buffer);
+        if (n < 0) return OpError::make(ErrNo::IoError, QStringLiteral("Cannot read the mail"));
+        if (n == 0) break;
+        decoded.clear();
+        decoder.feed(buffer, std::size_t(n), decoded);
+        if (!decoded.isEmpty() &&
+            g_mime_stream_write(sink, decoded.constData(), std::size_t(decoded.size())) < 0)
+            return StreamError();
+    }
+    decoded.clear();
+    decoder.finish(decoded);
+    g_mime_stream_reset(encoded);
+    if (!decoded.isEmpty() &&
+        g_mime_stream_write(sink, decoded.constData(), std::size_t(decoded.size())) < 0)
+        return StreamError();
+    if (damaged) *damaged = decoder.damaged();
+    return OpError::none();
+}
+
+QByteArray RawHeader(GMimeObject* part, const char* name) {
+    GMimeHeaderList* headers = g_mime_object_get_header_list(part);
+    GMimeHeader* header = headers ? g_mime_header_list_get_header(headers, name) : nullptr;
+    if (!header) return {};
+    const char* raw = g_mime_header_get_raw_value(header);
+    return raw ? QByteArray(raw) : QByteArray(g_mime_header_get_value(header));
+}
+
+} // namespace
+
+OpError WritePartContent(GMimeObject* part, GMimeStream* sink, bool* damaged) {
+    if (damaged) *damaged = false;
+    if (GMIME_IS_MESSAGE_PART(part)) {
+        GMimeMessage* inner = g_mime_message_part_get_message(GMIME_MESSAGE_PART(part));
+        if (inner && g_mime_object_write_to_stream(GMIME_OBJECT(inner), nullptr, sink) < 0)
+            return StreamError();
+        return OpError::none();
+    }
+    if (!GMIME_IS_PART(part)) return OpError::none();
+    GMimeDataWrapper* content = g_mime_part_get_content(GMIME_PART(part));
+    if (!content) return OpError::none();
+    if (g_mime_data_wrapper_get_encoding(content) == GMIME_CONTENT_ENCODING_BASE64)
+        return WriteBase64(g_mime_data_wrapper_get_stream(content), sink, damaged);
+    if (g_mime_data_wrapper_write_to_stream(content, sink) < 0) return StreamError();
+    return OpError::none();
+}
+
+QByteArray PartContent(GMimeObject* part, bool* damaged) {
+    GRef<GMimeStream> memory(g_mime_stream_mem_new());
+    WritePartContent(part, memory.get(), damaged);
+    GByteArray* bytes = g_mime_stream_mem_get_byte_array(GMIME_STREAM_MEM(memory.get()));
+    return QByteArray(reinterpret_cast<const char*>(bytes->data), qsizetype(bytes->len));
+}
+
+qint64 PartContentSize(GMimeObject* part, bool* damaged) {
+    GRef<GMimeStream> counter(g_mime_stream_null_new());
+    WritePartContent(part, counter.get(), damaged);
+    return qint64(GMIME_STREAM_NULL(counter.get())->written);
+}
+
+QString PartText(GMimeObject* part) {
+    const QByteArray bytes = PartContent(part, nullptr);
+    const char* charset = g_mime_object_get_content_type_parameter(part, "charset");
+    return DecodeCharset(bytes, charset ? QByteArray(charset) : QByteArray());
+}
+
+QString PartFileName(GMimeObject* part) {
+    static const struct {
+        const char* header;
+        const char* param;
+    } kSources[] = {{"Content-Disposition", "filename"}, {"Content-Type", "name"}};
+    for (const auto& source : kSources) {
+        const QByteArray raw = RawHeader(part, source.header);
+        if (raw.isEmpty()) continue;
+        const auto name = DecodedParam(ParseHeaderParams(raw), source.param);
+        if (name && !name->trimmed().isEmpty()) return name->trimmed();
+    }
+    return {};
+}
+
+QByteArray PartMimeType(GMimeObject* part) {
+    char* type = g_mime_content_type_get_mime_type(g_mime_object_get_content_type(part));
+    return TakeGBytes(type).toLower();
+}
