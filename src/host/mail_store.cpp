@@ -12,5 +12,9 @@ QString GetFolderPath(const MailFolderPtr& folder, const QString& separator) {
     return levels.join(sep);
 }
 
-MailSession* gobjRDOSession() { return gSession; }
-void SetMailSession(MailSession* session) { gSession = session; }
+MailSession* gobjRDOSession() {
+    return gSession;
+}
+void SetMailSession(MailSession* session) {
+    gSession = session;
+}

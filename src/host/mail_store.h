@@ -26,7 +26,7 @@ constexpr int MeetingRequest = 53;
 
 // Attachment types.
 namespace AttachType {
-constexpr int ByValue = 1;     // a file
+constexpr int ByValue = 1;      // a file
 constexpr int EmbeddedItem = 5; // an attached message
 } // namespace AttachType
 
@@ -43,7 +43,7 @@ struct Recipient {
 };
 
 class Attachment {
-public:
+  public:
     virtual ~Attachment() = default;
     virtual Result<QString> FileName() const = 0;
     virtual Result<int> Type() const = 0;
@@ -61,7 +61,7 @@ public:
 };
 
 class MailItem {
-public:
+  public:
     virtual ~MailItem() = default;
     // Name of the object's type, for the LOG.
     virtual QString TypeName() const = 0;
@@ -99,7 +99,7 @@ public:
 };
 
 class MailFolder {
-public:
+  public:
     virtual ~MailFolder() = default;
     virtual Result<QString> Name() const = 0;
     virtual Result<QString> EntryID() const = 0;
@@ -113,15 +113,17 @@ public:
 };
 
 class MailSession {
-public:
+  public:
     virtual ~MailSession() = default;
     // A fresh object over the message as the store holds it. An EntryID that an object handed
     // out earlier reports must keep finding its message after a Save through another object
     // (the engine's folder item and its fetched mail are two objects over one message, and a
     // second rule fetches the mail again by the item's EntryID).
-    virtual Result<MailItemPtr> GetMessageFromID(const QString& entryId, const QString& storeId) = 0;
+    virtual Result<MailItemPtr> GetMessageFromID(const QString& entryId,
+                                                 const QString& storeId) = 0;
     virtual Result<MailItemPtr> GetMessageFromID(const QString& entryId) = 0;
-    virtual Result<MailFolderPtr> GetFolderFromID(const QString& entryId, const QString& storeId) = 0;
+    virtual Result<MailFolderPtr> GetFolderFromID(const QString& entryId,
+                                                  const QString& storeId) = 0;
     virtual Result<MailFolderPtr> GetDefaultInbox() = 0;
     // The top folders of every store.
     virtual Result<std::vector<MailFolderPtr>> Stores() = 0;

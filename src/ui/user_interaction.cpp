@@ -5,7 +5,7 @@
 namespace {
 // Answers every question with its safest choice and shows nothing.
 class SilentInteraction final : public UserInteraction {
-public:
+  public:
     void beep() override {}
     MsgAnswer messageBox(const QString&, MsgButtons buttons, MsgIcon, const QString&) override {
         switch (buttons) {
@@ -28,8 +28,7 @@ public:
     bool openWithShell(const QString&) override { return false; }
     void showTrayNotification(const TrayNotification&) override {}
     void pumpEvents() override {
-        if (QCoreApplication::instance())
-            QCoreApplication::processEvents();
+        if (QCoreApplication::instance()) QCoreApplication::processEvents();
     }
     void setBusy(bool) override {}
 };
@@ -38,5 +37,9 @@ SilentInteraction gSilent;
 UserInteraction* gCurrent = nullptr;
 } // namespace
 
-UserInteraction& ui() { return gCurrent ? *gCurrent : gSilent; }
-void SetUserInteraction(UserInteraction* impl) { gCurrent = impl; }
+UserInteraction& ui() {
+    return gCurrent ? *gCurrent : gSilent;
+}
+void SetUserInteraction(UserInteraction* impl) {
+    gCurrent = impl;
+}

@@ -9,7 +9,14 @@
 enum class MsgIcon { None = 0, Stop = 16, Question = 32, Exclamation = 48, Information = 64 };
 
 // Button sets of the plain message box, with their classic values.
-enum class MsgButtons { OK = 0, OKCancel = 1, AbortRetryIgnore = 2, YesNoCancel = 3, YesNo = 4, RetryCancel = 5 };
+enum class MsgButtons {
+    OK = 0,
+    OKCancel = 1,
+    AbortRetryIgnore = 2,
+    YesNoCancel = 3,
+    YesNo = 4,
+    RetryCancel = 5
+};
 
 // Answers of the plain message box, with their classic values.
 enum class MsgAnswer { OK = 1, Cancel = 2, Abort = 3, Retry = 4, Ignore = 5, Yes = 6, No = 7 };
@@ -56,7 +63,7 @@ struct TrayNotification {
 
 // A surface that shows the two progress bars of a run (the options dialog's status strip).
 class StatusSurface {
-public:
+  public:
     virtual ~StatusSurface() = default;
     // Main bar: caption (for example "50%") and fill in [0,1]; visible false hides it.
     virtual void setMainProgress(bool visible, const QString& caption, double fill) = 0;
@@ -65,7 +72,7 @@ public:
 };
 
 class UserInteraction {
-public:
+  public:
     virtual ~UserInteraction() = default;
 
     virtual void beep() = 0;
