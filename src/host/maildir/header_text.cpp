@@ -1,6 +1,7 @@
 #include "host/maildir/header_text.h"
 
 #include "common/ansi.h"
+#include "host/maildir/gmime_support.h"
 
 #include <gmime/gmime.h>
 
@@ -86,6 +87,7 @@ bool IsBlank(const QByteArray& text) {
 QString DecodeCharset(const QByteArray& bytes, const QByteArray& charset) {
     if (IsUtf8Name(charset)) return DecodeUnlabelled(bytes);
     const QByteArray name = charset.trimmed();
+    EnsureGMime();
     iconv_t cd = g_mime_iconv_open("UTF-8", name.constData());
     if (cd == (iconv_t)-1) return DecodeUnlabelled(bytes);
     char* converted = g_mime_iconv_strndup(cd, bytes.constData(), std::size_t(bytes.size()));

@@ -1,0 +1,77 @@
+#pragma once
+// A fresh Maildir store in the test's private home for every test, and small helpers to fill it.
+#include "host/maildir/mail_builder.h"
+#include "host/maildir/maildir_session.h"
+#include "support/test_env.h"
+
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+
+#include <memory>
+
+class MaildirTest : public FreshState {
+  protected:
+    void SetUp() override {
+        FreshState::SetUp();
+        root = TestEnv::home() + QStringLiteral("/Mail");
+        ASSERT_FALSE(EnsureMaildirFolder(root));
+    }
+
+    // A folder of the store ("" for the root), made if missing.
+    QString folder(const QString& relative = {}) {
+        const QString dir = relative.isEmpty() ? root : root + QLatin1Char('/') + relative;
+        EXPECT_FALSE(EnsureMaildirFolder(dir));
+        return dir;
+    }
+
+    QString deliver(const SampleMail& mail, const QString& relative = {},
+                    SampleMailFlags flags = {}) {
+        const Result<QString> written = WriteMailToMaildir(folder(relative), mail, flags);
+        EXPECT_TRUE(written.ok()) << written.error.description.toStdString();
+        return written.value;
+    }
+
+    // Copies a sample of tests/data/mails into cur/ of the root, as an unread mail.
+    QString deliverDataFile(const QString& name, const QString& flags = {}) {
+        const QString target = root + QStringLiteral("/cur/") + QFileInfo(name).completeBaseName() +
+                               QStringLiteral(".sample:2,") + flags;
+        EXPECT_TRUE(QFile::copy(TestEnv::dataFile(QStringLiteral("mails/") + name), target))
+            << name.toStdString();
+        return target;
+    }
+
+    MaildirSession& session() {
+        if (!session_)
+            session_ = std::make_unique<MaildirSession>(
+                std::vector<MaildirSession::StoreSpec>{{root, {}}});
+        return *session_;
+    }
+
+    MailFolderPtr inbox() { return session().GetDefaultInbox().value; }
+
+    // The only mail of the Inbox.
+    MailItemPtr onlyMail() {
+        const auto items = inbox()->Items();
+        EXPECT_EQ(items.value.size(), 1u);
+        if (items.value.size() != 1) return nullptr;
+        // Fetched the way the engine fetches it, so a mail the store refuses shows its error.
+        const auto fetched = session().GetMessageFromID(items.value[0]->EntryID().value, root);
+        EXPECT_TRUE(fetched.ok()) << fetched.error.description.toStdString();
+        return fetched.value;
+    }
+
+    static QByteArray readFile(const QString& path) {
+        QFile f(path);
+        return f.open(QIODevice::ReadOnly) ? f.readAll() : QByteArray();
+    }
+
+    QString root;
+
+  private:
+    std::unique_ptr<MaildirSession> session_;
+};
+
+inline std::string S(const QString& text) {
+    return text.toStdString();
+}

@@ -1,0 +1,198 @@
+// The attachments a mail shows: names in every encoding, inline pictures, cards, attached
+// messages, parts without a name, and GMime's decoding faults kept away from the user.
+#include "maildir_fixture.h"
+
+#include <QTemporaryDir>
+
+namespace {
+
+struct Shown {
+    std::string name;
+    int type;
+    std::string cid;
+    qint64 size;
+};
+
+std::vector<Shown> AttachmentsOf(const MailItemPtr& item) {
+    std::vector<Shown> shown;
+    for (int i = 1; i <= item->AttachmentCount().value; ++i) {
+        const AttachmentPtr a = item->AttachmentAt(i).value;
+        shown.push_back(
+            {S(a->FileName().value), a->Type().value, S(a->ContentId().value), a->Size().value});
+        EXPECT_FALSE(a->Hidden().value);
+    }
+    return shown;
+}
+
+} // namespace
+
+TEST_F(MaildirTest, AttachmentsInDocumentOrderWithNamesTypesAndSizes) {
+    SampleMail mail;
+    mail.htmlBody = QStringLiteral("<p><img src=\"cid:pic1@x\"></p>");
+    const QByteArray pdf(1000, '\x7f');
+    mail.attachments.push_back(
+        SampleAttachment::file(QStringLiteral("Übersicht März.pdf"), "application/pdf", pdf));
+    mail.attachments.push_back(SampleAttachment::file(
+        QStringLiteral("Grüße.txt"), "text/plain", "qp text äöü\n",
+        SampleAttachment::Encoding::QuotedPrintable, SampleAttachment::NameStyle::Rfc2047));
+    SampleAttachment picture =
+        SampleAttachment::file(QStringLiteral("pic.png"), "image/png", QByteArray(70, 'p'));
+    picture.contentId = QStringLiteral("pic1@x");
+    mail.attachments.push_back(picture);
+    mail.attachments.push_back(SampleAttachment::file(QString(), "image/png", QByteArray(5, 'i')));
+    mail.attachments.push_back(SampleAttachment::file(QString(), "image/jpeg", QByteArray(6, 'j')));
+    mail.attachments.push_back(
+        SampleAttachment::file(QString(), "application/pdf", QByteArray(7, 'd')));
+    mail.attachments.push_back(
+        SampleAttachment::file(QStringLiteral("Jörg.vcf"), "text/vcard", "BEGIN:VCARD\r\n"));
+    SampleMail inner;
+    inner.subject = QStringLiteral("Weitergeleitet");
+    inner.attachments.push_back(
+        SampleAttachment::file(QStringLiteral("inner.pdf"), "application/pdf", pdf));
+    mail.attachedMessages.push_back(inner);
+    deliver(mail);
+
+    const MailItemPtr item = onlyMail();
+    ASSERT_TRUE(item);
+    const std::vector<Shown> shown = AttachmentsOf(item);
+    ASSERT_EQ(shown.size(), 8u);
+    // The inline picture stays with the HTML body, ahead of the mixed parts.
+    const std::vector<std::pair<std::string, int>> expected = {
+        {"pic.png", 1},      {"Übersicht März.pdf", 1}, {"Grüße.txt", 1},
+        {"image001.png", 1}, {"image002.jpg", 1},       {"ATT00001.pdf", 1},
+        {"Jörg.vcf", 1},     {"Weitergeleitet.eml", 5}};
+    for (size_t i = 0; i < shown.size(); ++i) {
+        EXPECT_EQ(shown[i].name, expected[i].first) << i;
+        EXPECT_EQ(shown[i].type, expected[i].second) << i;
+    }
+    EXPECT_EQ(shown[0].cid, "pic1@x");
+    EXPECT_EQ(shown[1].cid, "");
+    EXPECT_EQ(shown[0].size, 70);
+    EXPECT_EQ(shown[1].size, 1000);
+    EXPECT_EQ(shown[2].size, QByteArray("qp text äöü\n").size());
+    EXPECT_GT(shown[7].size, 1000); // the whole attached message
+    EXPECT_EQ(item->BodyFormat().value, BodyFormat::Html);
+}
+
+TEST_F(MaildirTest, NamesInEveryEncodingComeOutWhole) {
+    struct Case {
+        const char* file;
+        std::vector<std::string> names;
+    } cases[] = {
+        // GMime itself gives "report." for the first.
+        {"adjacent-encoded-words-name.eml", {"report.pdf", "Grüße.pdf"}},
+        {"rfc2231-continuation-name.eml",
+         {"Sehr langer Dateiname mit Ümlauten äöü.pdf", "ärger.txt", "Büro Plan.doc"}},
+    };
+    for (const Case& c : cases) {
+        const QString path = deliverDataFile(QString::fromLatin1(c.file));
+        const MailItemPtr item = onlyMail();
+        ASSERT_TRUE(item) << c.file;
+        std::vector<std::string> names;
+        for (const Shown& s : AttachmentsOf(item))
+            names.push_back(s.name);
+        EXPECT_EQ(names, c.names) << c.file;
+        QFile::remove(path);
+    }
+}
+
+TEST_F(MaildirTest, ChunkedBase64IsSavedWhole) {
+    deliverDataFile(QStringLiteral("chunked-base64-attachment.eml"));
+    const MailItemPtr item = onlyMail();
+    ASSERT_EQ(item->AttachmentCount().value, 1);
+    const AttachmentPtr a = item->AttachmentAt(1).value;
+    EXPECT_EQ(a->Size().value, 135);
+    QTemporaryDir target;
+    ASSERT_FALSE(a->SaveAsFile(target.filePath(QStringLiteral("fox.txt"))));
+    EXPECT_EQ(readFile(target.filePath(QStringLiteral("fox.txt"))),
+              QByteArray("The quick brown fox jumps over the lazy dog.\n").repeated(3));
+}
+
+TEST_F(MaildirTest, ContentThatCannotBeDecodedWholeIsAFailedSave) {
+    struct Case {
+        const char* file;
+        int index;
+        const char* name;
+    } cases[] = {
+        {"damaged-base64-attachment.eml", 1, "broken.bin"},
+        {"truncated-multipart.eml", 2, "cut.bin"},
+    };
+    for (const Case& c : cases) {
+        const QString path = deliverDataFile(QString::fromLatin1(c.file));
+        const MailItemPtr item = onlyMail();
+        ASSERT_TRUE(item) << c.file;
+        const AttachmentPtr a = item->AttachmentAt(c.index).value;
+        ASSERT_TRUE(a) << c.file;
+        EXPECT_EQ(S(a->FileName().value), c.name);
+        QTemporaryDir target;
+        const QString out = target.filePath(QString::fromLatin1(c.name));
+        QFile old(out);
+        old.open(QIODevice::WriteOnly);
+        old.write("what was there");
+        old.close();
+        const OpError error = a->SaveAsFile(out);
+        EXPECT_TRUE(error) << c.file;
+        EXPECT_TRUE(error.description.contains(QLatin1String("damaged"))) << S(error.description);
+        EXPECT_EQ(readFile(out), QByteArray("what was there")) << c.file;
+        EXPECT_EQ(QDir(target.path()).entryList(QDir::Files | QDir::Hidden).size(), 1) << c.file;
+        QFile::remove(path);
+    }
+    // What came before the cut is whole.
+    deliverDataFile(QStringLiteral("truncated-multipart.eml"));
+    const MailItemPtr item = onlyMail();
+    EXPECT_EQ(S(item->Body().value), "The mail was cut off in transit.");
+    QTemporaryDir target;
+    EXPECT_FALSE(
+        item->AttachmentAt(1).value->SaveAsFile(target.filePath(QStringLiteral("whole.pdf"))));
+    EXPECT_TRUE(readFile(target.filePath(QStringLiteral("whole.pdf"))).startsWith("%PDF-1.4"));
+}
+
+TEST_F(MaildirTest, AMailGMimeCannotSurviveIsRefusedWithAClearError) {
+    deliverDataFile(QStringLiteral("long-parameter-name.eml"));
+    const auto listed = inbox()->Items().value;
+    ASSERT_EQ(listed.size(), 1u);
+    // Still listed as a mail, so the fetch reports it.
+    EXPECT_EQ(listed[0]->Class().value, ItemClass::Mail);
+    const auto fetched = session().GetMessageFromID(listed[0]->EntryID().value, root);
+    EXPECT_FALSE(fetched.ok());
+    EXPECT_TRUE(fetched.error.description.startsWith(
+        QStringLiteral("Mail refused: a header parameter name of 72 characters")))
+        << S(fetched.error.description);
+    EXPECT_TRUE(fetched.error.description.contains(QLatin1String("long-parameter-name.sample")));
+    EXPECT_TRUE(listed[0]->AttachmentCount().error);
+    EXPECT_TRUE(listed[0]->SetMileage(QStringLiteral("QWKStowaway")));
+}
+
+TEST_F(MaildirTest, CapsOnNestingPartsAndHeaderSize) {
+    MailLimits limits;
+    limits.maxDepth = 5;
+    limits.maxParts = 20;
+    limits.maxHeaderBlock = 2000;
+    MaildirSession capped({{root, {}}}, limits);
+    SampleMail mail;
+    for (int i = 0; i < 25; ++i)
+        mail.attachments.push_back(
+            SampleAttachment::file(QStringLiteral("f%1.txt").arg(i), "text/plain", "x"));
+    deliver(mail);
+    SampleMail deep;
+    SampleMail* level = &deep;
+    for (int i = 0; i < 6; ++i) {
+        level->attachedMessages.push_back(SampleMail{});
+        level = &level->attachedMessages.back();
+    }
+    deliver(deep);
+    SampleMail big;
+    big.subject = QString(3000, QLatin1Char('s'));
+    deliver(big);
+    deliver(SampleMail{});
+
+    int refused = 0;
+    for (const MailItemPtr& item : capped.GetDefaultInbox().value->Items().value) {
+        const auto fetched = capped.GetMessageFromID(item->EntryID().value, root);
+        if (fetched.ok()) continue;
+        ++refused;
+        EXPECT_TRUE(fetched.error.description.startsWith(QStringLiteral("Mail refused: ")))
+            << S(fetched.error.description);
+    }
+    EXPECT_EQ(refused, 3);
+}

@@ -1,0 +1,175 @@
+// The decoders the store uses in place of GMime's: base64 content, encoded words, parameters,
+// and the look over a mail before GMime sees it.
+#include "host/maildir/base64_content.h"
+#include "host/maildir/header_text.h"
+#include "host/maildir/mime_params.h"
+#include "host/maildir/mime_prescan.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+std::string S(const QString& s) {
+    return s.toStdString();
+}
+} // namespace
+
+TEST(Base64Content, DecodesAcrossInnerPaddingAndTellsLostBits) {
+    struct Case {
+        const char* encoded;
+        QByteArray decoded;
+        bool damaged;
+    } cases[] = {
+        {"QUJDREVG", "ABCDEF", false},
+        {"QUI=Q0Q=RUY=", "ABCDEF", false}, // chunks padded on their own
+        {"QQ==\nQkM=\n", "ABC", false},
+        {"QUJ\r\nDREVG\n", "ABCDEF", false}, // line ends anywhere
+        {"QUJDRA", "ABCD", false},           // padding left out
+        {"QUJD!?REVG", "ABCDEF", false},     // foreign characters are skipped
+        {"QUJDR", "ABC", true},              // one character cannot make a byte
+        {"QUJDR=RUZH", "ABCEFG", true},      // nor before padding
+    };
+    for (const Case& c : cases) {
+        bool damaged = !c.damaged;
+        EXPECT_EQ(DecodeBase64Content(c.encoded, &damaged), c.decoded) << c.encoded;
+        EXPECT_EQ(damaged, c.damaged) << c.encoded;
+    }
+}
+
+TEST(Base64Content, FeedingInPiecesGivesTheSameBytes) {
+    const QByteArray content = QByteArray("chunked content that spans several groups").repeated(50);
+    QByteArray encoded;
+    for (qsizetype i = 0; i < content.size(); i += 37)
+        encoded += content.mid(i, 37).toBase64() + "\n";
+    Base64ContentDecoder decoder;
+    QByteArray out;
+    for (qsizetype i = 0; i < encoded.size(); i += 5)
+        decoder.feed(encoded.constData() + i, size_t(qMin<qsizetype>(5, encoded.size() - i)), out);
+    decoder.finish(out);
+    EXPECT_EQ(out, content);
+    EXPECT_FALSE(decoder.damaged());
+}
+
+TEST(HeaderText, EncodedWordsComeOutWhole) {
+    struct Case {
+        QByteArray raw;
+        QString text;
+    } cases[] = {
+        {"=?UTF-8?B?cmVwb3J0Lg==?= =?UTF-8?B?cGRm?=", QStringLiteral("report.pdf")},
+        {"=?UTF-8?B?cmVwb3J0Lg==?==?UTF-8?B?cGRm?=", QStringLiteral("report.pdf")},
+        {"=?UTF-8?Q?Gr=C3?=\r\n =?UTF-8?Q?=BC=C3=9Fe?=",
+         QStringLiteral("Grüße")}, // split character
+        {"=?iso-8859-1?q?B=FCro_Plan?=", QStringLiteral("Büro Plan")},
+        {"=?ISO-8859-1?Q?=E4?= =?UTF-8?Q?=C3=B6?=", QStringLiteral("äö")}, // two charsets
+        {"Re: =?utf-8?q?caf=C3=A9?= and more", QStringLiteral("Re: café and more")},
+        {"=?utf-8*de?Q?Stra=C3=9Fe?=", QStringLiteral("Straße")}, // with language
+        {"plain =? not a word ?=", QStringLiteral("plain =? not a word ?=")},
+        {"caf\xc3\xa9", QStringLiteral("café")}, // raw UTF-8
+        {"caf\xe9", QStringLiteral("café")},     // raw Windows-1252
+        {"=?x-unknown?Q?abc?=", QStringLiteral("abc")},
+    };
+    for (const Case& c : cases)
+        EXPECT_EQ(S(DecodeEncodedWords(c.raw)), S(c.text)) << c.raw.constData();
+}
+
+TEST(MimeParams, NamesFromEveryFormMailersUse) {
+    struct Case {
+        QByteArray header;
+        QByteArray param;
+        QString value;
+    } cases[] = {
+        {"attachment; filename=\"a b.pdf\"", "filename", QStringLiteral("a b.pdf")},
+        {"attachment; filename=a b.pdf ; size=3", "filename", QStringLiteral("a b.pdf")},
+        {"attachment; filename=\"say \\\"hi\\\".txt\"", "filename",
+         QStringLiteral("say \"hi\".txt")},
+        {"attachment; FileName=x.txt", "filename", QStringLiteral("x.txt")},
+        {"attachment (a comment); filename=x.txt", "filename", QStringLiteral("x.txt")},
+        {"attachment; filename*=UTF-8''%C3%A4rger.txt", "filename", QStringLiteral("ärger.txt")},
+        {"attachment; filename*=iso-8859-1'de'%E4rger.txt", "filename",
+         QStringLiteral("ärger.txt")},
+        {"attachment; filename*1*=%BC.txt; filename*0*=UTF-8''%C3", "filename",
+         QStringLiteral("ü.txt")},
+        {"attachment; filename*0=\"long \"; filename*1=\"name.txt\"", "filename",
+         QStringLiteral("long name.txt")},
+        {"attachment; filename=\"old.txt\"; filename*=UTF-8''new.txt", "filename",
+         QStringLiteral("new.txt")},
+        {"application/pdf; name=\"=?UTF-8?B?cmVwb3J0Lg==?= =?UTF-8?B?cGRm?=\"", "name",
+         QStringLiteral("report.pdf")},
+    };
+    for (const Case& c : cases) {
+        const auto value = DecodedParam(ParseHeaderParams(c.header), c.param);
+        ASSERT_TRUE(value.has_value()) << c.header.constData();
+        EXPECT_EQ(S(*value), S(c.value)) << c.header.constData();
+    }
+    EXPECT_FALSE(DecodedParam(ParseHeaderParams("attachment; name=x"), "filename").has_value());
+    EXPECT_EQ(HeaderMainValue(" Multipart/Mixed;\n boundary=x"), QByteArray("multipart/mixed"));
+}
+
+namespace {
+QByteArray Nested(int depth) {
+    QByteArray mail = "From: a@b\nContent-Type: multipart/mixed; boundary=\"b0\"\n\n";
+    for (int i = 1; i < depth; ++i)
+        mail += "--b" + QByteArray::number(i - 1) +
+                "\nContent-Type: multipart/mixed; boundary=\"b" + QByteArray::number(i) + "\"\n\n";
+    mail += "--b" + QByteArray::number(depth - 1) + "\nContent-Type: text/plain\n\nhi\n";
+    for (int i = depth - 1; i >= 0; --i)
+        mail += "--b" + QByteArray::number(i) + "--\n";
+    return mail;
+}
+
+QByteArray ManyParts(int parts) {
+    QByteArray mail = "From: a@b\nContent-Type: multipart/mixed; boundary=\"b\"\n\n";
+    for (int i = 0; i < parts; ++i)
+        mail += "--b\nContent-Type: text/plain\n\nx\n";
+    return mail + "--b--\n";
+}
+
+QByteArray AttachedMessages(int depth) {
+    return QByteArray("From: a@b\nContent-Type: message/rfc822\n\n").repeated(depth) +
+           "From: c@d\n\nhi\n";
+}
+} // namespace
+
+TEST(Prescan, CapsWhatOneMailMayCost) {
+    MailLimits limits;
+    limits.maxDepth = 10;
+    limits.maxParts = 50;
+    limits.maxHeaderBlock = 4096;
+    struct Case {
+        QByteArray mail;
+        bool refused;
+        const char* why;
+    } cases[] = {
+        {Nested(10), false, ""},
+        {Nested(11), true, "nested"},
+        {AttachedMessages(9), false, ""},
+        {AttachedMessages(11), true, "nested"},
+        {ManyParts(49), false, ""},
+        {ManyParts(50), true, "parts"},
+        {"Subject: " + QByteArray(4000, 'x') + "\n\nbody", false, ""},
+        {"Subject: x\n" + QByteArray("X-Long: y\n").repeated(500) + "\nbody", true, "header block"},
+        // A long header block inside a part counts as much as one on top.
+        {"Content-Type: multipart/mixed; boundary=b\n\n--b\n" +
+             QByteArray("X: y\n").repeated(1000) + "\nhi\n--b--\n",
+         true, "header block"},
+        // A big body is no header block, nor is an encoded attached message.
+        {"Subject: x\n\n" + QByteArray("line of text\n").repeated(1000), false, ""},
+        {"Content-Type: multipart/mixed; boundary=b\n\n--b\nContent-Type: message/rfc822\n"
+         "Content-Transfer-Encoding: base64\n\n" +
+             QByteArray("QUJD\n").repeated(2000) + "--b--\n",
+         false, ""},
+        {"Content-Type: text/plain; " + QByteArray(41, 'n') + "=1\n\nx", true,
+         "parameter name of 41"},
+        {"Content-Type: text/plain; " + QByteArray(40, 'n') + "=1\n\nx", false, ""},
+        {"Content-Type: multipart/mixed; boundary=b\n\n--b\nContent-Disposition: attachment;\n " +
+             QByteArray(72, 'a') + "=1\n\nx\n--b--\n",
+         true, "parameter name of 72"},
+    };
+    for (const Case& c : cases) {
+        const OpError error = PrescanMail(c.mail, limits);
+        EXPECT_EQ(bool(error), c.refused) << c.mail.left(60).constData();
+        if (c.refused) {
+            EXPECT_TRUE(error.description.startsWith(QStringLiteral("Mail refused: ")));
+            EXPECT_TRUE(error.description.contains(QLatin1String(c.why))) << S(error.description);
+        }
+    }
+}

@@ -1,0 +1,169 @@
+// The folder tree of a store in both layouts, folder paths and ids, and the order of items.
+#include "host/maildir/maildir_layout.h"
+#include "host/maildir/maildir_names.h"
+#include "maildir_fixture.h"
+
+#include <sys/stat.h>
+
+namespace {
+
+QStringList Paths(const MailFolderPtr& folder) {
+    QStringList paths{GetFolderPath(folder)};
+    for (const MailFolderPtr& child : folder->Folders().value)
+        paths += Paths(child);
+    return paths;
+}
+
+MailFolderPtr Child(const MailFolderPtr& folder, const QString& name) {
+    for (const MailFolderPtr& child : folder->Folders().value)
+        if (child->Name().value == name) return child;
+    return nullptr;
+}
+
+} // namespace
+
+TEST_F(MaildirTest, FolderTreeOfBothLayouts) {
+    folder(QStringLiteral(".Work"));
+    folder(QStringLiteral(".Work.Sub"));
+    folder(QStringLiteral(".Archive.2024")); // ".Archive" itself has no mail
+    folder(QStringLiteral(".Entw&APw-rfe")); // IMAP's modified UTF-7
+    folder(QStringLiteral("Projects"));
+    folder(QStringLiteral("Projects/Alpha"));
+    folder(QStringLiteral("Lists/Qt"));                   // "Lists" itself has no mail
+    QDir(root).mkpath(QStringLiteral(".notmuch/xapian")); // not a mail folder
+    QDir(root).mkpath(QStringLiteral("Empty"));
+
+    const auto stores = session().Stores();
+    ASSERT_TRUE(stores.ok());
+    ASSERT_EQ(stores.value.size(), 1u);
+    EXPECT_EQ(
+        S(Paths(stores.value[0]).join(QLatin1Char(','))),
+        "Mail,Mail|Inbox,Mail|Archive,Mail|Archive|2024,Mail|Entwürfe,Mail|Lists,Mail|Lists|Qt,"
+        "Mail|Projects,Mail|Projects|Alpha,Mail|Work,Mail|Work|Sub");
+
+    const MailFolderPtr top = stores.value[0];
+    struct Case {
+        QStringList names;
+        QString id;
+        bool hasMail;
+    } cases[] = {
+        {{"Inbox"}, ".", true},           {{"Work", "Sub"}, ".Work.Sub", true},
+        {{"Archive"}, ".Archive", false}, {{"Projects", "Alpha"}, "Projects/Alpha", true},
+        {{"Lists"}, "Lists", false},
+    };
+    for (const Case& c : cases) {
+        MailFolderPtr f = top;
+        for (const QString& name : c.names)
+            f = f ? Child(f, name) : nullptr;
+        ASSERT_TRUE(f) << S(c.names.join('|'));
+        EXPECT_EQ(S(f->EntryID().value), S(c.id));
+        EXPECT_EQ(S(f->StoreID().value), S(root));
+        // The ids lead back to the same folder.
+        const auto again = session().GetFolderFromID(c.id, root);
+        ASSERT_TRUE(again.ok()) << S(c.id);
+        EXPECT_EQ(S(GetFolderPath(again.value)), S(GetFolderPath(f)));
+        EXPECT_TRUE(f->Items().ok());
+        EXPECT_EQ(bool(FolderExists(root, c.id)), true);
+        bool hasMail = !c.hasMail;
+        FolderExists(root, c.id, &hasMail);
+        EXPECT_EQ(hasMail, c.hasMail) << S(c.id);
+    }
+    EXPECT_EQ(S(GetFolderPath(inbox())), "Mail|Inbox");
+    EXPECT_EQ(S(GetFolderPath(inbox(), QStringLiteral("/"))), "Mail/Inbox");
+    EXPECT_FALSE(top->Parent().value);
+}
+
+TEST_F(MaildirTest, FolderIdsThatNameNothingOrLeaveTheStoreAreRefused) {
+    folder(QStringLiteral(".Work"));
+    QDir(TestEnv::home()).mkpath(QStringLiteral("Outside/cur"));
+    for (const char* id : {"Missing", ".Missing", "../Outside", ".Work/../../Outside", "/etc", "",
+                           "Work/", ".Work/cur", "a//b"}) {
+        const auto found = session().GetFolderFromID(QString::fromLatin1(id), root);
+        EXPECT_FALSE(found.ok()) << id;
+        EXPECT_EQ(found.error.number, ErrNo::NotFound) << id;
+    }
+    EXPECT_FALSE(
+        session().GetFolderFromID(QStringLiteral("."), TestEnv::home()).ok()); // no such store
+    // A store's id is its root, however it is spelt.
+    EXPECT_TRUE(
+        session().GetFolderFromID(QStringLiteral(".Work"), root + QStringLiteral("/./")).ok());
+}
+
+TEST_F(MaildirTest, TheStoreIsNamedAfterItsRootOrTheNameGiven) {
+    MaildirSession named(
+        {{root, QStringLiteral("Private")}, {folder(QStringLiteral("Other")), {}}});
+    const auto stores = named.Stores().value;
+    ASSERT_EQ(stores.size(), 2u);
+    EXPECT_EQ(S(GetFolderPath(named.GetDefaultInbox().value)), "Private|Inbox");
+    EXPECT_EQ(S(stores[1]->Name().value), "Other");
+}
+
+TEST_F(MaildirTest, ItemsComeByDeliveryTimeThenNameFromNewAndCur) {
+    const QDateTime base = QDateTime::currentDateTime().addDays(-1);
+    SampleMail mail;
+    mail.date = base.addSecs(30);
+    mail.subject = QStringLiteral("third");
+    deliver(mail);
+    mail.date = base;
+    mail.subject = QStringLiteral("first");
+    deliver(mail, {}, {false, true});
+    mail.date = base.addSecs(10);
+    mail.subject = QStringLiteral("second");
+    deliver(mail, {}, {true, false});
+    QFile::copy(TestEnv::dataFile(QStringLiteral("mails/news-post.eml")),
+                root + QStringLiteral("/cur/.hidden"));
+    QDir(root).mkpath(QStringLiteral("cur/a-directory"));
+
+    const auto items = inbox()->Items();
+    ASSERT_TRUE(items.ok());
+    QStringList subjects;
+    for (const MailItemPtr& item : items.value)
+        subjects << item->Subject().value;
+    EXPECT_EQ(S(subjects.join(',')), "first,second,third");
+    EXPECT_EQ(inbox()->ItemCount().value, 3);
+    EXPECT_TRUE(items.value[0]->UnRead().value);  // in new/
+    EXPECT_FALSE(items.value[1]->UnRead().value); // seen
+    EXPECT_TRUE(items.value[2]->UnRead().value);
+}
+
+TEST_F(MaildirTest, AMailIsFoundByTheUniquePartOfItsName) {
+    const QString path = deliver(SampleMail{}, QStringLiteral(".Work"), {true, false});
+    const QString unique = ParseMaildirFileName(QFileInfo(path).fileName()).unique;
+    const auto item = session().GetMessageFromID(unique, root);
+    ASSERT_TRUE(item.ok()) << S(item.error.description);
+    EXPECT_EQ(S(item.value->EntryID().value), S(unique));
+    EXPECT_EQ(S(GetFolderPath(item.value->Parent().value)), "Mail|Work");
+    EXPECT_TRUE(session().GetMessageFromID(unique).ok());
+    EXPECT_FALSE(session().GetMessageFromID(QStringLiteral("1.nothing.host")).ok());
+    EXPECT_FALSE(session().GetMessageFromID(unique, TestEnv::home()).ok());
+}
+
+TEST(MaildirNames, UniquePartFlagsAndFreshNames) {
+    struct Case {
+        const char* name;
+        const char* unique;
+        const char* flags;
+        bool info;
+    } cases[] = {
+        {"1700000000.M1P2.host:2,SF", "1700000000.M1P2.host", "FS", true},
+        {"1700000000.M1P2.host,S=1234,W=1300:2,S", "1700000000.M1P2.host,S=1234,W=1300", "S", true},
+        {"1700000000.R5.host,U=42:2,", "1700000000.R5.host,U=42", "", true},
+        {"1700000000.M1P2.host", "1700000000.M1P2.host", "", false},
+        {"1700000000.host:2,RS,X=1", "1700000000.host", "RS", true},
+        {"1700000000.host:1,experimental", "1700000000.host", "", false},
+    };
+    for (const Case& c : cases) {
+        const MaildirFileName n = ParseMaildirFileName(QString::fromLatin1(c.name));
+        EXPECT_EQ(S(n.unique), c.unique) << c.name;
+        EXPECT_EQ(S(n.flags), c.flags) << c.name;
+        EXPECT_EQ(n.hasInfo, c.info) << c.name;
+    }
+    EXPECT_EQ(S(FlagsWith(QStringLiteral("RF"), QLatin1Char('S'))), "FRS");
+    EXPECT_EQ(S(FlagsWithout(QStringLiteral("FRS"), QLatin1Char('S'))), "FR");
+    EXPECT_EQ(S(ComposeMaildirFileName({QStringLiteral("u"), QStringLiteral("SR"), true})),
+              "u:2,RS");
+    const QString a = NewUniqueName();
+    const QString b = NewUniqueName();
+    EXPECT_NE(a, b);
+    EXPECT_FALSE(a.contains(QLatin1Char(':')) || a.contains(QLatin1Char('/')));
+}

@@ -1,0 +1,190 @@
+// What a mail shows of itself: headers, class, times, flags, bodies.
+#include "common/dates.h"
+#include "host/maildir/maildir_names.h"
+#include "maildir_fixture.h"
+
+#include <sys/stat.h>
+#include <utime.h>
+
+namespace {
+
+QString WriteRaw(const QString& dir, const QByteArray& text) {
+    const QString path = dir + QStringLiteral("/cur/") + NewUniqueName() + QStringLiteral(":2,");
+    QFile f(path);
+    f.open(QIODevice::WriteOnly);
+    f.write(text);
+    return path;
+}
+
+} // namespace
+
+TEST_F(MaildirTest, HeaderPropertiesOfASampleMail) {
+    SampleMail mail;
+    mail.fromName = QStringLiteral("Jörg Müller");
+    mail.fromAddress = QStringLiteral("joerg@example.de");
+    mail.to = {{QStringLiteral("Anna"), QStringLiteral("anna@example.org")},
+               {QString(), QStringLiteral("bob@example.org")}};
+    mail.cc = {{QStringLiteral("Carl"), QStringLiteral("carl@example.org")}};
+    mail.subject = QStringLiteral("Grüße aus Köln – Überblick");
+    mail.mileage = QStringLiteral("QWKStowaway");
+    deliver(mail);
+
+    const MailItemPtr item = onlyMail();
+    ASSERT_TRUE(item);
+    EXPECT_EQ(S(item->Subject().value), S(mail.subject));
+    EXPECT_EQ(S(item->SenderName().value), "Jörg Müller");
+    EXPECT_EQ(S(item->SenderEmailAddress().value), "joerg@example.de");
+    const auto recipients = item->Recipients().value;
+    ASSERT_EQ(recipients.size(), 3u);
+    EXPECT_EQ(S(recipients[0].Name + "/" + recipients[0].Address), "Anna/anna@example.org");
+    EXPECT_EQ(S(recipients[1].Name + "/" + recipients[1].Address),
+              "bob@example.org/bob@example.org");
+    EXPECT_EQ(S(recipients[2].Name), "Carl");
+    EXPECT_EQ(S(item->Mileage().value), "QWKStowaway");
+    EXPECT_FALSE(item->HidePaperClip().value);
+    EXPECT_EQ(item->Class().value, ItemClass::Mail);
+    EXPECT_EQ(S(item->StoreID().value), S(root));
+    EXPECT_EQ(S(item->TypeName()), "MaildirMessage");
+}
+
+TEST_F(MaildirTest, ReceivedTimeIsTheNewestReceivedThenDateThenTheFileTime) {
+    const QString top = "Received: from b by c; Tue, 04 Mar 2025 10:15:30 +0000\n"
+                        "Received: from a by b; Tue, 04 Mar 2025 10:15:10 +0000\n";
+    const QString head = "From: a@example.org\nSubject: t\n";
+    struct Case {
+        QString headers;
+        QDateTime expected; // invalid: the file's time
+    } cases[] = {
+        {top + head + "Date: Mon, 03 Mar 2025 09:00:00 +0000\n",
+         QDateTime(QDate(2025, 3, 4), QTime(10, 15, 30), Qt::UTC)},
+        {"Received: by x; not a date\n" + head + "Date: Mon, 03 Mar 2025 09:00:00 +0100\n",
+         QDateTime(QDate(2025, 3, 3), QTime(8, 0), Qt::UTC)},
+        {head, QDateTime()},
+    };
+    const QDateTime fileTime(QDate(2024, 12, 24), QTime(18, 0), Qt::UTC);
+    for (const Case& c : cases) {
+        const QString path = WriteRaw(root, (c.headers + "\nbody\n").toUtf8());
+        utimbuf times{fileTime.toSecsSinceEpoch(), fileTime.toSecsSinceEpoch()};
+        utime(QFile::encodeName(path).constData(), &times);
+        const MailItemPtr item = onlyMail();
+        ASSERT_TRUE(item);
+        const QDateTime expected = c.expected.isValid() ? c.expected : fileTime;
+        EXPECT_DOUBLE_EQ(item->ReceivedTime().value, DateToOle(expected.toLocalTime()))
+            << S(c.headers);
+        QFile::remove(path);
+    }
+}
+
+TEST_F(MaildirTest, ClassesOfMailsPostsReportsAndMeetingRequests) {
+    struct Case {
+        const char* file;
+        int itemClass;
+    } cases[] = {
+        {"news-post.eml", ItemClass::Post},
+        {"delivery-report.eml", ItemClass::Report},
+        {"meeting-request.eml", ItemClass::MeetingRequest},
+        {"chunked-base64-attachment.eml", ItemClass::Mail},
+    };
+    for (const Case& c : cases) {
+        const QString path = deliverDataFile(QString::fromLatin1(c.file));
+        const MailItemPtr item = onlyMail();
+        ASSERT_TRUE(item) << c.file;
+        EXPECT_EQ(item->Class().value, c.itemClass) << c.file;
+        QFile::remove(path);
+    }
+    // A calendar that is the whole mail.
+    WriteRaw(root, "From: a@b\nContent-Type: text/calendar; method=REQUEST\n\nBEGIN:VCALENDAR\n");
+    EXPECT_EQ(onlyMail()->Class().value, ItemClass::MeetingRequest);
+}
+
+TEST_F(MaildirTest, MeetingRequestCalendarIsBodyNotAttachment) {
+    deliverDataFile(QStringLiteral("meeting-request.eml"));
+    const MailItemPtr item = onlyMail();
+    EXPECT_EQ(item->AttachmentCount().value, 0);
+    EXPECT_EQ(S(item->Body().value), "Planning meeting on Monday.");
+}
+
+TEST_F(MaildirTest, UnReadIsTheMissingSeenFlagAndSettingItRenames) {
+    const QString path = deliver(SampleMail{}, {}, {false, true}); // in new/
+    MailItemPtr item = onlyMail();
+    ASSERT_TRUE(item);
+    const QString id = item->EntryID().value;
+    EXPECT_TRUE(item->UnRead().value);
+    ASSERT_FALSE(item->SetUnRead(false));
+    EXPECT_FALSE(item->UnRead().value);
+    EXPECT_FALSE(QFileInfo::exists(path));
+    EXPECT_TRUE(QFileInfo::exists(root + QStringLiteral("/cur/") + id + QStringLiteral(":2,S")));
+    EXPECT_EQ(S(item->EntryID().value), S(id)); // flags are not part of the id
+    EXPECT_TRUE(session().ownWrites().containsEntryId(id));
+
+    ASSERT_FALSE(item->SetUnRead(true));
+    EXPECT_TRUE(QFileInfo::exists(root + QStringLiteral("/cur/") + id + QStringLiteral(":2,")));
+    EXPECT_TRUE(onlyMail()->UnRead().value);
+}
+
+TEST_F(MaildirTest, BodiesAndFormat) {
+    SampleMail plain;
+    plain.textBody = QStringLiteral("Grüße,\nplain text only\n");
+    const QString plainPath = deliver(plain);
+    MailItemPtr item = onlyMail();
+    EXPECT_EQ(item->BodyFormat().value, BodyFormat::Plain);
+    EXPECT_EQ(S(item->Body().value), S(plain.textBody));
+    EXPECT_EQ(S(item->HTMLBody().value), "");
+    EXPECT_EQ(S(item->RTFBody().value), "");
+    EXPECT_TRUE(item->SetRTFBody(QStringLiteral("{\\rtf1}")));
+    QFile::remove(plainPath);
+
+    SampleMail html = plain;
+    html.htmlBody = QStringLiteral("<html><body><p>Grüße</p></body></html>");
+    deliver(html);
+    item = onlyMail();
+    EXPECT_EQ(item->BodyFormat().value, BodyFormat::Html);
+    EXPECT_EQ(S(item->HTMLBody().value), S(html.htmlBody));
+    EXPECT_EQ(S(item->Body().value), S(plain.textBody));
+}
+
+TEST_F(MaildirTest, BodyTextInALegacyCharsetAndUnlabelled8Bit) {
+    WriteRaw(root,
+             "From: a@b\nSubject: =?iso-8859-1?q?Gr=FC=DFe?=\nMIME-Version: 1.0\n"
+             "Content-Type: text/plain; charset=iso-8859-1\nContent-Transfer-Encoding: 8bit\n\n"
+             "Gr\xfc\xdf"
+             "e\n");
+    MailItemPtr item = onlyMail();
+    EXPECT_EQ(S(item->Subject().value), "Grüße");
+    EXPECT_EQ(S(item->Body().value), "Grüße\n");
+}
+
+TEST_F(MaildirTest, AFolderOfMailsSeenBeforeIsListedFromTheCache) {
+    for (int i = 0; i < 5; ++i)
+        deliver(SampleMail{});
+    for (const MailItemPtr& item : inbox()->Items().value)
+        item->AttachmentCount();
+    EXPECT_EQ(session().cachedMails(), 5);
+
+    // Same file, same size, same time, other bytes: what the store shows comes from the cache.
+    const auto files = QDir(root + QStringLiteral("/cur")).entryInfoList(QDir::Files);
+    for (const QFileInfo& f : files) {
+        QByteArray text = readFile(f.filePath());
+        text.replace("Subject: Sample mail", "Subject: Sample MAIL");
+        QFile out(f.filePath());
+        ASSERT_TRUE(out.open(QIODevice::ReadWrite));
+        out.write(text);
+        out.close();
+        const qint64 t = f.lastModified().toSecsSinceEpoch();
+        utimbuf times{t, t};
+        utime(QFile::encodeName(f.filePath()).constData(), &times);
+    }
+    for (const MailItemPtr& item : inbox()->Items().value)
+        EXPECT_EQ(S(item->Subject().value), "Sample mail");
+
+    // A file whose time moved is read again.
+    utimbuf later{0, 1000};
+    utime(QFile::encodeName(files[0].filePath()).constData(), &later);
+    EXPECT_EQ(S(inbox()->Items().value.front()->Subject().value), "Sample MAIL");
+
+    // The entries of mails that left the folder go.
+    for (int i = 1; i < files.size(); ++i)
+        QFile::remove(files[i].filePath());
+    inbox()->Items();
+    EXPECT_EQ(session().cachedMails(), 1);
+}
