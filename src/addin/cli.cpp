@@ -18,6 +18,8 @@ Commands:
   blocked                    list the blocked attachment formats
   settings [KEY [VALUE]]     list all settings, show one, or set one
   paths                      show the data folder, the LOG file and the settings file
+  watch                      save attachments of new mail as it arrives, until stopped
+  demo                       make a sample Maildir, run the rules over it, show the result
   folders                    show the store's folders and the watched ones
   test [--all | FOLDER]      a test run over the watched folders (asks before each file)
   run [--all | FOLDER]       a real run over the watched folders
@@ -99,6 +101,10 @@ int RunCli(const QStringList& args, CliContext& ctx) {
         rc = CmdFolders(opts, ctx);
     else if (command == QLatin1String("protocol"))
         rc = CmdProtocol(opts, ctx);
+    else if (command == QLatin1String("watch"))
+        rc = CmdWatch(opts, ctx);
+    else if (command == QLatin1String("demo"))
+        rc = CmdDemo(opts, ctx);
     else
         ctx.err << "stowaway: unknown command '" << command << "' (see stowaway --help)\n";
     ctx.out.flush();

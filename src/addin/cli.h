@@ -10,6 +10,8 @@ struct CliContext {
     QTextStream& err;
     // Opens the store that --maildir, $MAILDIR or ~/Maildir names.
     std::function<Result<std::shared_ptr<MailSession>>(const QString& maildir)> openStore;
+    // Writes the demo's sample mails into a new Maildir at `maildir`; returns how many.
+    std::function<Result<int>(const QString& maildir)> makeDemoMaildir;
 };
 
 // `args` without the program name. Returns the exit code.

@@ -8,6 +8,15 @@
 #include "data/globals.h"
 #include "data/log.h"
 #include "data/settings.h"
+#include "data/protocol.h"
+
+#include <QCoreApplication>
+#include <QDir>
+#include <QSocketNotifier>
+
+#include <csignal>
+#include <sys/socket.h>
+#include <unistd.h>
 
 namespace {
 // The start every command makes: settings into the globals and the data loaded, with the
@@ -25,8 +34,6 @@ void StartQuietly(const CliOptions& opts, CliContext& ctx) {
         });
     }
 }
-
-QString YesNo(VbBool b) { return IsTrue(b) ? QStringLiteral("yes") : QStringLiteral("no"); }
 
 QString SaveByText(const udtRule& r) {
     static const char* kDateFormats[] = {"dd-mm-yyyy", "yyyy-mm-dd", "yyyy-mm", "yyyy-ww"};
@@ -364,6 +371,106 @@ int CmdProtocol(const CliOptions& opts, CliContext& ctx) {
                 << e.Sender.get() << ", mail \"" << e.Mail.get() << "\"\n";
     }
     ctx.out << shown << " of " << ProtoCount << " entries\n";
+    Finish();
+    return 0;
+}
+
+namespace {
+int gSignalPipe[2] = {-1, -1};
+void OnStopSignal(int) {
+    const char c = 1;
+    [[maybe_unused]] ssize_t n = ::write(gSignalPipe[1], &c, 1);
+}
+} // namespace
+
+int CmdWatch(const CliOptions& opts, CliContext& ctx) {
+    if (!RequireStore(opts, ctx)) {
+        Finish();
+        return 1;
+    }
+    if (!SWActive)
+        ctx.err << "stowaway: automatic saving is off; turn it on with: stowaway settings SWActive 1\n";
+    else if (SWTest)
+        ctx.err << "stowaway: test mode is on, nothing is saved; turn it off with: stowaway settings SWTest 0\n";
+    int watched = 0;
+    for (int i = 1; i <= WatchFoldersCount; ++i)
+        if (IsTrue(WatchFolders[i].Active))
+            ++watched;
+    ctx.out << "Watching " << watched << " folder(s) of " << opts.maildir << "; stop with Ctrl+C.\n"
+            << Qt::flush;
+
+    // SIGINT and SIGTERM end the loop through a pipe, so the shutdown runs on the event loop.
+    if (::socketpair(AF_UNIX, SOCK_STREAM, 0, gSignalPipe) != 0) {
+        ctx.err << "stowaway: cannot set up signal handling\n";
+        Finish();
+        return 1;
+    }
+    QSocketNotifier notifier(gSignalPipe[0], QSocketNotifier::Read);
+    QObject::connect(&notifier, &QSocketNotifier::activated, [] { QCoreApplication::quit(); });
+    struct sigaction sa = {};
+    sa.sa_handler = OnStopSignal;
+    sigemptyset(&sa.sa_mask);
+    sigaction(SIGINT, &sa, nullptr);
+    sigaction(SIGTERM, &sa, nullptr);
+
+    QCoreApplication::exec();
+
+    signal(SIGINT, SIG_DFL);
+    signal(SIGTERM, SIG_DFL);
+    FlushProtocol();
+    Finish();
+    ::close(gSignalPipe[0]);
+    ::close(gSignalPipe[1]);
+    ctx.out << "Stopped.\n";
+    return 0;
+}
+
+int CmdDemo(const CliOptions& opts, CliContext& ctx) {
+    InitAppCaptions();
+    const QString maildir = GetDataFolder() + QStringLiteral("Demo Maildir");
+    QDir(maildir).removeRecursively();
+    const Result<int> made = ctx.makeDemoMaildir ? ctx.makeDemoMaildir(maildir)
+                                                 : Result<int>{0, OpError::make(ErrNo::Failed, QStringLiteral("not built in"))};
+    if (made.error) {
+        ctx.err << "stowaway: cannot make the demo Maildir: " << made.error.description << '\n';
+        return 1;
+    }
+    ctx.out << "Made a sample Maildir with " << made.value << " mails: " << maildir << "\n\n";
+
+    CliOptions demo = opts;
+    demo.maildir = maildir;
+    if (!RequireStore(demo, ctx)) {
+        Finish();
+        return 1;
+    }
+    // This run watches the demo inbox only, and really saves; nothing of it is stored as a setting.
+    const MailFolderPtr inbox = gobjRDOSession()->GetDefaultInbox().value;
+    udtWatchFolder wf;
+    wf.Active = vbTrue;
+    wf.Name = inbox->Name().value;
+    wf.Path = GetFolderPath(inbox, QStringLiteral("|"));
+    wf.EntryID = inbox->EntryID().value;
+    wf.StoreID = inbox->StoreID().value;
+    WatchFolders.assign(1, udtWatchFolder{});
+    WatchFolders.push_back(wf);
+    WatchFoldersCount = 1;
+    WatchFoldersChanged = false;
+    SWTest = false;
+    const int protoBefore = ProtoCount;
+
+    ctx.out << "Rules:\n";
+    for (int i = 1; i <= RulesCount; ++i)
+        ctx.out << "  " << i << ". " << Rules[i].Name.get() << '\n';
+    ctx.out << "\nProcessing " << wf.Path.get() << " ...\n" << Qt::flush;
+    TestOrRunFolders({1}, nullptr);
+    ctx.out << gLastAction << "\n\nSaved:\n";
+    for (int i = ProtoCount - protoBefore; i >= 1; --i) {
+        const udtProtoEntry& e = ProtoEntries[i];
+        ctx.out << "  [" << e.State.get() << "] " << e.Attachment.get() << "  ->  " << e.Folder.get()
+                << "\n      from \"" << e.Mail.get() << "\" by rule " << e.Rule.get() << '\n';
+    }
+    ctx.out << "\n" << (ProtoCount - protoBefore) << " protocol entries added (" << ProtoCount
+            << " in all). See them again with: stowaway protocol\n";
     Finish();
     return 0;
 }

@@ -18,3 +18,5 @@ int CmdReset(const CliOptions& opts, CliContext& ctx);
 int CmdCheckRule(const CliOptions& opts, CliContext& ctx);
 int CmdFolders(const CliOptions& opts, CliContext& ctx);
 int CmdProtocol(const CliOptions& opts, CliContext& ctx);
+int CmdWatch(const CliOptions& opts, CliContext& ctx);
+int CmdDemo(const CliOptions& opts, CliContext& ctx);

@@ -10,7 +10,7 @@
 #include "ui/user_interaction.h"
 
 namespace {
-HostEnvironment* gHost = nullptr;
+HostEnvironment gHost; // a copy: the caller's may be gone by the shutdown
 std::unique_ptr<clsAddinSpecific> gAddin;
 std::shared_ptr<MailSession> gSession;
 AddinState gState = AddinState::NotConnected;
@@ -39,7 +39,7 @@ InboxInfo LookUpInbox() {
 } // namespace
 
 void OnConnection(HostEnvironment& host) {
-    gHost = &host;
+    gHost = host;
     CurrLang = static_cast<uint8_t>(LeadingNumber(GetSetting(QStringLiteral("CurrLang"), QStringLiteral("0"))));
     LangChanged = false;
     InitAppCaptions();
@@ -87,8 +87,8 @@ void clsAddinSpecific::InitAddin(HostEnvironment& host) {
 
 void clsAddinSpecific::ShutdownAddin() {
     SaveData();
-    if (gHost && gHost->removeMenu && gState == AddinState::Running)
-        gHost->removeMenu();
+    if (gHost.removeMenu && gState == AddinState::Running)
+        gHost.removeMenu();
     KillFolderWrappers();
     SetNewMailSource(nullptr);
     SetMailSession(nullptr);
@@ -105,7 +105,7 @@ void OnDisconnection() {
     if (gAddin)
         gAddin->ShutdownAddin();
     gAddin.reset();
-    gHost = nullptr;
+    gHost = HostEnvironment{};
 }
 
 AddinState CurrentAddinState() { return gState; }

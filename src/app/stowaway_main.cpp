@@ -1,18 +1,43 @@
 // `stowaway`: the command line and background service.
 #include "addin/cli.h"
+#include "host/maildir/mail_builder.h"
+#include "host/maildir/maildir_session.h"
 
 #include <QCoreApplication>
+#include <QDir>
+#include <QFileInfo>
+
+namespace {
+Result<std::shared_ptr<MailSession>> OpenMaildir(const QString& maildir) {
+    const QString root = QDir(maildir).absolutePath();
+    if (!QFileInfo(root + QStringLiteral("/cur")).isDir() && !QFileInfo(root + QStringLiteral("/new")).isDir())
+        return {nullptr, OpError::make(ErrNo::NotFound, QStringLiteral("Not a Maildir: ") + root)};
+    return {std::make_shared<MaildirSession>(std::vector<MaildirSession::StoreSpec>{{root, QString()}}),
+            OpError::none()};
+}
+
+Result<int> MakeDemoMaildir(const QString& maildir) {
+    if (const OpError e = EnsureMaildirFolder(maildir))
+        return {0, e};
+    int count = 0;
+    for (const SampleMail& mail : DemoSampleMails(QDateTime::currentDateTime())) {
+        SampleMailFlags flags;
+        flags.inNew = true;
+        const Result<QString> written = WriteMailToMaildir(maildir, mail, flags);
+        if (written.error)
+            return {count, written.error};
+        ++count;
+    }
+    return {count, OpError::none()};
+}
+} // namespace
 
 int main(int argc, char** argv) {
     QCoreApplication app(argc, argv);
     QCoreApplication::setApplicationName(QStringLiteral("stowaway"));
     QTextStream out(stdout);
     QTextStream err(stderr);
-    CliContext ctx{out, err, [](const QString& maildir) {
-                       return Result<std::shared_ptr<MailSession>>{
-                           nullptr, OpError::make(ErrNo::NotFound,
-                                                  QStringLiteral("Maildir store not available yet: ") + maildir)};
-                   }};
+    CliContext ctx{out, err, OpenMaildir, MakeDemoMaildir};
     QStringList args = QCoreApplication::arguments();
     args.removeFirst();
     return RunCli(args, ctx);
