@@ -62,7 +62,10 @@ OpError WriteFileInFolder(const QString& path, const QString& fallbackName,
         ::open(EncodePath(folder).constData(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
     if (!dir.valid()) {
         const int err = errno;
-        if (err == ELOOP)
+        // Linux answers ENOTDIR or ELOOP for a link there.
+        struct stat st {};
+        if ((err == ELOOP || err == ENOTDIR) && ::lstat(EncodePath(folder).constData(), &st) == 0 &&
+            S_ISLNK(st.st_mode))
             return OpError::make(ErrNo::NoPermission,
                                  QStringLiteral("The target folder is a symbolic link: ") + folder);
         return ErrnoError(err, QStringLiteral("Cannot open the target folder ") + folder);

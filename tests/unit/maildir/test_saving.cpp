@@ -1,0 +1,341 @@
+// Writing a changed mail back: the stamp, removed attachments and rewritten bodies land in a
+// new file that replaces the old one whole, keeps its flags and time, and parses again
+// elsewhere; a mail that another program touched meanwhile is left alone.
+#include "host/maildir/maildir_names.h"
+#include "maildir_fixture.h"
+
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QProcess>
+#include <QTemporaryDir>
+
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+#include <utime.h>
+
+namespace {
+
+// Python's email package reads the file: subject, stamp, defects and each part.
+QJsonObject ParseWithPython(const QString& path) {
+    static const char* script = R"(
+import email, json, sys
+from email import policy
+m = email.message_from_binary_file(open(sys.argv[1], 'rb'), policy=policy.default)
+out = {'subject': str(m['subject']), 'mileage': str(m['x-mileage']), 'defects': [str(d) for d in m.defects], 'parts': []}
+for p in m.walk():
+    d = {'type': p.get_content_type(), 'defects': [str(x) for x in p.defects]}
+    if not p.is_multipart():
+        d['filename'] = p.get_filename()
+        if p.get_content_maintype() == 'text':
+            d['text'] = p.get_content()
+        else:
+            d['size'] = len(p.get_payload(decode=True) or b'')
+    out['parts'].append(d)
+print(json.dumps(out))
+)";
+    QProcess python;
+    python.start(QStringLiteral("python3"),
+                 {QStringLiteral("-c"), QString::fromUtf8(script), path});
+    python.waitForFinished(-1);
+    EXPECT_EQ(python.exitCode(), 0) << python.readAllStandardError().toStdString();
+    return QJsonDocument::fromJson(python.readAllStandardOutput()).object();
+}
+
+QStringList PartSummary(const QJsonObject& parsed) {
+    QStringList parts;
+    for (const QJsonValue& v : parsed[QStringLiteral("parts")].toArray()) {
+        const QJsonObject p = v.toObject();
+        QString line = p[QStringLiteral("type")].toString();
+        if (!p[QStringLiteral("filename")].isNull() && p.contains(QStringLiteral("filename")))
+            line += QLatin1Char(' ') + p[QStringLiteral("filename")].toString();
+        EXPECT_TRUE(p[QStringLiteral("defects")].toArray().isEmpty()) << S(line);
+        parts << line;
+    }
+    return parts;
+}
+
+QStringList FilesIn(const QString& dir) {
+    return QDir(dir).entryList(QDir::Files | QDir::Hidden, QDir::Name);
+}
+
+void SetFileTime(const QString& path, qint64 seconds) {
+    utimbuf t{seconds, seconds};
+    utime(QFile::encodeName(path).constData(), &t);
+}
+
+SampleMail MailWithThreeFiles() {
+    SampleMail mail;
+    mail.subject = QStringLiteral("Unterlagen für März");
+    mail.textBody = QStringLiteral("Hallo,\n\nanbei drei Dateien.\n");
+    mail.attachments.push_back(SampleAttachment::file(QStringLiteral("eins.pdf"), "application/pdf",
+                                                      QByteArray(300, '1')));
+    mail.attachments.push_back(SampleAttachment::file(QStringLiteral("zwei äö.pdf"),
+                                                      "application/pdf", QByteArray(400, '2')));
+    mail.attachments.push_back(SampleAttachment::file(QStringLiteral("drei.txt"), "text/plain",
+                                                      "drei\n",
+                                                      SampleAttachment::Encoding::QuotedPrintable));
+    return mail;
+}
+
+} // namespace
+
+TEST_F(MaildirTest, SaveWritesANewFileWithTheStampUnderAFreshNameKeepingFlagsAndTime) {
+    const QString old = deliver(MailWithThreeFiles());
+    const QString oldUnique = ParseMaildirFileName(QFileInfo(old).fileName()).unique;
+    // A name as a sync tool leaves it, with marks that no longer fit the new content.
+    const QString marked =
+        root + QStringLiteral("/cur/") + oldUnique + QStringLiteral(",U=42,S=1234:2,FS");
+    ASSERT_TRUE(QFile::rename(old, marked));
+    SetFileTime(marked, 1700000000);
+    QStringList seen;
+    session().setOwnWriteListener([&](const QString& path) { seen << path; });
+
+    const MailItemPtr item = onlyMail();
+    ASSERT_TRUE(item);
+    const QString oldId = item->EntryID().value;
+    ASSERT_FALSE(item->SetMileage(QStringLiteral("QWKStowaway")));
+    ASSERT_FALSE(item->Save());
+
+    const QStringList files = FilesIn(root + QStringLiteral("/cur"));
+    ASSERT_EQ(files.size(), 1);
+    const MaildirFileName name = ParseMaildirFileName(files[0]);
+    EXPECT_NE(name.unique, oldId);
+    EXPECT_FALSE(name.unique.contains(QLatin1String(",U=")) ||
+                 name.unique.contains(QLatin1String(",S=")));
+    EXPECT_EQ(S(name.flags), "FS");
+    const QString now = root + QStringLiteral("/cur/") + files[0];
+    EXPECT_EQ(QFileInfo(now).lastModified().toSecsSinceEpoch(), 1700000000);
+    EXPECT_TRUE(FilesIn(root + QStringLiteral("/tmp")).isEmpty());
+    EXPECT_EQ(S(item->EntryID().value), S(name.unique));
+    EXPECT_TRUE(session().ownWrites().containsEntryId(name.unique));
+    EXPECT_TRUE(seen.contains(now));
+
+    const QJsonObject parsed = ParseWithPython(now);
+    EXPECT_EQ(S(parsed[QStringLiteral("mileage")].toString()), "QWKStowaway");
+    EXPECT_EQ(S(parsed[QStringLiteral("subject")].toString()), "Unterlagen für März");
+    EXPECT_TRUE(parsed[QStringLiteral("defects")].toArray().isEmpty());
+    EXPECT_EQ(S(PartSummary(parsed).join(',')),
+              "multipart/mixed,text/plain,application/pdf eins.pdf,application/pdf zwei "
+              "äö.pdf,text/plain drei.txt");
+    EXPECT_EQ(S(parsed[QStringLiteral("parts")]
+                    .toArray()[1]
+                    .toObject()[QStringLiteral("text")]
+                    .toString()),
+              "Hallo,\n\nanbei drei Dateien.\n");
+
+    // The old id still leads to the mail, and a fresh look shows the stamp.
+    const auto again = session().GetMessageFromID(oldId, root);
+    ASSERT_TRUE(again.ok()) << S(again.error.description);
+    EXPECT_EQ(S(again.value->Mileage().value), "QWKStowaway");
+    MaildirSession fresh({{root, {}}});
+    EXPECT_EQ(S(fresh.GetDefaultInbox().value->Items().value.at(0)->Mileage().value),
+              "QWKStowaway");
+}
+
+TEST_F(MaildirTest, TwoObjectsOverOneMailFollowEachOthersSave) {
+    deliver(MailWithThreeFiles());
+    const MailItemPtr listed = inbox()->Items().value.at(0);
+    const MailItemPtr fetched = session().GetMessageFromID(listed->EntryID().value, root).value;
+    ASSERT_TRUE(fetched);
+    ASSERT_FALSE(fetched->SetSubject(QStringLiteral("[SW] Unterlagen")));
+    ASSERT_FALSE(fetched->Save());
+    // The folder's object reads the saved mail, and can still save an attachment.
+    EXPECT_EQ(S(listed->Subject().value), "[SW] Unterlagen");
+    QTemporaryDir target;
+    EXPECT_FALSE(
+        listed->AttachmentAt(1).value->SaveAsFile(target.filePath(QStringLiteral("eins.pdf"))));
+    EXPECT_EQ(readFile(target.filePath(QStringLiteral("eins.pdf"))), QByteArray(300, '1'));
+    const auto second = session().GetMessageFromID(listed->EntryID().value, root);
+    ASSERT_TRUE(second.ok());
+    EXPECT_EQ(S(second.value->Subject().value), "[SW] Unterlagen");
+}
+
+TEST_F(MaildirTest, DeletedAttachmentsLeaveTheTreeAndTheRestKeepTheirNames) {
+    SampleMail nameless;
+    nameless.attachments.push_back(SampleAttachment::file(QString(), "application/pdf", "a"));
+    nameless.attachments.push_back(SampleAttachment::file(QString(), "application/pdf", "b"));
+    nameless.attachments.push_back(
+        SampleAttachment::file(QStringLiteral("keep.txt"), "text/plain", "keep"));
+    deliver(nameless);
+    const MailItemPtr item = onlyMail();
+    const AttachmentPtr first = item->AttachmentAt(1).value;
+    const AttachmentPtr second = item->AttachmentAt(2).value;
+    ASSERT_FALSE(first->Delete());
+    // Later attachments shift down but keep the names they were shown with.
+    EXPECT_EQ(item->AttachmentCount().value, 2);
+    EXPECT_EQ(S(item->AttachmentAt(1).value->FileName().value), "ATT00002.pdf");
+    EXPECT_EQ(S(second->FileName().value), "ATT00002.pdf");
+    EXPECT_TRUE(first->Delete());
+    EXPECT_TRUE(first->FileName().error);
+    ASSERT_FALSE(second->Delete());
+    ASSERT_FALSE(item->Save());
+
+    const QString path =
+        root + QStringLiteral("/cur/") + FilesIn(root + QStringLiteral("/cur")).at(0);
+    EXPECT_EQ(S(PartSummary(ParseWithPython(path)).join(',')),
+              "multipart/mixed,text/plain,text/plain keep.txt");
+    MaildirSession fresh({{root, {}}});
+    const MailItemPtr reread = fresh.GetDefaultInbox().value->Items().value.at(0);
+    ASSERT_EQ(reread->AttachmentCount().value, 1);
+    EXPECT_EQ(S(reread->AttachmentAt(1).value->FileName().value), "keep.txt");
+    EXPECT_EQ(S(reread->Body().value), "Hello,\n\nthe files are attached.\n");
+}
+
+TEST_F(MaildirTest, DeletingLeavesValidMimeWhateverTheShape) {
+    struct Case {
+        const char* name;
+        QByteArray mail;
+        int remove; // 1-based
+        const char* parts;
+    } cases[] = {
+        {"last attachment: a multipart with one part",
+         "From: a@b\nSubject: s\nMIME-Version: 1.0\nContent-Type: multipart/mixed; "
+         "boundary=b\n\n--b\n"
+         "Content-Type: text/plain\n\nbody\n--b\nContent-Type: application/pdf; name=x.pdf\n"
+         "Content-Transfer-Encoding: base64\n\nQUJD\n--b--\n",
+         1, "multipart/mixed,text/plain"},
+        {"the whole mail is the attachment",
+         "From: a@b\nSubject: s\nMIME-Version: 1.0\nContent-Type: application/pdf; name=x.pdf\n"
+         "Content-Disposition: attachment\nContent-Transfer-Encoding: base64\n\nQUJD\n",
+         1, "text/plain"},
+        {"an inner multipart left empty goes too",
+         "From: a@b\nSubject: s\nMIME-Version: 1.0\nContent-Type: multipart/mixed; "
+         "boundary=b\n\n--b\n"
+         "Content-Type: text/plain\n\nbody\n--b\nContent-Type: multipart/mixed; boundary=c\n\n--c\n"
+         "Content-Type: image/gif; name=x.gif\n\nGIF\n--c--\n--b\nContent-Type: text/csv; "
+         "name=y.csv\n\n1,2\n--b--\n",
+         1, "multipart/mixed,text/plain,text/csv y.csv"},
+    };
+    for (const Case& c : cases) {
+        const QString path =
+            root + QStringLiteral("/cur/") + NewUniqueName() + QStringLiteral(":2,");
+        QFile f(path);
+        ASSERT_TRUE(f.open(QIODevice::WriteOnly));
+        f.write(c.mail);
+        f.close();
+        const MailItemPtr item = onlyMail();
+        ASSERT_TRUE(item) << c.name;
+        ASSERT_FALSE(item->AttachmentAt(c.remove).value->Delete()) << c.name;
+        ASSERT_FALSE(item->Save()) << c.name;
+        const QStringList files = FilesIn(root + QStringLiteral("/cur"));
+        ASSERT_EQ(files.size(), 1) << c.name;
+        EXPECT_EQ(
+            S(PartSummary(ParseWithPython(root + QStringLiteral("/cur/") + files[0])).join(',')),
+            c.parts)
+            << c.name;
+        QFile::remove(root + QStringLiteral("/cur/") + files[0]);
+    }
+}
+
+TEST_F(MaildirTest, BodiesAreRewrittenOrAddedInUtf8) {
+    struct Case {
+        const char* name;
+        SampleMail mail;
+        bool html;
+        const char* parts;
+    };
+    SampleMail both;
+    both.htmlBody = QStringLiteral("<html><body><p>alt</p></body></html>");
+    SampleMail plainOnly;
+    SampleMail plainWithFile;
+    plainWithFile.attachments.push_back(
+        SampleAttachment::file(QStringLiteral("a.pdf"), "application/pdf", "x"));
+    SampleMail noBody;
+    noBody.textBody.clear();
+    noBody.attachments.push_back(
+        SampleAttachment::file(QStringLiteral("a.pdf"), "application/pdf", "x"));
+    const Case cases[] = {
+        {"html replaced", both, true, "multipart/alternative,text/plain,text/html"},
+        {"plain replaced", both, false, "multipart/alternative,text/plain,text/html"},
+        {"plain replaced alone", plainOnly, false, "text/plain"},
+        {"html added beside plain", plainOnly, true, "multipart/alternative,text/plain,text/html"},
+        {"html added beside plain in mixed", plainWithFile, true,
+         "multipart/mixed,multipart/alternative,text/plain,text/html,application/pdf a.pdf"},
+        {"plain added to a mail of files", noBody, false,
+         "multipart/mixed,text/plain,application/pdf a.pdf"},
+    };
+    const QString text = QStringLiteral("Gespeicherte Anhänge: /home/jörg/a b.pdf € ✓");
+    for (const Case& c : cases) {
+        deliver(c.mail);
+        const MailItemPtr item = onlyMail();
+        ASSERT_TRUE(item) << c.name;
+        const QString before = c.html ? item->Body().value : item->HTMLBody().value;
+        ASSERT_FALSE(c.html ? item->SetHTMLBody(text) : item->SetBody(text)) << c.name;
+        EXPECT_EQ(S(c.html ? item->HTMLBody().value : item->Body().value), S(text)) << c.name;
+        ASSERT_FALSE(item->Save()) << c.name;
+
+        const QString path =
+            root + QStringLiteral("/cur/") + FilesIn(root + QStringLiteral("/cur")).at(0);
+        const QJsonObject parsed = ParseWithPython(path);
+        EXPECT_EQ(S(PartSummary(parsed).join(',')), c.parts) << c.name;
+        bool found = false;
+        for (const QJsonValue& p : parsed[QStringLiteral("parts")].toArray())
+            found |= p.toObject()[QStringLiteral("text")].toString() == text;
+        EXPECT_TRUE(found) << c.name;
+        MaildirSession fresh({{root, {}}});
+        const MailItemPtr reread = fresh.GetDefaultInbox().value->Items().value.at(0);
+        EXPECT_EQ(S(c.html ? reread->HTMLBody().value : reread->Body().value), S(text)) << c.name;
+        EXPECT_EQ(S(c.html ? reread->Body().value : reread->HTMLBody().value), S(before)) << c.name;
+        EXPECT_EQ(reread->BodyFormat().value,
+                  c.html || c.mail.htmlBody.size() ? BodyFormat::Html : BodyFormat::Plain);
+        QFile::remove(path);
+    }
+}
+
+TEST_F(MaildirTest, AMailTouchedByAnotherProgramMeanwhileIsLeftAlone) {
+    enum class Touch { Renamed, Removed, Rewritten };
+    for (Touch touch : {Touch::Renamed, Touch::Removed, Touch::Rewritten}) {
+        const QString path = deliver(SampleMail{});
+        const MailItemPtr item = onlyMail();
+        ASSERT_FALSE(item->SetMileage(QStringLiteral("QWKStowaway")));
+        QString other;
+        switch (touch) {
+        case Touch::Renamed: // a mail program marked it read
+            other = path + QLatin1Char('S');
+            ASSERT_TRUE(QFile::rename(path, other));
+            break;
+        case Touch::Removed:
+            ASSERT_TRUE(QFile::remove(path));
+            break;
+        case Touch::Rewritten: {
+            QFile f(path);
+            ASSERT_TRUE(f.open(QIODevice::Append));
+            f.write("more\n");
+            other = path;
+            break;
+        }
+        }
+        const QByteArray otherBytes = other.isEmpty() ? QByteArray() : readFile(other);
+        const OpError error = item->Save();
+        EXPECT_TRUE(error);
+        EXPECT_TRUE(error.description.contains(QLatin1String("by another program")))
+            << S(error.description);
+        // Nothing recreated, nothing changed, nothing left behind.
+        EXPECT_EQ(FilesIn(root + QStringLiteral("/cur")),
+                  other.isEmpty() ? QStringList() : QStringList{QFileInfo(other).fileName()});
+        if (!other.isEmpty()) {
+            EXPECT_EQ(readFile(other), otherBytes);
+        }
+        EXPECT_TRUE(FilesIn(root + QStringLiteral("/tmp")).isEmpty());
+        if (!other.isEmpty()) QFile::remove(other);
+    }
+}
+
+TEST_F(MaildirTest, StaleTemporaryFilesOfOurOwnGoAtSessionStart) {
+    const pid_t child = fork();
+    if (child == 0) _exit(0);
+    waitpid(child, nullptr, 0); // its pid now belongs to no process
+    const QString tmp = folder(QStringLiteral(".Work")) + QStringLiteral("/tmp/");
+    const QStringList names = {
+        QStringLiteral("stowaway.%1.123.M1P1Q1.host").arg(child),
+        QStringLiteral("stowaway.%1.123.M1P1Q2.host").arg(getpid()),
+        QStringLiteral("1700000000.M1P%1.host").arg(child)}; // someone else's
+    for (const QString& name : names) {
+        QFile f(tmp + name);
+        ASSERT_TRUE(f.open(QIODevice::WriteOnly));
+    }
+    session();
+    EXPECT_EQ(FilesIn(tmp), (QStringList{names[2], names[1]}));
+}
