@@ -239,8 +239,9 @@ std::vector<SampleMail> DemoSampleMails(const QDateTime& now) {
     SampleAttachment logo = SampleAttachment::file(QStringLiteral("logo.png"), "image/png", png);
     logo.contentId = QStringLiteral("logo@updates");
     newsletter.attachments.push_back(logo);
-    newsletter.attachments.push_back(SampleAttachment::file(
-        QStringLiteral("Report Q1.pdf"), "application/pdf", pdf, Enc::Base64, Style::Rfc2047));
+    newsletter.attachments.push_back(
+        SampleAttachment::file(QStringLiteral("Bericht Q1 – Übersicht.pdf"), "application/pdf", pdf,
+                               Enc::Base64, Style::Rfc2047));
     newsletter.attachments.push_back(
         SampleAttachment::file(QStringLiteral("notes.txt"), "text/plain",
                                "Remarks on the report: none.\n", Enc::QuotedPrintable));

@@ -3,11 +3,8 @@
 // elsewhere; a mail that another program touched meanwhile is left alone.
 #include "host/maildir/maildir_names.h"
 #include "maildir_fixture.h"
+#include "python_email.h"
 
-#include <QJsonArray>
-#include <QJsonDocument>
-#include <QJsonObject>
-#include <QProcess>
 #include <QTemporaryDir>
 
 #include <sys/stat.h>
@@ -16,45 +13,6 @@
 #include <utime.h>
 
 namespace {
-
-// Python's email package reads the file: subject, stamp, defects and each part.
-QJsonObject ParseWithPython(const QString& path) {
-    static const char* script = R"(
-import email, json, sys
-from email import policy
-m = email.message_from_binary_file(open(sys.argv[1], 'rb'), policy=policy.default)
-out = {'subject': str(m['subject']), 'mileage': str(m['x-mileage']), 'defects': [str(d) for d in m.defects], 'parts': []}
-for p in m.walk():
-    d = {'type': p.get_content_type(), 'defects': [str(x) for x in p.defects]}
-    if not p.is_multipart():
-        d['filename'] = p.get_filename()
-        if p.get_content_maintype() == 'text':
-            d['text'] = p.get_content()
-        else:
-            d['size'] = len(p.get_payload(decode=True) or b'')
-    out['parts'].append(d)
-print(json.dumps(out))
-)";
-    QProcess python;
-    python.start(QStringLiteral("python3"),
-                 {QStringLiteral("-c"), QString::fromUtf8(script), path});
-    python.waitForFinished(-1);
-    EXPECT_EQ(python.exitCode(), 0) << python.readAllStandardError().toStdString();
-    return QJsonDocument::fromJson(python.readAllStandardOutput()).object();
-}
-
-QStringList PartSummary(const QJsonObject& parsed) {
-    QStringList parts;
-    for (const QJsonValue& v : parsed[QStringLiteral("parts")].toArray()) {
-        const QJsonObject p = v.toObject();
-        QString line = p[QStringLiteral("type")].toString();
-        if (!p[QStringLiteral("filename")].isNull() && p.contains(QStringLiteral("filename")))
-            line += QLatin1Char(' ') + p[QStringLiteral("filename")].toString();
-        EXPECT_TRUE(p[QStringLiteral("defects")].toArray().isEmpty()) << S(line);
-        parts << line;
-    }
-    return parts;
-}
 
 QStringList FilesIn(const QString& dir) {
     return QDir(dir).entryList(QDir::Files | QDir::Hidden, QDir::Name);
