@@ -42,7 +42,10 @@ void resetAll() {
 }
 
 QString dataFile(const QString& name) {
-    return QString::fromLocal8Bit(qgetenv("STOWAWAY_TEST_DATA")) + QLatin1Char('/') + name;
+    QString dir = QString::fromLocal8Bit(qgetenv("STOWAWAY_TEST_DATA"));
+    if (dir.isEmpty())
+        dir = QStringLiteral(STOWAWAY_TEST_DATA_DIR);
+    return dir + QLatin1Char('/') + name;
 }
 
 } // namespace TestEnv
