@@ -6,7 +6,6 @@
 
 #include <cerrno>
 #include <fcntl.h>
-#include <limits>
 #include <unistd.h>
 
 namespace {
@@ -38,8 +37,8 @@ Result<int> OpenMail(const QString& path, const FileIdentity* expected, FileIden
     return {fd, OpError::none()};
 }
 
-// Reads up to `limit` bytes; with `stopAtBody` only up to the blank line after the headers.
-Result<QByteArray> ReadMail(int fd, const QString& path, qint64 limit, bool stopAtBody) {
+// Reads the header block, up to the blank line after it; at most a little over `limit` bytes.
+Result<QByteArray> ReadHeaderBlock(int fd, const QString& path, qint64 limit) {
     QByteArray data;
     char buffer[65536];
     for (;;) {
@@ -51,26 +50,49 @@ Result<QByteArray> ReadMail(int fd, const QString& path, qint64 limit, bool stop
         if (n == 0) break;
         const qsizetype searchFrom = qMax<qsizetype>(0, data.size() - 3);
         data.append(buffer, n);
-        if (stopAtBody) {
-            qsizetype end = data.indexOf("\n\n", searchFrom);
-            const qsizetype crlf = data.indexOf("\n\r\n", searchFrom);
-            if (crlf >= 0 && (end < 0 || crlf < end)) end = crlf;
-            if (end >= 0) {
-                data.truncate(end + 1);
-                break;
-            }
+        qsizetype end = data.indexOf("\n\n", searchFrom);
+        const qsizetype crlf = data.indexOf("\n\r\n", searchFrom);
+        if (crlf >= 0 && (end < 0 || crlf < end)) end = crlf;
+        if (end >= 0) {
+            data.truncate(end + 1);
+            break;
         }
         if (data.size() > limit) break;
     }
     return {data, OpError::none()};
 }
 
-GMimeMessage* ParseMessage(const QByteArray& bytes) {
+// Parses bytes that GMime takes over; no copy is made.
+GMimeMessage* ParseMessage(GByteArray* bytes) {
     EnsureGMime();
-    GRef<GMimeStream> stream(
-        g_mime_stream_mem_new_with_buffer(bytes.constData(), std::size_t(bytes.size())));
+    GRef<GMimeStream> stream(g_mime_stream_mem_new_with_byte_array(bytes));
     GRef<GMimeParser> parser(g_mime_parser_new_with_stream(stream.get()));
     return g_mime_parser_construct_message(parser.get(), nullptr);
+}
+
+GByteArray* ToGBytes(const QByteArray& bytes) {
+    GByteArray* array = g_byte_array_sized_new(guint(bytes.size()));
+    g_byte_array_append(array, reinterpret_cast<const guint8*>(bytes.constData()),
+                        guint(bytes.size()));
+    return array;
+}
+
+// The whole file, in memory GMime can take over.
+Result<GByteArray*> ReadWholeMail(int fd, const QString& path, qint64 sizeHint) {
+    GByteArray* data = g_byte_array_sized_new(guint(qBound<qint64>(0, sizeHint, 1LL << 30)));
+    guint8 buffer[65536];
+    for (;;) {
+        const ssize_t n = ::read(fd, buffer, sizeof buffer);
+        if (n < 0) {
+            if (errno == EINTR) continue;
+            const OpError error = ErrnoError(errno, QStringLiteral("Cannot read the mail ") + path);
+            g_byte_array_unref(data);
+            return {nullptr, error};
+        }
+        if (n == 0) break;
+        g_byte_array_append(data, buffer, guint(n));
+    }
+    return {data, OpError::none()};
 }
 
 OpError Refused(const OpError& why, const QString& what) {
@@ -119,9 +141,14 @@ ParsedMail::~ParsedMail() {
     if (message_) g_object_unref(message_);
 }
 
-Result<std::shared_ptr<ParsedMail>>
-ParsedMail::FromBytes(const QByteArray& bytes, const QString& what, const MailLimits& limits) {
-    if (OpError refused = PrescanMail(bytes, limits)) return {nullptr, Refused(refused, what)};
+Result<std::shared_ptr<ParsedMail>> ParsedMail::Parse(GByteArray* bytes, const QString& what,
+                                                      const MailLimits& limits) {
+    const QByteArray view =
+        QByteArray::fromRawData(reinterpret_cast<const char*>(bytes->data), qsizetype(bytes->len));
+    if (OpError refused = PrescanMail(view, limits)) {
+        g_byte_array_unref(bytes);
+        return {nullptr, Refused(refused, what)};
+    }
     GMimeMessage* message = ParseMessage(bytes);
     if (!message)
         return {nullptr,
@@ -130,15 +157,19 @@ ParsedMail::FromBytes(const QByteArray& bytes, const QString& what, const MailLi
 }
 
 Result<std::shared_ptr<ParsedMail>>
+ParsedMail::FromBytes(const QByteArray& bytes, const QString& what, const MailLimits& limits) {
+    return Parse(ToGBytes(bytes), what, limits);
+}
+
+Result<std::shared_ptr<ParsedMail>>
 ParsedMail::LoadFile(const QString& path, const FileIdentity* expected, const MailLimits& limits) {
     FileIdentity identity;
     const Result<int> fd = OpenMail(path, expected, identity);
     if (!fd.ok()) return {nullptr, fd.error};
     UniqueFd guard(fd.value);
-    const Result<QByteArray> data =
-        ReadMail(fd.value, path, std::numeric_limits<qint64>::max(), false);
+    const Result<GByteArray*> data = ReadWholeMail(fd.value, path, identity.size);
     if (!data.ok()) return {nullptr, data.error};
-    Result<std::shared_ptr<ParsedMail>> mail = FromBytes(data.value, path, limits);
+    Result<std::shared_ptr<ParsedMail>> mail = Parse(data.value, path, limits);
     if (mail.ok()) mail.value->identity_ = identity;
     return mail;
 }
@@ -149,11 +180,11 @@ Result<MailHeaders> ParsedMail::LoadHeaders(const QString& path, const FileIdent
     const Result<int> fd = OpenMail(path, expected, identity);
     if (!fd.ok()) return {{}, fd.error};
     UniqueFd guard(fd.value);
-    Result<QByteArray> data = ReadMail(fd.value, path, limits.maxHeaderBlock + 1, true);
+    Result<QByteArray> data = ReadHeaderBlock(fd.value, path, limits.maxHeaderBlock + 1);
     if (!data.ok()) return {{}, data.error};
     data.value.append('\n'); // ends the header block, so the mail has an empty body
     if (OpError refused = PrescanMail(data.value, limits)) return {{}, Refused(refused, path)};
-    GMimeMessage* message = ParseMessage(data.value);
+    GMimeMessage* message = ParseMessage(ToGBytes(data.value));
     if (!message)
         return {{}, OpError::make(ErrNo::Failed, QStringLiteral("Not a readable mail: ") + path)};
     MailHeaders headers = ReadMailHeaders(message);

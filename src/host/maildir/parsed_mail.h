@@ -46,6 +46,9 @@ class ParsedMail {
 
   private:
     explicit ParsedMail(GMimeMessage* message);
+    // Takes over `bytes`.
+    static Result<std::shared_ptr<ParsedMail>> Parse(GByteArray* bytes, const QString& what,
+                                                     const MailLimits& limits);
     void replaceInTree(GMimeObject* old, GMimeObject* replacement);
     void refreshBodies();
 

@@ -1,5 +1,6 @@
 // The attachments a mail shows: names in every encoding, inline pictures, cards, attached
 // messages, parts without a name, and GMime's decoding faults kept away from the user.
+#include "host/maildir/maildir_names.h"
 #include "maildir_fixture.h"
 
 #include <QTemporaryDir>
@@ -195,4 +196,51 @@ TEST_F(MaildirTest, CapsOnNestingPartsAndHeaderSize) {
             << S(fetched.error.description);
     }
     EXPECT_EQ(refused, 3);
+}
+
+TEST_F(MaildirTest, DamagedFilesInAFolderNeitherCrashNorStopTheOthers) {
+    const QByteArray junk[] = {
+        QByteArray(),
+        QByteArray("\n"),
+        QByteArray("\0\0\0From: a\0b\n\n\0", 16),
+        QByteArray(5000, '\xff'),
+        QByteArray("Subject: ") + QByteArray(11 * 1024 * 1024, 'x'), // no line end at all
+        QByteArray("Content-Type: multipart/mixed; boundary=\"\"\n\n--\n--\n"),
+        QByteArray(
+            "Content-Type: multipart/mixed\n\n--x\nContent-Type: text/plain\n\nno boundary\n"),
+        QByteArray("From: =?utf-8?B?////?= <@>\nTo: ,,,;;;<<>>\nDate: 99 Foo 99999 99:99\n\nbody"),
+        QByteArray("Content-Type: text/plain; filename*0*=''%; filename*9999*=x; name*=\n\n."),
+    };
+    for (const QByteArray& bytes : junk) {
+        QFile f(root + QStringLiteral("/cur/") + NewUniqueName() + QStringLiteral(":2,"));
+        ASSERT_TRUE(f.open(QIODevice::WriteOnly));
+        f.write(bytes);
+    }
+    deliver(SampleMail{});
+    const auto items = inbox()->Items().value;
+    ASSERT_EQ(items.size(), std::size(junk) + 1);
+    int readable = 0;
+    for (const MailItemPtr& item : items) {
+        item->Class();
+        item->Subject();
+        item->ReceivedTime();
+        item->Recipients();
+        const auto fetched = session().GetMessageFromID(item->EntryID().value, root);
+        if (!fetched.ok()) {
+            EXPECT_FALSE(fetched.error.description.isEmpty());
+            continue;
+        }
+        ++readable;
+        for (int i = 1; i <= fetched.value->AttachmentCount().value; ++i)
+            fetched.value->AttachmentAt(i).value->FileName();
+        fetched.value->Body();
+        fetched.value->SetMileage(QStringLiteral("QWKStowaway"));
+        EXPECT_FALSE(fetched.value->Save());
+    }
+    EXPECT_GE(readable, 2);
+    // The sample mail was among them and is stamped.
+    int stamped = 0;
+    for (const MailItemPtr& item : inbox()->Items().value)
+        stamped += item->Mileage().value == QLatin1String("QWKStowaway");
+    EXPECT_EQ(stamped, readable);
 }
