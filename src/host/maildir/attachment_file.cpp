@@ -1,5 +1,6 @@
 #include "host/maildir/attachment_file.h"
 
+#include "data/log.h"
 #include "host/maildir/posix_files.h"
 
 #include <QRandomGenerator>
@@ -56,7 +57,13 @@ OpError WriteFileInFolder(const QString& path, const QString& fallbackName,
     const QString folder = slash < 0    ? QStringLiteral(".")
                            : slash == 0 ? QStringLiteral("/")
                                         : path.left(slash);
-    const QString name = SafeFileName(path.mid(slash + 1), fallbackName);
+    const QString requested = path.mid(slash + 1);
+    const QString name = SafeFileName(requested, fallbackName);
+    if (name != requested)
+        WriteLog(QStringLiteral("! SaveAsFile: a name that cannot be a file name (%1 characters) "
+                                "is saved as \"%2\" in %3")
+                     .arg(requested.size())
+                     .arg(name, folder));
 
     UniqueFd dir(
         ::open(EncodePath(folder).constData(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));

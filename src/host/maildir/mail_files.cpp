@@ -40,10 +40,14 @@ bool RenameNoReplace(const QString& from, const QString& to) {
     return true;
 }
 
-void ListSubdir(const QString& folderDir, const QString& subdir, std::vector<MailFileEntry>& out) {
+OpError ListSubdir(const QString& folderDir, const QString& subdir,
+                   std::vector<MailFileEntry>& out) {
     const QString dirPath = folderDir + QLatin1Char('/') + subdir;
     DIR* dir = ::opendir(EncodePath(dirPath).constData());
-    if (!dir) return;
+    if (!dir) {
+        if (errno == ENOENT) return OpError::none();
+        return ErrnoError(errno, QStringLiteral("Cannot read the mail folder ") + dirPath);
+    }
     const int dfd = ::dirfd(dir);
     while (dirent* e = ::readdir(dir)) {
         if (e->d_name[0] == '.') continue;
@@ -62,14 +66,15 @@ void ListSubdir(const QString& folderDir, const QString& subdir, std::vector<Mai
         out.push_back(std::move(entry));
     }
     ::closedir(dir);
+    return OpError::none();
 }
 
 } // namespace
 
-std::vector<MailFileEntry> ListMailFiles(const QString& folderDir) {
+Result<std::vector<MailFileEntry>> ListMailFiles(const QString& folderDir) {
     std::vector<MailFileEntry> entries;
-    ListSubdir(folderDir, QStringLiteral("cur"), entries);
-    ListSubdir(folderDir, QStringLiteral("new"), entries);
+    for (const QString& subdir : {QStringLiteral("cur"), QStringLiteral("new")})
+        if (OpError error = ListSubdir(folderDir, subdir, entries)) return {{}, error};
     std::sort(entries.begin(), entries.end(), [](const MailFileEntry& a, const MailFileEntry& b) {
         const timespec& x = a.identity.mtime;
         const timespec& y = b.identity.mtime;
@@ -77,7 +82,7 @@ std::vector<MailFileEntry> ListMailFiles(const QString& folderDir) {
         if (x.tv_nsec != y.tv_nsec) return x.tv_nsec < y.tv_nsec;
         return a.name < b.name;
     });
-    return entries;
+    return {entries, OpError::none()};
 }
 
 Result<QString> ReplaceMailFile(const QString& folderDir, const QString& subdir,

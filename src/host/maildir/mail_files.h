@@ -17,7 +17,8 @@ struct MailFileEntry {
 };
 
 // The mails in cur/ and new/ of a Maildir folder, by delivery time (the file's time), then name.
-std::vector<MailFileEntry> ListMailFiles(const QString& folderDir);
+// A cur/ or new/ that is there but cannot be read is an error.
+Result<std::vector<MailFileEntry>> ListMailFiles(const QString& folderDir);
 
 // Writes the new content of `folderDir/subdir/name` to tmp/, syncs it, gives it the old file's
 // times and mode, and puts it in the old file's place; then the file takes a fresh unique name

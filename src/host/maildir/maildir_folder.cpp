@@ -43,7 +43,9 @@ Result<std::vector<MailItemPtr>> MaildirFolder::Items() const {
     std::vector<MailItemPtr> items;
     if (!hasMaildir) return {items, OpError::none()};
     const QString dir = directory();
-    const std::vector<MailFileEntry> files = ListMailFiles(dir);
+    const Result<std::vector<MailFileEntry>> listed = ListMailFiles(dir);
+    if (!listed.ok()) return {{}, listed.error};
+    const std::vector<MailFileEntry>& files = listed.value;
     QSet<QString> inCur;
     QSet<QString> inNew;
     MaildirShared& shared = *store_->shared;
@@ -62,7 +64,9 @@ Result<std::vector<MailItemPtr>> MaildirFolder::Items() const {
 Result<int> MaildirFolder::ItemCount() const {
     bool hasMaildir = false;
     if (OpError error = check(hasMaildir)) return {0, error};
-    return {hasMaildir ? int(ListMailFiles(directory()).size()) : 0, OpError::none()};
+    if (!hasMaildir) return {0, OpError::none()};
+    const Result<std::vector<MailFileEntry>> listed = ListMailFiles(directory());
+    return {int(listed.value.size()), listed.error};
 }
 
 Result<std::vector<MailFolderPtr>> MaildirFolder::Folders() const {

@@ -65,7 +65,8 @@ Result<MailItemPtr> MaildirSession::itemAt(const MaildirStorePtr& store,
 
 void MaildirSession::indexStore(const MaildirStorePtr& store) {
     for (const FolderEntry& folder : AllMailFolders(store->root)) {
-        for (const MailFileEntry& file : ListMailFiles(FolderDirectory(store->root, folder.id)))
+        for (const MailFileEntry& file :
+             ListMailFiles(FolderDirectory(store->root, folder.id)).value)
             shared_->locations.insert(ParseMaildirFileName(file.name).unique,
                                       MailLocation{store->root, folder.id, file.subdir, file.name});
     }

@@ -1,6 +1,7 @@
 // Saving an attachment to disk: inside the target folder whatever the name says, never
 // through a link, never half-written.
 #include "common/text.h"
+#include "data/log.h"
 #include "host/maildir/attachment_file.h"
 #include "maildir_fixture.h"
 
@@ -90,6 +91,8 @@ TEST_F(MaildirTest, NamesThatCannotBeAFileGetASensibleForm) {
         EXPECT_EQ(Tree(target), QStringList{c.stored}) << S(c.name);
         QFile::remove(target + QLatin1Char('/') + c.stored);
     }
+    EXPECT_EQ(readFile(LogFilePath()).count("! SaveAsFile: a name that cannot be a file name"),
+              int(std::size(cases)));
     // A surrogate pair is never cut in two.
     const QString emoji =
         QString(200, QChar(0x20ac)) + QString::fromUtf8("\xF0\x9F\x98\x80").repeated(5);

@@ -89,6 +89,22 @@ TEST_F(MaildirTest, FolderIdsThatNameNothingOrLeaveTheStoreAreRefused) {
         session().GetFolderFromID(QStringLiteral(".Work"), root + QStringLiteral("/./")).ok());
 }
 
+TEST_F(MaildirTest, AMailFolderThatCannotBeReadIsAnErrorNotAnEmptyFolder) {
+    const QString dir = folder(QStringLiteral(".Broken"));
+    QDir(dir).rmdir(QStringLiteral("cur"));
+    QFile blocker(dir + QStringLiteral("/cur"));
+    ASSERT_TRUE(blocker.open(QIODevice::WriteOnly));
+    const auto broken = session().GetFolderFromID(QStringLiteral(".Broken"), root);
+    ASSERT_TRUE(broken.ok());
+    const auto items = broken.value->Items();
+    EXPECT_TRUE(items.error);
+    EXPECT_TRUE(items.error.description.contains(QLatin1String("Cannot read the mail folder")))
+        << S(items.error.description);
+    EXPECT_TRUE(broken.value->ItemCount().error);
+    QDir(root).rename(QStringLiteral(".Broken"), QStringLiteral(".Gone"));
+    EXPECT_EQ(broken.value->Items().error.number, ErrNo::NotFound);
+}
+
 TEST_F(MaildirTest, TheStoreIsNamedAfterItsRootOrTheNameGiven) {
     MaildirSession named(
         {{root, QStringLiteral("Private")}, {folder(QStringLiteral("Other")), {}}});
