@@ -111,7 +111,20 @@ OpError MaildirItem::ensureParsed() const {
     return OpError::none();
 }
 
-OpError MaildirItem::checkReadable() const {
+OpError MaildirItem::checkReadable(bool keepParsed) const {
+    if (keepParsed && !parsed_) {
+        CachedMail& cached = store_->shared->cache.entry(subdirPath(), file_.name, file_.identity);
+        if (!cached.structureRead) {
+            cached.structureRead = true;
+            if (OpError error = ensureParsed()) {
+                cached.structureError = error;
+                return error;
+            }
+            cached.structure = std::make_shared<const MailStructure>(parsed_->structure());
+            if (!cached.headers)
+                cached.headers = std::make_shared<const MailHeaders>(parsed_->headers());
+        }
+    }
     return structure().error;
 }
 

@@ -41,8 +41,9 @@ class MaildirItem : public MailItem, public std::enable_shared_from_this<Maildir
 
     // The file as it stands now.
     QString path() const;
-    // Whether the mail can be read whole; why not, if it cannot.
-    OpError checkReadable() const;
+    // Whether the mail can be read whole; why not, if it cannot. A mail fetched to be worked on
+    // keeps what this parsed, so its attachments need no second parse.
+    OpError checkReadable(bool keepParsed = false) const;
 
     // For the attachments, which name themselves by a key that survives deletions of others.
     Result<AttachmentInfo> attachmentInfo(int key) const;

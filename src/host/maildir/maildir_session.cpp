@@ -59,7 +59,7 @@ Result<MailItemPtr> MaildirSession::itemAt(const MaildirStorePtr& store,
     if (!IdentityOfPath(path, file.identity)) return {nullptr, NoSuchMail(entryId)};
     auto item = std::make_shared<MaildirItem>(store, location.folderId, file);
     // A mail the store cannot read whole is refused here, with the reason.
-    if (OpError error = item->checkReadable()) return {nullptr, error};
+    if (OpError error = item->checkReadable(true)) return {nullptr, error};
     return {item, OpError::none()};
 }
 

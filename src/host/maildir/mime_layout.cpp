@@ -32,11 +32,12 @@ void Walk(GMimeObject* object, GMimeMultipart* parent, MimeLayout& layout) {
             layout.htmlBody = object;
             return;
         }
-        const bool inAlternative =
+        // A calendar is the body when it is the whole mail or one of its alternatives.
+        const bool calendarPlace =
             !parent ||
             g_mime_content_type_is_type(g_mime_object_get_content_type(GMIME_OBJECT(parent)),
                                         "multipart", "alternative");
-        if (type == "text/calendar" && !layout.calendarBody && inAlternative) {
+        if (type == "text/calendar" && !layout.calendarBody && calendarPlace) {
             layout.calendarBody = object;
             return;
         }
