@@ -3,7 +3,7 @@
 #include "common/text.h"
 #include "data/log.h"
 #include "host/maildir/attachment_file.h"
-#include "maildir_fixture.h"
+#include "support/maildir_fixture.h"
 
 #include <QDirIterator>
 

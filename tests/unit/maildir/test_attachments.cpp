@@ -1,7 +1,7 @@
 // The attachments a mail shows: names in every encoding, inline pictures, cards, attached
 // messages, parts without a name, and GMime's decoding faults kept away from the user.
 #include "host/maildir/maildir_names.h"
-#include "maildir_fixture.h"
+#include "support/maildir_fixture.h"
 
 #include <QTemporaryDir>
 

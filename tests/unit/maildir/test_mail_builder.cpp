@@ -1,7 +1,7 @@
 // The sample mails are real MIME that other programs read as we do, with each encoding in the
 // raw form its name promises.
-#include "maildir_fixture.h"
-#include "python_email.h"
+#include "support/maildir_fixture.h"
+#include "support/python_email.h"
 
 TEST_F(MaildirTest, DemoMailsParseElsewhereAsTheStoreShowsThem) {
     const std::vector<SampleMail> mails = DemoSampleMails(QDateTime::currentDateTime());

@@ -1,7 +1,7 @@
 // What a mail shows of itself: headers, class, times, flags, bodies.
 #include "common/dates.h"
 #include "host/maildir/maildir_names.h"
-#include "maildir_fixture.h"
+#include "support/maildir_fixture.h"
 
 #include <sys/stat.h>
 #include <utime.h>

@@ -2,8 +2,8 @@
 // new file that replaces the old one whole, keeps its flags and time, and parses again
 // elsewhere; a mail that another program touched meanwhile is left alone.
 #include "host/maildir/maildir_names.h"
-#include "maildir_fixture.h"
-#include "python_email.h"
+#include "support/maildir_fixture.h"
+#include "support/python_email.h"
 
 #include <QTemporaryDir>
 

@@ -1,0 +1,27 @@
+#pragma once
+// Runs the real `stowaway` program on a Maildir made by the test, with the test's private home,
+// so the program reads the rules and settings the test saved and writes its LOG there.
+#include "support/maildir_fixture.h"
+
+#include <QProcess>
+#include <QStringList>
+
+#include <memory>
+
+struct CommandResult {
+    int exitCode = -1;
+    bool crashed = false;
+    QString out;
+    QString err;
+};
+
+class StowawayCommandTest : public MaildirTest {
+  protected:
+    // `stowaway --maildir <root> --no-input <args>`, run to its end.
+    CommandResult runStowaway(const QStringList& args);
+    // The same, started and left running (for `watch`); the caller ends it.
+    std::unique_ptr<QProcess> startStowaway(const QStringList& args);
+    // The LOG file as it stands now (empty when there is none).
+    QString logText() const;
+    static QString program();
+};
