@@ -108,6 +108,17 @@ void ReportSaveFailure(udtProtoEntry& proto, const QString& fullPath, const OpEr
     ui().messageBox(text, MsgButtons::OK, MsgIcon::Exclamation, gAppCaption);
 }
 
+void ReportMissingTargetFolder(const QString& ruleName, const QString& folder) {
+    const QString text = LangText(
+        QStringLiteral("Regel '") + ruleName +
+            QStringLiteral("' hat keinen gültigen Zielordner ('") + folder +
+            QStringLiteral("'). Die Nachricht bleibt unverändert."),
+        QStringLiteral("Rule '") + ruleName + QStringLiteral("' has no valid target folder ('") +
+            folder + QStringLiteral("'). The mail is left unchanged."));
+    ui().beep();
+    ui().messageBox(text, MsgButtons::OK, MsgIcon::Exclamation, gAppCaption);
+}
+
 bool HasApplication(const udtRule& rule) {
     return !IsUnsetText(rule.Execute.get());
 }

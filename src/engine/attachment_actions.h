@@ -15,6 +15,8 @@ bool AskCancelAttachmentOnly();
 OpError SaveAttachment(const AttachmentPtr& att, const QString& fullPath);
 // The failed save: State, two LOG lines, the message. The caller writes the record.
 void ReportSaveFailure(udtProtoEntry& proto, const QString& fullPath, const OpError& error);
+// Tells the user that a rule has no folder to save into; the mail is left as it is.
+void ReportMissingTargetFolder(const QString& ruleName, const QString& folder);
 
 // Whether the rule names an application.
 bool HasApplication(const udtRule& rule);

@@ -177,8 +177,12 @@ bool RunMatchingRule(RunState& run, MailState& mail, RuleRun& rr) {
         return true;
     }
     WriteLog(QStringLiteral("Rule '") + rr.name + QStringLiteral("' matches current mail..."));
-    GetRuleData(mail.item, rr.rule, rr.baseFolder, rr.targetFolder, mail.senderName,
-                mail.senderAddress, mail.recipientName, mail.recipientAddress);
+    if (!GetRuleData(mail.item, rr.rule, rr.baseFolder, rr.targetFolder, mail.senderName,
+                     mail.senderAddress, mail.recipientName, mail.recipientAddress)) {
+        ReportMissingTargetFolder(rr.name, rr.rule.Folder.get());
+        mail.saveFailed = true;
+        return false;
+    }
     WriteLog(QStringLiteral("SWN/GRD: ") + rr.baseFolder + QStringLiteral(", ") + rr.targetFolder);
 
     rr.delAttach = IsTrue(rr.rule.DelAttach);

@@ -104,6 +104,15 @@ bool GetRuleData(const MailItemPtr& item, const udtRule& rule, QString& baseFold
 
     targetFolder = baseFolder;
     WriteLog(QStringLiteral("GetRuleData: ") + baseFolder + QStringLiteral(", ") + targetFolder);
+    // A relative or empty base (a project that no longer exists, a rule without a folder)
+    // would put files wherever the program happens to run.
+    if (!baseFolder.startsWith(QLatin1Char('/'))) {
+        WriteLog(QStringLiteral("! GetRuleData: rule '") + rule.Name.get() +
+                 QStringLiteral("' has no absolute target folder ('") + folder +
+                 (rule.SaveBy == 3 ? QStringLiteral("' is not a known project)")
+                                   : QStringLiteral("')")));
+        return false;
+    }
 
     switch (rule.SaveBy) {
     case 0: {

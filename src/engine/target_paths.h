@@ -6,8 +6,9 @@
 
 #include <QString>
 
-// Sets `baseFolder` and `targetFolder` for the rule and the mail; always true. The four address
-// strings are those MatchesRule handed back.
+// Sets `baseFolder` and `targetFolder` for the rule and the mail. False (with a LOG line) when
+// the rule gives no absolute folder, e.g. its project was deleted. The four address strings are
+// those MatchesRule handed back.
 bool GetRuleData(const MailItemPtr& item, const udtRule& rule, QString& baseFolder,
                  QString& targetFolder, const QString& senderName, const QString& senderAddress,
                  const QString& recipientName, const QString& recipientAddress);

@@ -212,6 +212,26 @@ TEST_F(EngineTest, AFailedSaveKeepsEarlierFilesAndLeavesTheMailForTheNextRun) {
     EXPECT_TRUE(mail->stored.attachments.empty());
 }
 
+TEST_F(EngineTest, ARuleWhoseProjectWasDeletedLeavesTheMailAndWritesNothing) {
+    udtRule rule = MakeRule(QStringLiteral("P"), QStringLiteral("Gone"));
+    rule.SaveBy = 3;
+    addRule(rule);
+    const FakeMessagePtr mail = addMail(QStringLiteral("m"), {QStringLiteral("a.pdf")});
+    const QString cwd = QDir::currentPath();
+    QDir::setCurrent(out());
+
+    EXPECT_TRUE(runFolder());
+    QDir::setCurrent(cwd);
+
+    EXPECT_TRUE(filesIn(out()).isEmpty());
+    EXPECT_EQ(mail->saves, 0);
+    EXPECT_TRUE(mail->stored.mileage.isEmpty());
+    const auto boxes = user.questions(Kind::MessageBox);
+    ASSERT_EQ(boxes.size(), 1u);
+    EXPECT_EQ(boxes[0].prompt, QStringLiteral("Regel 'P' hat keinen gültigen Zielordner ('Gone'). "
+                                              "Die Nachricht bleibt unverändert."));
+}
+
 TEST_F(EngineTest, TheMailIsFetchedByItsEntryIdAloneWhenTheStoreRouteFails) {
     addRule(QStringLiteral("R"));
     addMail(QStringLiteral("m"), {QStringLiteral("a.pdf")});

@@ -104,10 +104,14 @@ TEST_F(EngineTest, ProjectAndFolderRules) {
     EXPECT_EQ(base, QStringLiteral("/projects/alpha/"));
     EXPECT_EQ(target, base);
 
-    rule.Folder = QStringLiteral("Beta"); // no such project: both empty, no message
-    GetRuleData(item, rule, base, target, {}, {}, {}, {});
-    EXPECT_TRUE(base.isEmpty());
-    EXPECT_TRUE(target.isEmpty());
+    // A deleted project, a rule without a folder and a relative folder give no target at all:
+    // the files must not land in whatever folder the program runs in.
+    for (const auto& [saveBy, folder] : {std::pair{3, "Beta"}, {4, ""}, {0, "relative/dir"}}) {
+        rule.SaveBy = static_cast<qint16>(saveBy);
+        rule.Folder = QString::fromLatin1(folder);
+        EXPECT_FALSE(GetRuleData(item, rule, base, target, {}, {}, {}, {})) << folder;
+        EXPECT_TRUE(logLines().last().startsWith(QStringLiteral("! GetRuleData: rule 'R'")));
+    }
 
     rule.SaveBy = 4;
     rule.Folder = QStringLiteral("/keep");
