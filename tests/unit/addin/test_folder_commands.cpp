@@ -1,29 +1,16 @@
 // The run, reset and rule-check commands over watched folders of the in-memory store.
-#include "fakes/fake_mail_store.h"
-#include "fakes/scripted_ui.h"
-#include "support/test_env.h"
+#include "fakes/engine_fixture.h"
 
 #include "addin/folder_commands.h"
-#include "data/globals.h"
-#include "data/settings.h"
-#include "engine/driver.h"
-
-#include <QDir>
-#include <QTemporaryDir>
 
 namespace {
 
-class FolderCommandsTest : public FreshState {
-protected:
+// The Inbox is watched; one rule saves everything to the target root and removes it.
+class FolderCommandsTest : public EngineTest {
+  protected:
     void SetUp() override {
-        FreshState::SetUp();
-        session = std::make_shared<FakeMailSession>();
-        SetMailSession(session.get());
-        SetUserInteraction(&user);
-        SaveSetting(QStringLiteral("PaceSeconds"), QStringLiteral("0"));
+        EngineTest::SetUp();
         Notify = 0;
-        store = session->addStore(QStringLiteral("Maildir"), QStringLiteral("/mail"));
-        inbox = store->addFolder(QStringLiteral("Inbox"));
         udtWatchFolder wf;
         wf.Active = vbTrue;
         wf.Name = QStringLiteral("Inbox");
@@ -32,46 +19,19 @@ protected:
         wf.StoreID = QStringLiteral("/mail");
         WatchFolders.push_back(wf);
         WatchFoldersCount = 1;
-        udtRule rule;
-        rule.Active = vbTrue;
-        rule.Name = QStringLiteral("All");
-        rule.SaveBy = 4;
-        rule.Folder = targets.path();
-        rule.FileExists = 1;
-        rule.DelAttach = vbTrue;
-        Rules.push_back(rule);
-        RulesCount = 1;
+        addRule(MakeRule(QStringLiteral("All"), root)).DelAttach = vbTrue;
     }
-    void TearDown() override {
-        SetMailSession(nullptr);
-        SetUserInteraction(nullptr);
-    }
-    FakeMessagePtr addMail(const QString& id, QStringList files, bool unread = true) {
-        FakeMessageData data;
-        data.entryId = id;
-        data.subject = QStringLiteral("Mail ") + id;
-        data.unread = unread;
-        data.senderName = QStringLiteral("Anna Berg");
-        data.senderAddress = QStringLiteral("anna@example.com");
-        FakeMessagePtr m = inbox->addMessage(data);
-        for (const QString& f : files)
-            m->addAttachment(f);
-        return m;
-    }
-
-    std::shared_ptr<FakeMailSession> session;
-    FakeFolderPtr store, inbox;
-    ScriptedUserInteraction user;
-    QTemporaryDir targets;
+    QString target(const QString& name) const { return root + QLatin1Char('/') + name; }
 };
 
 TEST_F(FolderCommandsTest, ARealRunStampsAndSavesAndAResetTakesOnlyStampedMailsBack) {
     FakeMessagePtr a = addMail(QStringLiteral("a"), {QStringLiteral("a.pdf")});
-    FakeMessagePtr b = addMail(QStringLiteral("b"), {QStringLiteral("b.pdf")}, false); // read: skipped
+    FakeMessagePtr b = addMail(QStringLiteral("b"), {QStringLiteral("b.pdf")});
+    b->stored.unread = false; // read: skipped
     SWTest = false;
     EXPECT_TRUE(TestOrRunFolders({1}, nullptr));
-    EXPECT_TRUE(QFile::exists(targets.filePath(QStringLiteral("a.pdf"))));
-    EXPECT_FALSE(QFile::exists(targets.filePath(QStringLiteral("b.pdf"))));
+    EXPECT_TRUE(QFile::exists(target(QStringLiteral("a.pdf"))));
+    EXPECT_FALSE(QFile::exists(target(QStringLiteral("b.pdf"))));
     EXPECT_EQ(a->stored.mileage, QLatin1String(kStowawayStamp));
     EXPECT_TRUE(gLastAction.startsWith(QStringLiteral("Ausführung für 'Inbox', ")));
     EXPECT_FALSE(SWRun);
@@ -90,7 +50,8 @@ TEST_F(FolderCommandsTest, ARealRunStampsAndSavesAndAResetTakesOnlyStampedMailsB
 }
 
 TEST_F(FolderCommandsTest, RuleCheckAsksPerAttachmentAndStopsOnTheSecondButton) {
-    addMail(QStringLiteral("a"), {QStringLiteral("one.pdf"), QStringLiteral("two.pdf"), QStringLiteral("three.pdf")});
+    addMail(QStringLiteral("a"),
+            {QStringLiteral("one.pdf"), QStringLiteral("two.pdf"), QStringLiteral("three.pdf")});
     addMail(QStringLiteral("b"), {QStringLiteral("four.pdf")});
     user.answerMsgBoxEx(1); // go on
     user.answerMsgBoxEx(2); // end the test
@@ -98,11 +59,13 @@ TEST_F(FolderCommandsTest, RuleCheckAsksPerAttachmentAndStopsOnTheSecondButton) 
     const auto asked = user.questions(AskedQuestion::Kind::MsgBoxEx);
     ASSERT_EQ(asked.size(), 2u);
     EXPECT_EQ(asked[0].title, QStringLiteral("Test"));
-    EXPECT_EQ(asked[0].buttons, QStringList({QStringLiteral("Weiter"), QStringLiteral("Test abbrechen")}));
-    EXPECT_TRUE(asked[1].prompt.contains(QStringLiteral("und aus der Nachricht gelöscht werden:\n\n") +
-                                         targets.path() + QStringLiteral("/two.pdf\n\nWeiter testen?")));
+    EXPECT_EQ(asked[0].buttons,
+              QStringList({QStringLiteral("Weiter"), QStringLiteral("Test abbrechen")}));
+    EXPECT_TRUE(
+        asked[1].prompt.contains(QStringLiteral("und aus der Nachricht gelöscht werden:\n\n") +
+                                 root + QStringLiteral("/two.pdf\n\nWeiter testen?")));
     EXPECT_EQ(user.questions().back().prompt, QStringLiteral("1 Übereinstimmung(en) gefunden..."));
-    EXPECT_TRUE(QDir(targets.path()).isEmpty()); // a check writes nothing
+    EXPECT_TRUE(QDir(root).isEmpty()); // a check writes nothing
 }
 
 TEST_F(FolderCommandsTest, AnUnreachableFolderIsReportedAndTheOthersStillRun) {
@@ -115,8 +78,9 @@ TEST_F(FolderCommandsTest, AnUnreachableFolderIsReportedAndTheOthersStillRun) {
     SWTest = false;
     EXPECT_TRUE(TestOrRunFolders({1, 2}, nullptr));
     ASSERT_FALSE(user.questions().empty());
-    EXPECT_TRUE(user.questions()[0].prompt.startsWith(QStringLiteral("Zugriff auf Ordner 'Lost' nicht möglich!\n\n")));
-    EXPECT_TRUE(QFile::exists(targets.filePath(QStringLiteral("a.pdf"))));
+    EXPECT_TRUE(user.questions()[0].prompt.startsWith(
+        QStringLiteral("Zugriff auf Ordner 'Lost' nicht möglich!\n\n")));
+    EXPECT_TRUE(QFile::exists(target(QStringLiteral("a.pdf"))));
 }
 
 } // namespace

@@ -1,5 +1,5 @@
 // The "[SW]" mark and the block of saved files in HTML, rich-text and plain bodies.
-#include "engine_fixture.h"
+#include "fakes/engine_fixture.h"
 
 namespace {
 const QString kCrLf = QStringLiteral("\r\n");

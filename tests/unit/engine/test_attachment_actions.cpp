@@ -1,6 +1,6 @@
 // Conflict policies, the save dialog and its cancel question, the save and its second try,
 // the rule's application, and deleting the saved attachments from the mail.
-#include "engine_fixture.h"
+#include "fakes/engine_fixture.h"
 
 #include <QFileInfo>
 

@@ -1,5 +1,5 @@
 // The walk, the qualifying of mails, the rule loop and the closing summary.
-#include "engine_fixture.h"
+#include "fakes/engine_fixture.h"
 
 #include "data/data_files.h"
 

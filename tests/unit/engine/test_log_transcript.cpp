@@ -1,5 +1,5 @@
 // The LOG of a whole run over a small folder, line by line, time stamps stripped.
-#include "engine_fixture.h"
+#include "fakes/engine_fixture.h"
 
 namespace {
 

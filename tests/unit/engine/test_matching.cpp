@@ -1,5 +1,5 @@
 // Rule criteria: sender, recipient, subject and file format, with their LOG lines.
-#include "engine_fixture.h"
+#include "fakes/engine_fixture.h"
 
 #include "engine/matching.h"
 

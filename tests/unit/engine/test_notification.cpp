@@ -1,5 +1,5 @@
 // What the user is told: after a rule, during a run, and as the last action.
-#include "engine_fixture.h"
+#include "fakes/engine_fixture.h"
 
 #include "data/defaults.h"
 #include "engine/notification.h"

@@ -1,5 +1,5 @@
 // The protocol record of each attachment: its fields, its State, and what it carries over.
-#include "engine_fixture.h"
+#include "fakes/engine_fixture.h"
 
 TEST_F(EngineTest, ARecordDescribesTheSavedFile) {
     udtRule& rule = addRule(QStringLiteral("  Invoices  "), QStringLiteral("out"));

@@ -1,5 +1,5 @@
 // Target folders by date, party, project and folder; free names by number and by date.
-#include "engine_fixture.h"
+#include "fakes/engine_fixture.h"
 
 #include "engine/target_paths.h"
 
