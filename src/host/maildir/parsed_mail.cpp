@@ -290,7 +290,12 @@ void ParsedMail::setBody(bool html, const QString& text) {
             g_mime_message_set_mime_part(message_, part.get());
         } else if (GMIME_IS_MULTIPART(top) && !GMIME_IS_MULTIPART_SIGNED(top) &&
                    !GMIME_IS_MULTIPART_ENCRYPTED(top)) {
-            g_mime_multipart_insert(GMIME_MULTIPART(top), 0, part.get());
+            GMimeMultipart* multipart = GMIME_MULTIPART(top);
+            // A multipart without parts may have been read without a boundary: GMime makes one
+            // up that its header does not show, and the new body would be lost to any reader.
+            if (g_mime_multipart_get_count(multipart) == 0)
+                g_mime_multipart_set_boundary(multipart, nullptr);
+            g_mime_multipart_insert(multipart, 0, part.get());
         } else {
             GRef<GMimeObject> keep = GRef<GMimeObject>::borrow(top);
             GRef<GMimeMultipart> mixed(g_mime_multipart_new_with_subtype("mixed"));
