@@ -28,8 +28,15 @@ Commands:
   check-rule RULE FOLDER     show what a rule would do with the mails of a watched folder
   protocol [--filter FIELD --value TEXT]
                              list the saved attachments, newest first
+  extras MAILFOLDER [--subfolders] (--rules | --to DIR [--keep-structure]
+         [--remove [--links]]) [--test]
+                             work through the mails with attachments already in a folder:
+                             by the active rules (unread, unprocessed mails only), or every
+                             attachment into DIR (read mails too; --keep-structure adds the
+                             folder's path, --remove takes the files out of the mails,
+                             --links writes links to them into the mails)
 FOLDER is a watched folder's number (see `stowaway folders`), name or path; RULE a rule's
-number or name.
+number or name; MAILFOLDER any folder of the store, by its path ("Mail|Work") or its name.
 
 Options:
   --maildir PATH             the Maildir store (default: $MAILDIR, else ~/Maildir)
@@ -97,6 +104,8 @@ int RunCli(const QStringList& args, CliContext& ctx) {
         rc = CmdReset(opts, ctx);
     else if (command == QLatin1String("check-rule"))
         rc = CmdCheckRule(opts, ctx);
+    else if (command == QLatin1String("extras"))
+        rc = CmdExtras(opts, ctx);
     else if (command == QLatin1String("folders"))
         rc = CmdFolders(opts, ctx);
     else if (command == QLatin1String("protocol"))

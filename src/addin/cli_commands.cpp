@@ -1,17 +1,19 @@
 #include "addin/cli_commands.h"
 
+#include "addin/extras_run.h"
 #include "addin/folder_commands.h"
 #include "common/dates.h"
 #include "common/folders.h"
-#include "ui/user_interaction.h"
 #include "data/data_files.h"
 #include "data/globals.h"
 #include "data/log.h"
-#include "data/settings.h"
 #include "data/protocol.h"
+#include "data/settings.h"
+#include "ui/user_interaction.h"
 
 #include <QCoreApplication>
 #include <QDir>
+#include <QMap>
 #include <QSocketNotifier>
 
 #include <csignal>
@@ -225,19 +227,56 @@ bool PickFolders(QStringList args, CliContext& ctx, std::vector<int>& indices) {
     return true;
 }
 
-// Progress of a run on the terminal.
+// Progress of a run on the terminal: a line each time the share changes.
 class TerminalStatus : public StatusSurface {
 public:
-    explicit TerminalStatus(QTextStream& err) : m_err(err) {}
+    TerminalStatus(QTextStream& err, const char* what) : m_err(err), m_what(what) {}
     void setMainProgress(bool visible, const QString& caption, double) override {
-        if (visible && !caption.isEmpty())
-            m_err << "folders: " << caption << '\n' << Qt::flush;
+        if (visible && !caption.isEmpty() && caption != m_last)
+            m_err << m_what << ": " << caption << '\n' << Qt::flush;
+        m_last = visible ? caption : QString();
     }
     void setSubProgress(bool, double) override {}
 
 private:
     QTextStream& m_err;
+    const char* m_what;
+    QString m_last;
 };
+
+// Every folder of the store, depth first, with its depth below the store's top.
+void ForEachStoreFolder(MailSession* session,
+                        const std::function<void(const MailFolderPtr&, int)>& visit) {
+    std::function<void(const MailFolderPtr&, int)> walk = [&](const MailFolderPtr& f, int depth) {
+        visit(f, depth);
+        for (const MailFolderPtr& child : f->Folders().value)
+            if (child) walk(child, depth + 1);
+    };
+    for (const MailFolderPtr& top : session->Stores().value)
+        if (top) walk(top, 0);
+}
+
+// A folder of the store by its path ("Mail|Work") or by its name when only one folder has it
+// (case ignored, as for watched folders); null after an error line.
+MailFolderPtr FindStoreFolder(MailSession* session, const QString& text, CliContext& ctx) {
+    MailFolderPtr byPath;
+    std::vector<MailFolderPtr> byName;
+    ForEachStoreFolder(session, [&](const MailFolderPtr& f, int) {
+        if (!byPath && GetFolderPath(f).compare(text, Qt::CaseInsensitive) == 0) byPath = f;
+        if (f->Name().value.compare(text, Qt::CaseInsensitive) == 0) byName.push_back(f);
+    });
+    if (byPath) return byPath;
+    if (byName.size() == 1) return byName.front();
+    if (byName.empty()) {
+        ctx.err << "stowaway: no folder '" << text << "' in the store (see stowaway folders)\n";
+    } else {
+        ctx.err << "stowaway: several folders are called '" << text << "'; name one by its path:";
+        for (const MailFolderPtr& f : byName)
+            ctx.err << ' ' << GetFolderPath(f);
+        ctx.err << '\n';
+    }
+    return nullptr;
+}
 } // namespace
 
 int CmdTestOrRun(const CliOptions& opts, CliContext& ctx, bool test) {
@@ -251,7 +290,7 @@ int CmdTestOrRun(const CliOptions& opts, CliContext& ctx, bool test) {
         return 2;
     }
     SWTest = test;
-    TerminalStatus status(ctx.err);
+    TerminalStatus status(ctx.err, "folders");
     const bool completed = TestOrRunFolders(indices, &status);
     ctx.out << gLastAction << '\n';
     Finish();
@@ -300,20 +339,143 @@ int CmdCheckRule(const CliOptions& opts, CliContext& ctx) {
     return matches < 0 ? 1 : 0;
 }
 
+namespace {
+struct ExtrasArgs {
+    QString folder;
+    bool subfolders = false;
+    bool byRules = false;
+    QString targetDir; // set: --to
+    bool keepStructure = false;
+    bool remove = false;
+    bool links = false;
+    bool test = false;
+};
+
+// The arguments of `extras`; an empty text when they make sense, else what is wrong.
+QString ParseExtrasArgs(const QStringList& args, ExtrasArgs& a) {
+    bool to = false;
+    QStringList folders;
+    for (int i = 0; i < args.size(); ++i) {
+        const QString& arg = args.at(i);
+        if (arg == QLatin1String("--subfolders"))
+            a.subfolders = true;
+        else if (arg == QLatin1String("--rules"))
+            a.byRules = true;
+        else if (arg == QLatin1String("--to")) {
+            if (i + 1 >= args.size() || args.at(i + 1).isEmpty())
+                return QStringLiteral("--to needs a folder");
+            to = true;
+            a.targetDir = args.at(++i);
+        } else if (arg == QLatin1String("--keep-structure"))
+            a.keepStructure = true;
+        else if (arg == QLatin1String("--remove"))
+            a.remove = true;
+        else if (arg == QLatin1String("--links"))
+            a.links = true;
+        else if (arg == QLatin1String("--test"))
+            a.test = true;
+        else if (arg.startsWith(QLatin1String("--")))
+            return QStringLiteral("extras does not know ") + arg;
+        else
+            folders << arg;
+    }
+    if (folders.size() != 1)
+        return QStringLiteral("extras takes one mail folder (see stowaway folders)");
+    a.folder = folders.front();
+    if (a.byRules == to) return QStringLiteral("extras takes either --rules or --to DIR");
+    if (a.byRules && (a.keepStructure || a.remove || a.links))
+        return QStringLiteral("--keep-structure, --remove and --links go with --to DIR");
+    if (a.links && !a.remove)
+        return QStringLiteral("--links needs --remove: links are written for removed attachments");
+    if (to) a.targetDir = QDir::cleanPath(QDir(a.targetDir).absolutePath());
+    return {};
+}
+
+// What the run added to the protocol: files per folder, and the failed saves.
+void PrintWhereFilesWent(int32_t added, const ExtrasArgs& a, CliContext& ctx) {
+    int saved = 0;
+    int failed = 0;
+    QMap<QString, int> perFolder;
+    for (int32_t i = 1; i <= added && i <= ProtoCount; ++i) {
+        const udtProtoEntry& e = ProtoEntries[static_cast<size_t>(i)];
+        if (e.State.get().startsWith(QLatin1Char('!'))) {
+            ++failed;
+            continue;
+        }
+        ++saved;
+        ++perFolder[e.Folder.get()];
+    }
+    const char* verb = SWTest ? " would be saved (test run: nothing was written)" : " saved";
+    ctx.out << saved << " file(s)" << verb;
+    if (!a.byRules) {
+        ctx.out << " under " << a.targetDir
+                << (a.keepStructure ? " in the mail folders' paths\n" : "\n");
+    } else {
+        ctx.out << (perFolder.isEmpty() ? "\n" : ":\n");
+        for (auto it = perFolder.cbegin(); it != perFolder.cend(); ++it)
+            ctx.out << "  " << it.value() << "  " << it.key() << '\n';
+    }
+    if (failed > 0) ctx.out << failed << " file(s) could not be saved (see stowaway protocol)\n";
+}
+} // namespace
+
+int CmdExtras(const CliOptions& opts, CliContext& ctx) {
+    ExtrasArgs a;
+    if (const QString wrong = ParseExtrasArgs(opts.args, a); !wrong.isEmpty()) {
+        ctx.err << "stowaway: " << wrong << '\n';
+        return 2;
+    }
+    MailSession* session = RequireStore(opts, ctx);
+    if (!session) {
+        Finish();
+        return 1;
+    }
+    const MailFolderPtr folder = FindStoreFolder(session, a.folder, ctx);
+    if (!folder) {
+        Finish();
+        return 2;
+    }
+    SWTest = a.test;
+    TerminalStatus status(ctx.err, "mails");
+    const ExtrasListing listing = ListExtrasMails(folder, a.subfolders, nullptr);
+    ctx.out << GetFolderPath(folder) << (a.subfolders ? " and its subfolders" : "")
+            << ": folders/mails with attachments, size: " << ExtrasTotalsText(listing) << '\n';
+    for (const ExtrasRow& row : listing.rows)
+        ctx.out << "  " << row.folderName << "  \"" << row.subject << "\"  " << row.senderName
+                << "  " << row.sizeText << '\n';
+    ctx.out << Qt::flush;
+
+    ExtrasRunOptions run;
+    run.sourceFolder = folder;
+    run.mode = a.byRules ? ExtrasMode::ByRules : ExtrasMode::ToFolder;
+    run.targetFolder = a.targetDir;
+    run.keepStructure = a.keepStructure;
+    run.delAttach = a.remove;
+    run.hyperlinks = a.links;
+    const int32_t protoBefore = ProtoCount;
+    const ExtrasRunSummary summary = RunExtras(run, listing.rows, &status);
+    if (summary.refused) {
+        Finish();
+        return 1;
+    }
+    ctx.out << summary.rowsDone << " of " << listing.rows.size() << " mail(s) processed";
+    if (summary.rowsFailed > 0) ctx.out << ", " << summary.rowsFailed << " could not be read";
+    ctx.out << (summary.stoppedEarly ? "; the run stopped early\n" : "\n");
+    PrintWhereFilesWent(ProtoCount - protoBefore, a, ctx);
+    Finish();
+    return summary.stoppedEarly ? 3 : 0;
+}
+
 int CmdFolders(const CliOptions& opts, CliContext& ctx) {
     MailSession* session = RequireStore(opts, ctx);
     if (!session) {
         Finish();
         return 1;
     }
-    std::function<void(const MailFolderPtr&, int)> print = [&](const MailFolderPtr& f, int depth) {
+    ForEachStoreFolder(session, [&](const MailFolderPtr& f, int depth) {
         ctx.out << QString(depth * 2, QLatin1Char(' ')) << f->Name().value << "  ("
                 << f->ItemCount().value << " mails)\n";
-        for (const MailFolderPtr& child : f->Folders().value)
-            print(child, depth + 1);
-    };
-    for (const MailFolderPtr& top : session->Stores().value)
-        print(top, 0);
+    });
     ctx.out << "\nWatched folders:\n";
     for (int i = 1; i <= WatchFoldersCount; ++i)
         ctx.out << "  " << i << ". " << WatchFolders[i].Path.get()

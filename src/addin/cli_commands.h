@@ -16,6 +16,7 @@ int CmdPaths(const CliOptions& opts, CliContext& ctx);
 int CmdTestOrRun(const CliOptions& opts, CliContext& ctx, bool test);
 int CmdReset(const CliOptions& opts, CliContext& ctx);
 int CmdCheckRule(const CliOptions& opts, CliContext& ctx);
+int CmdExtras(const CliOptions& opts, CliContext& ctx);
 int CmdFolders(const CliOptions& opts, CliContext& ctx);
 int CmdProtocol(const CliOptions& opts, CliContext& ctx);
 int CmdWatch(const CliOptions& opts, CliContext& ctx);

@@ -1,0 +1,72 @@
+#pragma once
+// The bulk run over mail that is already in a folder: the list of the mails with attachments in
+// a chosen folder (and its subfolders), and the run that saves their attachments into one folder
+// or by the rules. The options dialog's Extras tab and `stowaway extras` both use it.
+#include "data/records.h"
+#include "host/mail_store.h"
+
+#include <QString>
+#include <vector>
+
+class StatusSurface;
+
+// One row of the mail list.
+struct ExtrasRow {
+    QString folderName;
+    QString subject;
+    QString senderName;
+    QString sizeText; // "1,234 Kb (2)"
+    QString tag;      // EntryID "|" StoreID of the folder
+    bool ticked = true;
+};
+
+struct ExtrasListing {
+    std::vector<ExtrasRow> rows;
+    int folders = 0;
+    int mails = 0;
+    qint64 totalKb = 0;
+};
+
+// Bytes as the lists show them: integer kilobytes plus 1.
+qint64 SizeInKb(qint64 bytes);
+// "###,###,###": digits in groups of three, nothing at all for 0.
+QString FormatThousands(qint64 value);
+// Each leading "0" becomes a blank; the first other character ends the walk.
+QString NullsToBlanks(const QString& text);
+// The overview tree's texts: "  1024 Kb - " and the subject or the folder's name.
+QString OverviewNodeText(qint64 kb, const QString& text);
+// "folders/mails, 1,234 Kb".
+QString ExtrasTotalsText(const ExtrasListing& listing);
+
+// The mails and posts with attachments of `folder` (and, asked for, of its subfolders), all
+// ticked. Progress over the items goes to `status` (may be null).
+ExtrasListing ListExtrasMails(const MailFolderPtr& folder, bool withSubfolders,
+                              StatusSurface* status);
+
+// The modes of the tab, by the number of their option.
+enum class ExtrasMode { ByRules = 0, ToFolder = 1, Overview = 2 };
+
+struct ExtrasRunOptions {
+    MailFolderPtr sourceFolder; // "Save from"; null: none chosen
+    ExtrasMode mode = ExtrasMode::Overview;
+    QString targetFolder; // "Save to"; a text beginning with "<" is none chosen
+    bool keepStructure = false;
+    bool delAttach = false;
+    bool hyperlinks = false;
+};
+
+struct ExtrasRunSummary {
+    bool refused = false;      // a check before the run said no; nothing was done
+    int rowsDone = 0;          // ticked rows handed to the engine
+    int rowsFailed = 0;        // ticked rows whose mail could not be reached
+    bool stoppedEarly = false; // the engine answered False
+};
+
+// The one-off rule of the "Save to" mode.
+udtRule ExtrasSpecialRule(const ExtrasRunOptions& options);
+
+// Runs the engine over every ticked row, one mail at a time, in test mode when SWTest is set.
+// Refusals, unreachable mails and the end are shown through ui(); progress goes to `status`.
+// Leaves DoProto on.
+ExtrasRunSummary RunExtras(const ExtrasRunOptions& options, const std::vector<ExtrasRow>& rows,
+                           StatusSurface* status);
