@@ -1,7 +1,10 @@
 #include "stowaway_command.h"
 
 #include "common/ansi.h"
+#include "data/data_files.h"
+#include "data/globals.h"
 #include "data/log.h"
+#include "data/settings.h"
 
 #include <QFile>
 
@@ -11,9 +14,12 @@ QString StowawayCommandTest::program() {
 
 std::unique_ptr<QProcess> StowawayCommandTest::startStowaway(const QStringList& args) {
     auto process = std::make_unique<QProcess>();
-    process->setProgram(program());
-    process->setArguments(
-        QStringList{QStringLiteral("--maildir"), root, QStringLiteral("--no-input")} + args);
+    const QStringList line =
+        launcher +
+        QStringList{program(), QStringLiteral("--maildir"), root, QStringLiteral("--no-input")} +
+        args;
+    process->setProgram(line.first());
+    process->setArguments(line.mid(1));
     process->start();
     EXPECT_TRUE(process->waitForStarted()) << S(process->errorString());
     return process;
@@ -34,4 +40,28 @@ QString StowawayCommandTest::logText() const {
     QFile f(LogFilePath());
     if (!f.open(QIODevice::ReadOnly)) return {};
     return FromAnsi(f.readAll());
+}
+
+void StowawayCommandTest::useOnlyRule(const udtRule& rule) {
+    for (const auto& [key, value] : {std::pair{"SWActive", "1"},
+                                     {"SWTest", "0"},
+                                     {"DoProto", "1"},
+                                     {"Notify", "0"},
+                                     {"PaceSeconds", "0"}})
+        SaveSetting(QLatin1String(key), QLatin1String(value));
+    Rules.assign(1, udtRule{});
+    Rules.push_back(rule);
+    RulesCount = 1;
+    RulesChanged = true;
+    SaveData();
+}
+
+udtRule StowawayCommandTest::SaveAllRule(const QString& target) {
+    udtRule rule;
+    rule.Active = vbTrue;
+    rule.Name = QStringLiteral("All attachments");
+    rule.SaveBy = 4;
+    rule.Folder = target;
+    rule.FileExists = 2;
+    return rule;
 }

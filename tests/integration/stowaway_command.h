@@ -1,6 +1,7 @@
 #pragma once
 // Runs the real `stowaway` program on a Maildir made by the test, with the test's private home,
 // so the program reads the rules and settings the test saved and writes its LOG there.
+#include "data/records.h"
 #include "support/maildir_fixture.h"
 
 #include <QProcess>
@@ -24,4 +25,13 @@ class StowawayCommandTest : public MaildirTest {
     // The LOG file as it stands now (empty when there is none).
     QString logText() const;
     static QString program();
+
+    // Real, logged runs without pauses or closing boxes, with `rule` as the only rule; saved
+    // where the program reads them.
+    void useOnlyRule(const udtRule& rule);
+    // A rule that saves every attachment of every mail into `target`, numbering on a conflict.
+    static udtRule SaveAllRule(const QString& target);
+
+    // Put in front of the program on its command line (a wrapper such as setpriv or unshare).
+    QStringList launcher;
 };
