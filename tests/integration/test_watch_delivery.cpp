@@ -1,0 +1,136 @@
+// `stowaway watch` under a real delivery agent: maildrop drops a mail into new/, the watcher
+// hands it to the driver once, later events for the same mail change nothing, and SIGTERM ends
+// the program cleanly.
+#include "stowaway_command.h"
+
+#include "data/data_files.h"
+#include "data/globals.h"
+#include "data/log.h"
+
+#include <QDirIterator>
+#include <QThread>
+
+#include <functional>
+
+namespace {
+
+// Polls until `done` holds; false when the program gave up first. Not a timing check: the
+// limit only keeps a broken build from hanging the suite.
+bool WaitFor(QProcess& program, const std::function<bool()>& done) {
+    for (int i = 0; i < 1200; ++i) {
+        if (done()) return true;
+        if (program.state() == QProcess::NotRunning) return done();
+        program.waitForReadyRead(50);
+    }
+    return false;
+}
+
+class WatchDeliveryTest : public StowawayCommandTest {
+  protected:
+    void SetUp() override {
+        StowawayCommandTest::SetUp();
+        target = TestEnv::home() + QStringLiteral("/Saved");
+        useOnlyRule(SaveAllRule(target));
+        filter = TestEnv::home() + QStringLiteral("/mailfilter");
+        QFile f(filter);
+        ASSERT_TRUE(f.open(QIODevice::WriteOnly));
+        f.write("to \"" + root.toUtf8() + "/\"\n");
+        f.close();
+        // maildrop refuses a filter file others may write.
+        f.setPermissions(QFile::ReadOwner | QFile::WriteOwner);
+    }
+
+    // Delivers through maildrop, as a mail server would.
+    void deliverWithMaildrop(const SampleMail& mail) {
+        QProcess maildrop;
+        maildrop.start(QStringLiteral("maildrop"), {filter});
+        ASSERT_TRUE(maildrop.waitForStarted()) << "maildrop is not installed";
+        maildrop.write(BuildSampleMail(mail));
+        maildrop.closeWriteChannel();
+        ASSERT_TRUE(maildrop.waitForFinished(60000));
+        ASSERT_EQ(maildrop.exitCode(), 0) << maildrop.readAllStandardError().toStdString();
+    }
+
+    // The mail files of the Inbox whose text contains `marker`.
+    QStringList mailsWith(const QByteArray& marker) const {
+        QStringList found;
+        for (const char* sub : {"/new", "/cur"}) {
+            QDirIterator it(root + QLatin1String(sub), QDir::Files);
+            while (it.hasNext()) {
+                const QString path = it.next();
+                if (readFile(path).contains(marker)) found << path;
+            }
+        }
+        return found;
+    }
+
+    bool stamped(const QByteArray& subject) const {
+        const QStringList files = mailsWith("Subject: " + subject);
+        return files.size() == 1 && readFile(files[0]).contains("X-Mileage: QWKStowaway");
+    }
+
+    QStringList savedFiles() const {
+        return QDir(target).entryList(QDir::Files | QDir::Hidden, QDir::Name);
+    }
+
+    QString target;
+    QString filter;
+};
+
+SampleMail MailWithFile(const QString& subject, const QString& fileName) {
+    SampleMail mail;
+    mail.subject = subject;
+    mail.attachments.push_back(
+        SampleAttachment::file(fileName, "application/pdf", "%PDF-1.4 " + subject.toUtf8()));
+    return mail;
+}
+
+TEST_F(WatchDeliveryTest, ADeliveredMailIsProcessedOnceAndTheProgramStopsCleanly) {
+    const auto watch = startStowaway({QStringLiteral("watch")});
+    // The watchers stand once the program says what it watches.
+    ASSERT_TRUE(WaitFor(*watch, [&] { return watch->peek(4096).contains("Watching 1 folder(s)"); }))
+        << watch->readAllStandardError().toStdString();
+
+    deliverWithMaildrop(MailWithFile(QStringLiteral("First"), QStringLiteral("first.pdf")));
+    ASSERT_TRUE(WaitFor(*watch, [&] {
+        return stamped("First") && savedFiles().contains(QStringLiteral("first.pdf"));
+    })) << S(logText());
+    EXPECT_EQ(savedFiles(), QStringList{QStringLiteral("first.pdf")});
+
+    // Another name for the same mail, as a mail client gives it, raises a new event; then an
+    // unrelated mail. Once that one is done, the rename has been looked at too.
+    const QString first = mailsWith("Subject: First").value(0);
+    const QString renamed = root + QStringLiteral("/cur/1700000000.renamed.host:2,");
+    ASSERT_TRUE(QFile::rename(first, renamed));
+    deliverWithMaildrop(MailWithFile(QStringLiteral("Second"), QStringLiteral("second.pdf")));
+    ASSERT_TRUE(WaitFor(*watch, [&] {
+        return stamped("Second") && savedFiles().contains(QStringLiteral("second.pdf"));
+    })) << S(logText());
+
+    watch->terminate();
+    ASSERT_TRUE(watch->waitForFinished(60000));
+    EXPECT_EQ(watch->exitStatus(), QProcess::NormalExit);
+    EXPECT_EQ(watch->exitCode(), 0) << watch->readAllStandardError().toStdString();
+    EXPECT_TRUE(watch->readAllStandardOutput().contains("Stopped."));
+
+    EXPECT_EQ(savedFiles(),
+              (QStringList{QStringLiteral("first.pdf"), QStringLiteral("second.pdf")}));
+    EXPECT_TRUE(QFile::exists(renamed)) << "the renamed mail was saved again";
+    const QString log = logText();
+    EXPECT_EQ(log.count(QStringLiteral("Attachment saved: ")), 2) << S(log);
+    EXPECT_EQ(
+        log.count(QStringLiteral("Attachment saved: ") + target + QStringLiteral("/first.pdf")), 1);
+    // Its delivery and its new name reached the driver; the store's own rewrite of it did not.
+    EXPECT_EQ(log.count(QStringLiteral("ItemAdd/Mail: First/Inbox")), 2) << S(log);
+    EXPECT_TRUE(log.contains(QStringLiteral("! Shutdown...")));
+
+    ResetGlobals();
+    LoadData([] { return InboxInfo{}; });
+    EXPECT_EQ(RulesCount, 1);
+    ASSERT_EQ(ProtoCount, 2);
+    EXPECT_EQ(ProtoEntries[1].Attachment.get(), QStringLiteral("second.pdf"));
+    EXPECT_EQ(ProtoEntries[2].Attachment.get(), QStringLiteral("first.pdf"));
+    EXPECT_EQ(WatchFoldersCount, 1);
+}
+
+} // namespace
