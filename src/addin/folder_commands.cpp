@@ -5,6 +5,7 @@
 #include "common/paths.h"
 #include "common/text.h"
 #include "data/globals.h"
+#include "data/log.h"
 #include "engine/driver.h"
 #include "engine/matching.h"
 #include "engine/notification.h"
@@ -22,12 +23,26 @@ bool IsMailOrPost(const MailItemPtr& item) {
     const Result<int> cls = item->Class();
     return cls.ok() && (cls.value == ItemClass::Mail || cls.value == ItemClass::Post);
 }
+
+// Visits the watched folders `indices` that can be reached, with the main bar over them when
+// there are several. `visit(index, folder)` returns false to end the walk.
+template <class Visit>
+void ForEachWatchedFolder(const std::vector<int>& indices, StatusSurface* status, Visit visit) {
+    const bool several = indices.size() != 1;
+    if (several) ShowProgress(0, 0, status);
+    int done = 0;
+    for (int index : indices) {
+        if (several) ShowProgress(++done, static_cast<int32_t>(indices.size()), status);
+        const MailFolderPtr folder = ResolveWatchFolder(index);
+        if (folder && !visit(index, folder)) break;
+    }
+    if (several) ShowProgress(-1, -1, status);
+}
 } // namespace
 
 Result<MailFolderPtr> LookUpWatchFolder(const udtWatchFolder& wf) {
     MailSession* session = gobjRDOSession();
-    if (!session)
-        return {nullptr, OpError::make(ErrNo::Failed, QStringLiteral("No mail session"))};
+    if (!session) return {nullptr, OpError::make(ErrNo::Failed, QStringLiteral("No mail session"))};
     Result<MailFolderPtr> folder = session->GetFolderFromID(wf.EntryID.get(), QString());
     if (folder.error || !folder.value)
         folder = session->GetFolderFromID(wf.EntryID.get(), wf.StoreID.get());
@@ -37,17 +52,16 @@ Result<MailFolderPtr> LookUpWatchFolder(const udtWatchFolder& wf) {
 }
 
 MailFolderPtr ResolveWatchFolder(int index) {
-    if (index < 1 || index > WatchFoldersCount)
-        return nullptr;
+    if (index < 1 || index > WatchFoldersCount) return nullptr;
     const udtWatchFolder& wf = WatchFolders[index];
     const Result<MailFolderPtr> folder = LookUpWatchFolder(wf);
     if (folder.error || !folder.value) {
         ui().beep();
-        ui().messageBox(LangText(QStringLiteral("Zugriff auf Ordner '"), QStringLiteral("Can't access folder '")) +
+        ui().messageBox(LangText(QStringLiteral("Zugriff auf Ordner '"),
+                                 QStringLiteral("Can't access folder '")) +
                             wf.Name.get() +
                             LangText(QStringLiteral("' nicht möglich!"), QStringLiteral("'!")) +
-                            QStringLiteral("\n\n") +
-                            folder.error.description,
+                            QStringLiteral("\n\n") + folder.error.description,
                         MsgButtons::OK, MsgIcon::Exclamation, gAppCaption);
         return nullptr;
     }
@@ -57,46 +71,24 @@ MailFolderPtr ResolveWatchFolder(int index) {
 bool TestOrRunFolders(const std::vector<int>& indices, StatusSurface* status) {
     BusyPointer busy;
     const bool several = indices.size() != 1;
-    if (several)
-        ShowProgress(0, 0, status);
     bool completed = true;
-    int done = 0;
-    for (int index : indices) {
-        if (several)
-            ShowProgress(++done, static_cast<int32_t>(indices.size()), status);
-        const MailFolderPtr folder = ResolveWatchFolder(index);
-        if (!folder)
-            continue;
+    ForEachWatchedFolder(indices, status, [&](int index, const MailFolderPtr& folder) {
         const QString name = WatchFolders[index].Name.get();
         SWRun = !SWTest;
         gLastAction = SWTest ? LastActionTestRun(name) : LastActionRealRun(name);
         const bool ok = StowawayNow(folder, nullptr, status);
         ui().showLastAction(gLastAction);
         SWRun = false;
-        if (!ok && several) {
-            completed = false;
-            break;
-        }
         completed = completed && ok;
-    }
-    if (several)
-        ShowProgress(-1, -1, status);
+        return ok || !several;
+    });
     return completed;
 }
 
 int ResetFolders(const std::vector<int>& indices, bool setUnread, StatusSurface* status) {
     BusyPointer busy;
-    const bool several = indices.size() != 1;
-    if (several)
-        ShowProgress(0, 0, status);
     int count = 0;
-    int done = 0;
-    for (int index : indices) {
-        if (several)
-            ShowProgress(++done, static_cast<int32_t>(indices.size()), status);
-        const MailFolderPtr folder = ResolveWatchFolder(index);
-        if (!folder)
-            continue;
+    ForEachWatchedFolder(indices, status, [&](int index, const MailFolderPtr& folder) {
         ShowSubProgress(0, 0, status);
         const std::vector<MailItemPtr> items = folder->Items().value;
         int seen = 0;
@@ -105,34 +97,37 @@ int ResetFolders(const std::vector<int>& indices, bool setUnread, StatusSurface*
             if (!IsMailOrPost(item) || item->Mileage().value != QLatin1String(kStowawayStamp))
                 continue;
             item->SetMileage(QString());
-            if (setUnread)
-                item->SetUnRead(true);
-            item->Save();
+            if (setUnread) item->SetUnRead(true);
+            if (const OpError error = item->Save()) {
+                WriteLog(QStringLiteral("! Reset: ") + item->Subject().value +
+                         QStringLiteral(": ") + error.description);
+                continue;
+            }
             ++count;
         }
         gLastAction = LastActionFlagsReset(WatchFolders[index].Name.get());
         ShowSubProgress(-1, -1, status);
-    }
-    if (several)
-        ShowProgress(-1, -1, status);
-    ui().messageBox(count == 0 ? LangText(QStringLiteral("Keine Nachrichten mit Bearbeitungsflag gefunden..."),
-                                          QStringLiteral("No flagged mails found..."))
-                               : QString::number(count) +
-                                     LangText(QStringLiteral(" Nachrichte(n) zurückgesetzt..."),
-                                              QStringLiteral(" Mail resettet...")),
-                    MsgButtons::OK, MsgIcon::Information, gAppCaption);
+        return true;
+    });
+    ui().messageBox(
+        count == 0
+            ? LangText(QStringLiteral("Keine Nachrichten mit Bearbeitungsflag gefunden..."),
+                       QStringLiteral("No flagged mails found..."))
+            : QString::number(count) + LangText(QStringLiteral(" Nachrichte(n) zurückgesetzt..."),
+                                                QStringLiteral(" Mail resettet...")),
+        MsgButtons::OK, MsgIcon::Information, gAppCaption);
     return count;
 }
 
 int CheckRule(int ruleIndex, int folderIndex, StatusSurface* status) {
-    if (ruleIndex < 1 || ruleIndex > RulesCount || folderIndex < 1 || folderIndex > WatchFoldersCount) {
+    if (ruleIndex < 1 || ruleIndex > RulesCount || folderIndex < 1 ||
+        folderIndex > WatchFoldersCount) {
         ui().beep();
         return -1;
     }
     const udtRule rule = Rules[ruleIndex];
     const MailFolderPtr folder = ResolveWatchFolder(folderIndex);
-    if (!folder)
-        return -1;
+    if (!folder) return -1;
     BusyPointer busy;
     ShowProgress(0, 0, status);
     const std::vector<MailItemPtr> items = folder->Items().value;
@@ -140,11 +135,9 @@ int CheckRule(int ruleIndex, int folderIndex, StatusSurface* status) {
     int seen = 0;
     bool stop = false;
     for (const MailItemPtr& item : items) {
-        if (stop)
-            break;
+        if (stop) break;
         ShowProgress(++seen, static_cast<int32_t>(items.size()), status);
-        if (!IsMailOrPost(item))
-            continue;
+        if (!IsMailOrPost(item)) continue;
         const int attachments = item->AttachmentCount().value;
         if (item->Mileage().value == QLatin1String(kStowawayStamp) || attachments == 0 ||
             !item->UnRead().value)
@@ -165,21 +158,23 @@ int CheckRule(int ruleIndex, int folderIndex, StatusSurface* status) {
                 LangText(QStringLiteral("Regel trifft für die folgende Nachricht zu:"),
                          QStringLiteral("Rule matches the following mail:")) +
                 QStringLiteral("\n\nRegel: ") + rule.Name.get() + QStringLiteral("\nNachricht: ") +
-                item->Subject().value + QStringLiteral("\nVon: ") + senderName + QStringLiteral(" (") +
-                senderAddress + QStringLiteral(")\nAn: ") + recipientName + QStringLiteral(" (") +
-                recipientAddress + QStringLiteral(")\n\nDer Anhang würde wie folgt gespeichert ") +
-                (IsTrue(rule.DelAttach) ? QStringLiteral("und aus der Nachricht gelöscht ") : QString()) +
+                item->Subject().value + QStringLiteral("\nVon: ") + senderName +
+                QStringLiteral(" (") + senderAddress + QStringLiteral(")\nAn: ") + recipientName +
+                QStringLiteral(" (") + recipientAddress +
+                QStringLiteral(")\n\nDer Anhang würde wie folgt gespeichert ") +
+                (IsTrue(rule.DelAttach) ? QStringLiteral("und aus der Nachricht gelöscht ")
+                                        : QString()) +
                 QStringLiteral("werden:\n\n") + target + QStringLiteral("\n\nWeiter testen?");
             box.buttons = {QStringLiteral("Weiter"), QStringLiteral("Test abbrechen")};
             box.title = QStringLiteral("Test");
             box.icon = static_cast<int>(MsgIcon::Question);
-            if (ui().msgBoxEx(box) % 256 == 2)
-                stop = true;
+            if (ui().msgBoxEx(box) % 256 == 2) stop = true;
         }
     }
     ShowProgress(-1, -1, status);
     ui().beep();
-    ui().messageBox(matches > 0 ? QString::number(matches) + QStringLiteral(" Übereinstimmung(en) gefunden...")
+    ui().messageBox(matches > 0 ? QString::number(matches) +
+                                      QStringLiteral(" Übereinstimmung(en) gefunden...")
                                 : QStringLiteral("Keine passenden Nachrichten gefunden..."),
                     MsgButtons::OK, MsgIcon::Information, gAppCaption);
     return matches;
