@@ -12,6 +12,9 @@ struct MatchCase {
     bool expected;
     std::vector<const char*> log; // the criteria's LOG lines, in order
 };
+void PrintTo(const MatchCase& c, std::ostream* os) {
+    *os << c.name;
+}
 
 udtRule RuleOf(const std::vector<const char*>& criteria) {
     udtRule rule;
