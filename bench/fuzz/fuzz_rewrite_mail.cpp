@@ -1,0 +1,131 @@
+// The input as one mail file, read as the engine reads it, then changed as a rule changes it:
+// one attachment deleted, subject, stamp and both bodies written, saved. The saved file must
+// parse again and keep everything it was not asked to drop.
+#include "fuzz_sandbox.h"
+#include "mail_walk.h"
+
+#include "host/maildir/parsed_mail.h"
+
+#include <QDir>
+#include <QFile>
+
+#include <csignal>
+
+namespace {
+
+const QString kStamp = QStringLiteral("QWKStowaway");
+const QString kPlain = QStringLiteral("Saved: Bericht \u00fcber \u20ac.pdf");
+const QString kHtml = QStringLiteral("<p>Saved: <a href=\"file:///tmp/x%20y.pdf\">x y.pdf</a></p>");
+
+// Prints the start of a file if the process aborts while this is alive.
+class DumpOnAbort {
+  public:
+    explicit DumpOnAbort(const QString& path) {
+        current() = path;
+        static const bool installed = [] {
+            std::signal(SIGABRT, [](int) {
+                QFile file(current());
+                if (!current().isEmpty() && file.open(QIODevice::ReadOnly))
+                    std::fprintf(stderr, "--- the saved mail:\n%s\n---\n",
+                                 file.read(4000).constData());
+            });
+            return true;
+        }();
+        (void)installed;
+    }
+    ~DumpOnAbort() { current().clear(); }
+
+  private:
+    static QString& current() {
+        static QString path;
+        return path;
+    }
+};
+
+QString OnlyMailFile() {
+    QStringList files;
+    for (const char* sub : {"cur", "new"}) {
+        const QDir dir(Sandbox::maildir() + QLatin1Char('/') + QLatin1String(sub));
+        for (const QString& name : dir.entryList(QDir::Files | QDir::Hidden | QDir::System))
+            files << dir.filePath(name);
+    }
+    FUZZ_CHECK(files.size() == 1, "%d mail files after the save, not 1", int(files.size()));
+    return files.front();
+}
+
+void RewriteAndCheck(WalkedMail& walked, const uint8_t* data, size_t size) {
+    MailItem& mail = *walked.item;
+    std::vector<SavedAttachment> kept = walked.attachments;
+    if (!kept.empty()) {
+        // Which one goes depends on the input, so every position gets its turn.
+        const int index = 1 + int(data[size - 1] % kept.size());
+        const Result<AttachmentPtr> attachment = mail.AttachmentAt(index);
+        FUZZ_CHECK(attachment.ok(), "attachment %d: %s", index,
+                   qPrintable(attachment.error.description));
+        const OpError deleted = attachment.value->Delete();
+        FUZZ_CHECK(!deleted, "delete of attachment %d: %s", index, qPrintable(deleted.description));
+        kept.erase(kept.begin() + (index - 1));
+        FUZZ_CHECK(mail.AttachmentCount().value == int(kept.size()),
+                   "%d attachments after the delete, not %d", mail.AttachmentCount().value,
+                   int(kept.size()));
+    }
+    const QString subject = QStringLiteral("[SW] ") + mail.Subject().value;
+    FUZZ_CHECK(!mail.SetSubject(subject), "subject refused");
+    FUZZ_CHECK(!mail.SetMileage(kStamp), "stamp refused");
+    FUZZ_CHECK(!mail.SetHTMLBody(kHtml), "HTML body refused");
+    FUZZ_CHECK(!mail.SetBody(kPlain), "plain body refused");
+    const OpError saved = mail.Save();
+    FUZZ_CHECK(!saved, "save: %s", qPrintable(saved.description));
+
+    const QString path = OnlyMailFile();
+    // Shows the saved mail with any failure below.
+    const DumpOnAbort dump(path);
+    const auto parsed = ParsedMail::LoadFile(path, nullptr);
+    FUZZ_CHECK(parsed.ok(), "the saved mail does not parse: %s",
+               qPrintable(parsed.error.description));
+
+    // What a later run sees: a fresh session over the saved file.
+    MaildirSession again({{Sandbox::maildir(), {}}});
+    const Result<MailItemPtr> reread = again.GetMessageFromID(mail.EntryID().value);
+    FUZZ_CHECK(reread.ok(), "the saved mail cannot be fetched: %s",
+               qPrintable(reread.error.description));
+    const MailItem& copy = *reread.value;
+    FUZZ_CHECK(copy.Mileage().value == kStamp, "stamp reads back as \"%s\"",
+               qPrintable(copy.Mileage().value));
+    FUZZ_CHECK(copy.Body().value.contains(kPlain), "plain body lost: \"%s\"",
+               qPrintable(copy.Body().value.left(200)));
+    FUZZ_CHECK(copy.HTMLBody().value.contains(kHtml), "HTML body lost: \"%s\"",
+               qPrintable(copy.HTMLBody().value.left(200)));
+    const int count = copy.AttachmentCount().value;
+    FUZZ_CHECK(count == int(kept.size()), "%d attachments after the save, not %d", count,
+               int(kept.size()));
+    for (int i = 1; i <= count; ++i) {
+        const qint64 size = copy.AttachmentAt(i).value->Size().value;
+        FUZZ_CHECK(size == kept[size_t(i - 1)].size,
+                   "attachment %d (\"%s\") has %lld bytes after the save, %lld before", i,
+                   qPrintable(kept[size_t(i - 1)].name), static_cast<long long>(size),
+                   static_cast<long long>(kept[size_t(i - 1)].size));
+    }
+}
+
+} // namespace
+
+extern "C" int LLVMFuzzerInitialize(int*, char***) {
+    Sandbox::init();
+    return 0;
+}
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+    if (size == 0) return 0;
+    Sandbox::init();
+    Sandbox::reset();
+    const QStringList before = Sandbox::listAll();
+    const QString entryId = DeliverMail(data, size);
+    {
+        MaildirSession session({{Sandbox::maildir(), {}}});
+        WalkedMail walked = WalkMail(session, entryId);
+        if (walked.item) RewriteAndCheck(walked, data, size);
+    }
+    CheckNoStrayWrites(before);
+    return 0;
+}
