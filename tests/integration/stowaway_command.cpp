@@ -6,6 +6,7 @@
 #include "data/log.h"
 #include "data/settings.h"
 
+#include <QDirIterator>
 #include <QFile>
 
 QString StowawayCommandTest::program() {
@@ -43,6 +44,10 @@ QString StowawayCommandTest::logText() const {
 }
 
 void StowawayCommandTest::useOnlyRule(const udtRule& rule) {
+    useRules({rule});
+}
+
+void StowawayCommandTest::useRules(const std::vector<udtRule>& rules) {
     for (const auto& [key, value] : {std::pair{"SWActive", "1"},
                                      {"SWTest", "0"},
                                      {"DoProto", "1"},
@@ -50,10 +55,20 @@ void StowawayCommandTest::useOnlyRule(const udtRule& rule) {
                                      {"PaceSeconds", "0"}})
         SaveSetting(QLatin1String(key), QLatin1String(value));
     Rules.assign(1, udtRule{});
-    Rules.push_back(rule);
-    RulesCount = 1;
+    Rules.insert(Rules.end(), rules.begin(), rules.end());
+    RulesCount = static_cast<int16_t>(rules.size());
     RulesChanged = true;
     SaveData();
+}
+
+QMap<QString, QByteArray> StowawayCommandTest::filesUnder(const QString& dir) {
+    QMap<QString, QByteArray> files;
+    QDirIterator it(dir, QDir::Files | QDir::Hidden | QDir::System, QDirIterator::Subdirectories);
+    while (it.hasNext()) {
+        const QString path = it.next();
+        files.insert(QDir(dir).relativeFilePath(path), readFile(path));
+    }
+    return files;
 }
 
 udtRule StowawayCommandTest::SaveAllRule(const QString& target) {

@@ -4,10 +4,24 @@
 #include "data/records.h"
 #include "support/maildir_fixture.h"
 
+#include <QMap>
 #include <QProcess>
 #include <QStringList>
 
 #include <memory>
+#include <ostream>
+#include <vector>
+
+// Readable failures.
+inline void PrintTo(const QString& s, std::ostream* os) {
+    *os << '"' << s.toStdString() << '"';
+}
+inline void PrintTo(const QStringList& list, std::ostream* os) {
+    *os << '[';
+    for (const QString& s : list)
+        *os << "\n  \"" << s.toStdString() << '"';
+    *os << "\n]";
+}
 
 struct CommandResult {
     int exitCode = -1;
@@ -29,6 +43,10 @@ class StowawayCommandTest : public MaildirTest {
     // Real, logged runs without pauses or closing boxes, with `rule` as the only rule; saved
     // where the program reads them.
     void useOnlyRule(const udtRule& rule);
+    // The same with `rules`, in this order.
+    void useRules(const std::vector<udtRule>& rules);
+    // Every file below `dir` (hidden ones too), by its path relative to `dir`, with its bytes.
+    static QMap<QString, QByteArray> filesUnder(const QString& dir);
     // A rule that saves every attachment of every mail into `target`, numbering on a conflict.
     static udtRule SaveAllRule(const QString& target);
 
