@@ -3,9 +3,13 @@
 #include "data/log.h"
 #include "host/maildir/posix_files.h"
 
+#include <QFile>
 #include <QRandomGenerator>
+#include <QSet>
 
 #include <cerrno>
+#include <csignal>
+#include <dirent.h>
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -33,6 +37,60 @@ QString Utf8Front(const QString& text, qsizetype maxBytes) {
         i += units;
     }
     return text.left(i);
+}
+
+const QByteArray kTempPrefix = ".stowaway-";
+
+// The name a file has while it is written, ".stowaway-PID-RANDOM.part".
+QByteArray TempName() {
+    return kTempPrefix + QByteArray::number(getpid()) + '-' +
+           QByteArray::number(QRandomGenerator::global()->generate64(), 16) + ".part";
+}
+
+// Removes what killed processes left while writing into this folder; once a folder per process,
+// as it lists the whole folder.
+void RemoveStaleTempFiles(int dirFd, const QString& folder) {
+    static QSet<QString> cleaned;
+    if (cleaned.contains(folder)) return;
+    cleaned.insert(folder);
+    const int fd = ::openat(dirFd, ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    DIR* dir = fd >= 0 ? ::fdopendir(fd) : nullptr;
+    if (!dir) {
+        if (fd >= 0) ::close(fd);
+        return;
+    }
+    while (const dirent* e = ::readdir(dir)) {
+        const QByteArray name(e->d_name);
+        if (!name.startsWith(kTempPrefix) || !name.endsWith(".part")) continue;
+        bool ok = false;
+        const qint64 pid = name.mid(kTempPrefix.size()).split('-').value(0).toLongLong(&ok);
+        if (!ok || pid <= 0 || pid == getpid()) continue;
+        if (::kill(pid_t(pid), 0) == 0 || errno != ESRCH) continue;
+        if (::unlinkat(dirFd, e->d_name, 0) == 0)
+            WriteLog(QStringLiteral("Removed a half-written file of an ended run: ") + folder +
+                     QLatin1Char('/') + QFile::decodeName(name));
+    }
+    ::closedir(dir);
+}
+
+// An unnamed file in the folder where the system offers one, so a process killed while
+// writing leaves nothing behind; else a named one. `named` tells which.
+UniqueFd CreateTempFile(int dirFd, const QByteArray& tempName, bool& named) {
+    named = false;
+    if (::access("/proc/self/fd", X_OK) == 0) {
+        UniqueFd file(::openat(dirFd, ".", O_TMPFILE | O_WRONLY | O_CLOEXEC, 0666));
+        if (file.valid()) return file;
+    }
+    named = true;
+    return UniqueFd(::openat(dirFd, tempName.constData(),
+                             O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0666));
+}
+
+// Gives a finished unnamed file its temporary name, for the rename over the target.
+bool NameTempFile(int fd, int dirFd, const QByteArray& tempName) {
+    const QByteArray self = "/proc/self/fd/" + QByteArray::number(fd);
+    return ::linkat(AT_FDCWD, self.constData(), dirFd, tempName.constData(), AT_SYMLINK_FOLLOW) ==
+           0;
 }
 
 } // namespace
@@ -78,18 +136,20 @@ OpError WriteFileInFolder(const QString& path, const QString& fallbackName,
         return ErrnoError(err, QStringLiteral("Cannot open the target folder ") + folder);
     }
 
-    const QByteArray tempName = QStringLiteral(".stowaway-%1-%2.part")
-                                    .arg(getpid())
-                                    .arg(QRandomGenerator::global()->generate64(), 0, 16)
-                                    .toUtf8();
-    UniqueFd file(::openat(dir.get(), tempName.constData(),
-                           O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0666));
+    RemoveStaleTempFiles(dir.get(), folder);
+    const QByteArray tempName = TempName();
+    bool named = false;
+    UniqueFd file = CreateTempFile(dir.get(), tempName, named);
     if (!file.valid())
         return ErrnoError(errno, QStringLiteral("Cannot create a file in ") + folder);
 
     OpError error = write(file.get());
     if (!error && ::fsync(file.get()) != 0)
         error = ErrnoError(errno, QStringLiteral("Cannot write ") + path);
+    if (!error && !named) {
+        named = NameTempFile(file.get(), dir.get(), tempName);
+        if (!named) error = ErrnoError(errno, QStringLiteral("Cannot save ") + path);
+    }
     if (!error && ::close(file.release()) != 0)
         error = ErrnoError(errno, QStringLiteral("Cannot write ") + path);
     if (!error &&
@@ -97,7 +157,7 @@ OpError WriteFileInFolder(const QString& path, const QString& fallbackName,
         error =
             ErrnoError(errno, QStringLiteral("Cannot save ") + folder + QLatin1Char('/') + name);
     if (error) {
-        ::unlinkat(dir.get(), tempName.constData(), 0);
+        if (named) ::unlinkat(dir.get(), tempName.constData(), 0);
         return error;
     }
     ::fsync(dir.get());
