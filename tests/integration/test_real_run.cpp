@@ -167,7 +167,7 @@ TEST_F(RealRunTest, RemovalWithLinksRewritesHtmlAndPlainMailsSoundlyUnderNewName
              QDateTime(QDate(2024, 5, 2), QTime(9, 0)), {QStringLiteral("Q1 report.pdf")});
     html.textBody.clear();
     html.htmlBody = QStringLiteral("<html><body><p>Our logo: <img src=\"cid:logo@x\"></p>"
-                                   "<p>Quarterly numbers</p></body></html>");
+                                   "<p>Quarterly numbers, Grüße</p></body></html>");
     SampleAttachment logo = SampleAttachment::file(QStringLiteral("logo.png"), "image/png",
                                                    Content(QStringLiteral("png")));
     logo.contentId = QStringLiteral("logo@x");
@@ -176,7 +176,7 @@ TEST_F(RealRunTest, RemovalWithLinksRewritesHtmlAndPlainMailsSoundlyUnderNewName
 
     SampleMail both = Mail(QStringLiteral("Bert Cole"), QStringLiteral("Text and HTML"),
                            QDateTime(QDate(2024, 5, 3), QTime(9, 0)), {QStringLiteral("plan.odt")});
-    both.htmlBody = QStringLiteral("<html><body><p>The plan, as promised.</p></body></html>");
+    both.htmlBody = QStringLiteral("<html><body><p>The plan, as promised: 5 € a piece.</p></body></html>");
     SampleMailFlags inNew;
     inNew.inNew = true;
     deliver(both, {}, inNew);
@@ -184,24 +184,24 @@ TEST_F(RealRunTest, RemovalWithLinksRewritesHtmlAndPlainMailsSoundlyUnderNewName
     SampleMail plain = Mail(QStringLiteral("Carl Dorn"), QStringLiteral("Plain text"),
                             QDateTime(QDate(2024, 5, 4), QTime(9, 0)),
                             {QStringLiteral("scan 1.pdf"), QStringLiteral("notes.txt")});
-    plain.textBody = QStringLiteral("Two files, as discussed.\n");
+    plain.textBody = QStringLiteral("Two files, as discussed. Grüße, Carl\n");
     deliver(plain);
     deliverDataFile(QStringLiteral("chunked-base64-attachment.eml"), QStringLiteral("FR"));
 
     const std::vector<Case> cases = {
         {QStringLiteral("HTML only"),
          QStringLiteral("F"),
-         QStringLiteral("<p>Quarterly numbers</p>"),
+         QStringLiteral("<p>Quarterly numbers, Grüße</p>"),
          {QStringLiteral("Q1 report.pdf")},
          {QStringLiteral("image/png logo.png")}},
         {QStringLiteral("Text and HTML"),
          QString(),
-         QStringLiteral("The plan, as promised."),
+         QStringLiteral("The plan, as promised: 5 € a piece."),
          {QStringLiteral("plan.odt")},
          {}},
         {QStringLiteral("Plain text"),
          QString(),
-         QStringLiteral("Two files, as discussed."),
+         QStringLiteral("Two files, as discussed. Grüße, Carl"),
          {QStringLiteral("scan 1.pdf"), QStringLiteral("notes.txt")},
          {}},
         {QStringLiteral("Chunked base64"),

@@ -100,10 +100,11 @@ OpError Refused(const OpError& why, const QString& what) {
                          why.description + QStringLiteral(" (") + what + QLatin1Char(')'));
 }
 
+// GMime stores the text in the smallest charset that holds it (ISO-8859-1 for German text) and
+// names that charset in the header: naming another one would garble every non-ASCII letter.
 GMimeTextPart* NewTextPart(const char* subtype, const QByteArray& utf8) {
     GMimeTextPart* part = g_mime_text_part_new_with_subtype(subtype);
     g_mime_text_part_set_text(part, utf8.constData());
-    g_mime_text_part_set_charset(part, "utf-8");
     g_mime_part_set_content_encoding(
         GMIME_PART(part),
         g_mime_part_get_best_content_encoding(GMIME_PART(part), GMIME_ENCODING_CONSTRAINT_7BIT));
@@ -112,7 +113,6 @@ GMimeTextPart* NewTextPart(const char* subtype, const QByteArray& utf8) {
 
 void SetText(GMimeTextPart* part, const QByteArray& utf8) {
     g_mime_text_part_set_text(part, utf8.constData());
-    g_mime_text_part_set_charset(part, "utf-8");
     g_mime_part_set_content_encoding(
         GMIME_PART(part),
         g_mime_part_get_best_content_encoding(GMIME_PART(part), GMIME_ENCODING_CONSTRAINT_7BIT));
