@@ -2,8 +2,11 @@
 // New-mail events for Maildir folders: inotify on new/ and cur/ through QFileSystemWatcher.
 // A folder's items are compared by entry id with the last look, so a flag change or a move
 // from new/ to cur/ is no new mail, and names that the store itself just wrote are ignored.
+// The store's own saves change the folder too: a look at the names alone tells those apart
+// cheaply, and changes that come in a burst are looked at once a second at most.
 #include "host/new_mail.h"
 
+#include <QElapsedTimer>
 #include <QObject>
 #include <QSet>
 #include <functional>
@@ -21,8 +24,13 @@ public:
 
 private:
     QSet<QString> currentIds(std::vector<MailItemPtr>* items) const;
+    // Scans now, or once the pause after the last scan is over.
+    void onDirectoryChanged();
 
     MailFolderPtr m_folder;
+    QString m_directory;
+    QElapsedTimer m_sinceScan;
+    bool m_scanPending = false;
     NewMailSource::ItemAddHandler m_handler;
     OwnWriteTest m_isOwnWrite;
     QSet<QString> m_known;
