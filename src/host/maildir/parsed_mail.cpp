@@ -124,10 +124,12 @@ bool IsAlternative(GMimeMultipart* multipart) {
                                        "multipart", "alternative");
 }
 
-// A GMime stream over a descriptor that stays open after the stream is gone.
+// A GMime stream over a descriptor that stays open after the stream is gone. A pipe stream
+// writes straight on without a seek before each write, and its flush does not sync: the caller
+// syncs the file once, when it is whole.
 GRef<GMimeStream> BorrowedFdStream(int fd) {
-    GRef<GMimeStream> stream(g_mime_stream_fs_new(fd));
-    g_mime_stream_fs_set_owner(GMIME_STREAM_FS(stream.get()), FALSE);
+    GRef<GMimeStream> stream(g_mime_stream_pipe_new(fd));
+    g_mime_stream_pipe_set_owner(GMIME_STREAM_PIPE(stream.get()), FALSE);
     return stream;
 }
 
