@@ -1,15 +1,29 @@
 #include "host/maildir/base64_content.h"
 
+#include <array>
+
 namespace {
 
-int SextetOf(unsigned char c) {
-    if (c >= 'A' && c <= 'Z') return c - 'A';
-    if (c >= 'a' && c <= 'z') return c - 'a' + 26;
-    if (c >= '0' && c <= '9') return c - '0' + 52;
-    if (c == '+') return 62;
-    if (c == '/') return 63;
-    return -1;
+constexpr signed char kSkip = -1;
+constexpr signed char kPad = -2;
+
+// The sextet of each byte; kSkip outside the alphabet, kPad for "=".
+constexpr std::array<signed char, 256> MakeSextets() {
+    std::array<signed char, 256> table{};
+    for (auto& v : table)
+        v = kSkip;
+    for (int c = 'A'; c <= 'Z'; ++c)
+        table[size_t(c)] = static_cast<signed char>(c - 'A');
+    for (int c = 'a'; c <= 'z'; ++c)
+        table[size_t(c)] = static_cast<signed char>(c - 'a' + 26);
+    for (int c = '0'; c <= '9'; ++c)
+        table[size_t(c)] = static_cast<signed char>(c - '0' + 52);
+    table[size_t('+')] = 62;
+    table[size_t('/')] = 63;
+    table[size_t('=')] = kPad;
+    return table;
 }
+constexpr std::array<signed char, 256> kSextets = MakeSextets();
 
 } // namespace
 
@@ -34,24 +48,33 @@ void Base64ContentDecoder::flushGroup(QByteArray& out) {
 }
 
 void Base64ContentDecoder::feed(const char* data, std::size_t size, QByteArray& out) {
+    // Written through a pointer into room made beforehand: at most three bytes come of every
+    // four characters, pending ones included.
+    const qsizetype start = out.size();
+    out.resize(start + qsizetype((std::size_t(count_) + size) / 4 * 3 + 3));
+    char* const begin = out.data() + start;
+    char* p = begin;
     for (std::size_t i = 0; i < size; ++i) {
-        const auto c = static_cast<unsigned char>(data[i]);
-        if (c == '=') {
+        const signed char sextet = kSextets[static_cast<unsigned char>(data[i])];
+        if (sextet >= 0) {
+            quad_ = (quad_ << 6) | unsigned(sextet);
+            if (++count_ == 4) {
+                p[0] = char((quad_ >> 16) & 0xff);
+                p[1] = char((quad_ >> 8) & 0xff);
+                p[2] = char(quad_ & 0xff);
+                p += 3;
+                quad_ = 0;
+                count_ = 0;
+            }
+        } else if (sextet == kPad) {
             // Padding ends a group early; decoding goes on with the next group.
-            flushGroup(out);
-            continue;
-        }
-        const int sextet = SextetOf(c);
-        if (sextet < 0) continue;
-        quad_ = (quad_ << 6) | unsigned(sextet);
-        if (++count_ == 4) {
-            out.append(char((quad_ >> 16) & 0xff));
-            out.append(char((quad_ >> 8) & 0xff));
-            out.append(char(quad_ & 0xff));
-            quad_ = 0;
-            count_ = 0;
+            QByteArray tail;
+            flushGroup(tail);
+            for (const char c : tail)
+                *p++ = c;
         }
     }
+    out.truncate(start + (p - begin));
 }
 
 void Base64ContentDecoder::finish(QByteArray& out) {
