@@ -20,14 +20,34 @@
 
 namespace {
 
+// Characters that are the same byte in Windows-1252 and Latin-1 (all but 0x80 to 0x9F).
+bool IsLatin1Only(const QString& text) {
+    for (const QChar c : text) {
+        const char16_t u = c.unicode();
+        if (u > 0xFF || (u >= 0x80 && u < 0xA0)) return false;
+    }
+    return true;
+}
+
 // Builds a record field by field; fields follow each other without gaps.
 class RecordWriter {
   public:
     explicit RecordWriter(int size) { m_bytes.reserve(size); }
 
     template <int N> void text(const FixedText<N>& field) {
+        // Latin-1 text, the usual case, is copied byte for byte; anything else takes the full
+        // conversion.
+        const QString& raw = field.raw();
+        if (raw.size() == N && IsLatin1Only(raw)) {
+            const qsizetype at = m_bytes.size();
+            m_bytes.resize(at + N);
+            char* p = m_bytes.data() + at;
+            for (const QChar c : raw)
+                *p++ = static_cast<char>(c.unicode());
+            return;
+        }
         // Always N bytes: a character pair outside the code page shrinks to one "?".
-        m_bytes.append(ToAnsi(field.raw()).leftJustified(N, ' ', true));
+        m_bytes.append(ToAnsi(raw).leftJustified(N, ' ', true));
     }
     void int16(int16_t v) {
         char b[2];
