@@ -11,6 +11,8 @@
 #include <QJsonArray>
 #include <QLocale>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 SampleMail Mail(const QString& subject, const QString& from, const QDateTime& date,
@@ -41,21 +43,17 @@ class ExtrasListTest : public MaildirTest {
 
 TEST_F(ExtrasListTest, ListsMailsAndPostsWithAttachmentsOfTheFolderAndItsSubfolders) {
     // Sizes count the name too: 1 + 7 bytes, 1017 + 7 and 2000 - 7 + 7 ...
-    deliver(Mail(QStringLiteral("One byte"), QStringLiteral("Anna Berg"), Day(1),
-                 {{QStringLiteral("a.bin"), 1}}));
-    deliver(Mail(QStringLiteral("Two files"), QStringLiteral("Bert Cole"), Day(2),
-                 {{QStringLiteral("b.bin"), 1024 - 5}, {QStringLiteral("c.bin"), 2000 - 5}}));
-    deliver(Mail(QStringLiteral("No files"), QStringLiteral("Carl Dorn"), Day(3), {}));
-    SampleMail post = Mail(QStringLiteral("News with a file"), QStringLiteral("Poster"), Day(4),
-                           {{QStringLiteral("d.bin"), 5000 - 5}});
+    deliver(Mail(u"One byte"_s, u"Anna Berg"_s, Day(1), {{u"a.bin"_s, 1}}));
+    deliver(Mail(u"Two files"_s, u"Bert Cole"_s, Day(2),
+                 {{u"b.bin"_s, 1024 - 5}, {u"c.bin"_s, 2000 - 5}}));
+    deliver(Mail(u"No files"_s, u"Carl Dorn"_s, Day(3), {}));
+    SampleMail post = Mail(u"News with a file"_s, u"Poster"_s, Day(4), {{u"d.bin"_s, 5000 - 5}});
     post.to.clear();
-    post.newsgroups = QStringLiteral("comp.mail.misc");
+    post.newsgroups = u"comp.mail.misc"_s;
     deliver(post);
     // A delivery report carries its status as an attachment, but is neither mail nor post.
-    deliverDataFile(QStringLiteral("delivery-report.eml"));
-    deliver(Mail(QStringLiteral("Big"), QStringLiteral("Eva Fink"), Day(5),
-                 {{QStringLiteral("e.bin"), 1500000 - 5}}),
-            QStringLiteral(".Work"));
+    deliverDataFile(u"delivery-report.eml"_s);
+    deliver(Mail(u"Big"_s, u"Eva Fink"_s, Day(5), {{u"e.bin"_s, 1500000 - 5}}), u".Work"_s);
 
     struct Case {
         bool fromTop; // the store's top rather than the Inbox
@@ -64,16 +62,16 @@ TEST_F(ExtrasListTest, ListsMailsAndPostsWithAttachmentsOfTheFolderAndItsSubfold
         QString totals;
     };
     const QStringList inboxRows = {
-        QStringLiteral("Inbox|One byte|Anna Berg|1 Kb (1)"),
-        QStringLiteral("Inbox|Two files|Bert Cole|3 Kb (2)"),
-        QStringLiteral("Inbox|News with a file|Poster|5 Kb (1)"),
+        u"Inbox|One byte|Anna Berg|1 Kb (1)"_s,
+        u"Inbox|Two files|Bert Cole|3 Kb (2)"_s,
+        u"Inbox|News with a file|Poster|5 Kb (1)"_s,
     };
     const std::vector<Case> cases = {
-        {false, false, inboxRows, QStringLiteral("1/3, 9 Kb")},
-        {true, true, inboxRows + QStringList{QStringLiteral("Work|Big|Eva Fink|1,465 Kb (1)")},
-         QStringLiteral("3/4, 1,474 Kb")},
+        {false, false, inboxRows, u"1/3, 9 Kb"_s},
+        {true, true, inboxRows + QStringList{u"Work|Big|Eva Fink|1,465 Kb (1)"_s},
+         u"3/4, 1,474 Kb"_s},
         // Nothing: the total has no digits at all.
-        {true, false, {}, QStringLiteral("1/0,  Kb")},
+        {true, false, {}, u"1/0,  Kb"_s},
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.totals.toStdString());
@@ -97,17 +95,17 @@ TEST_F(ExtrasListTest, ListsMailsAndPostsWithAttachmentsOfTheFolderAndItsSubfold
 
 TEST_F(ExtrasListTest, OverviewTextsBlankTheLeadingZerosOnly) {
     const std::vector<std::pair<qint64, QString>> cases = {
-        {1024, QStringLiteral("  1024 Kb - x")},
-        {1, QStringLiteral("     1 Kb - x")},
-        {100, QStringLiteral("   100 Kb - x")},
-        {1234567, QStringLiteral("1234567 Kb - x")},
+        {1024, u"  1024 Kb - x"_s},
+        {1, u"     1 Kb - x"_s},
+        {100, u"   100 Kb - x"_s},
+        {1234567, u"1234567 Kb - x"_s},
     };
     for (const auto& [kb, text] : cases)
-        EXPECT_EQ(OverviewNodeText(kb, QStringLiteral("x")), text);
-    EXPECT_EQ(NullsToBlanks(QStringLiteral("000000")), QStringLiteral("      "));
-    EXPECT_EQ(NullsToBlanks(QStringLiteral("0a0")), QStringLiteral(" a0"));
-    EXPECT_EQ(FormatThousands(999), QStringLiteral("999"));
-    EXPECT_EQ(FormatThousands(1000), QStringLiteral("1,000"));
+        EXPECT_EQ(OverviewNodeText(kb, u"x"_s), text);
+    EXPECT_EQ(NullsToBlanks(u"000000"_s), u"      "_s);
+    EXPECT_EQ(NullsToBlanks(u"0a0"_s), u" a0"_s);
+    EXPECT_EQ(FormatThousands(999), u"999"_s);
+    EXPECT_EQ(FormatThousands(1000), u"1,000"_s);
 }
 
 // The Inbox holds a read mail, an unread one and a stamped one; Work an unread one; Empty a
@@ -131,46 +129,40 @@ class ExtrasCommandTest : public StowawayCommandTest,
   protected:
     void SetUp() override {
         StowawayCommandTest::SetUp();
-        SampleMail read = Mail(QStringLiteral("Read report"), QStringLiteral("Anna Berg"), Day(1),
-                               {{QStringLiteral("report.pdf"), 300}});
+        SampleMail read = Mail(u"Read report"_s, u"Anna Berg"_s, Day(1), {{u"report.pdf"_s, 300}});
         deliver(read, {}, SampleMailFlags{true});
-        deliver(Mail(QStringLiteral("Unread invoice"), QStringLiteral("Bert Cole"), Day(2),
-                     {{QStringLiteral("invoice.pdf"), 300}}));
-        SampleMail done = Mail(QStringLiteral("Done before"), QStringLiteral("Carl Dorn"), Day(3),
-                               {{QStringLiteral("old.pdf"), 300}});
-        done.mileage = QStringLiteral("QWKStowaway");
+        deliver(Mail(u"Unread invoice"_s, u"Bert Cole"_s, Day(2), {{u"invoice.pdf"_s, 300}}));
+        SampleMail done = Mail(u"Done before"_s, u"Carl Dorn"_s, Day(3), {{u"old.pdf"_s, 300}});
+        done.mileage = u"QWKStowaway"_s;
         deliver(done);
-        deliver(Mail(QStringLiteral("Work plan"), QStringLiteral("Eva Fink"), Day(4),
-                     {{QStringLiteral("plan.pdf"), 300}}),
-                QStringLiteral(".Work"));
-        deliver(Mail(QStringLiteral("No files"), QStringLiteral("Eva Fink"), Day(5), {}),
-                QStringLiteral(".Empty"));
+        deliver(Mail(u"Work plan"_s, u"Eva Fink"_s, Day(4), {{u"plan.pdf"_s, 300}}), u".Work"_s);
+        deliver(Mail(u"No files"_s, u"Eva Fink"_s, Day(5), {}), u".Empty"_s);
 
         for (const auto& [key, value] :
              {std::pair{"DoProto", "0"}, {"Notify", "0"}, {"PaceSeconds", "0"}})
             SaveSetting(QLatin1String(key), QLatin1String(value));
         udtRule everything;
-        everything.Name = QStringLiteral("Everything");
+        everything.Name = u"Everything"_s;
         everything.SaveBy = 4;
-        everything.Folder = target() + QStringLiteral("/inactive");
+        everything.Folder = target() + u"/inactive"_s;
         udtRule invoices = everything;
         invoices.Active = vbTrue;
-        invoices.Name = QStringLiteral("Invoices");
+        invoices.Name = u"Invoices"_s;
         invoices.CheckSubj = vbTrue;
-        invoices.Subject = QStringLiteral("invoice");
-        invoices.Folder = target() + QStringLiteral("/rules");
+        invoices.Subject = u"invoice"_s;
+        invoices.Folder = target() + u"/rules"_s;
         Rules = {udtRule{}, everything, invoices};
         RulesCount = 2;
         RulesChanged = true;
         SaveData();
     }
-    QString target() const { return TestEnv::home() + QStringLiteral("/Saved"); }
+    QString target() const { return TestEnv::home() + u"/Saved"_s; }
     static QByteArray content(const QString& name) { return QByteArray(300, 'x') + name.toUtf8(); }
 };
 
 TEST_P(ExtrasCommandTest, SavesWhatTheModeSaysAndRefusesClearly) {
     const ExtrasCase& c = GetParam();
-    QStringList args{QStringLiteral("extras")};
+    QStringList args{u"extras"_s};
     for (const QString& a : c.args)
         args << (a == QLatin1String("T") ? target() : a);
     const CommandResult r = runStowaway(args);
@@ -192,29 +184,25 @@ TEST_P(ExtrasCommandTest, SavesWhatTheModeSaysAndRefusesClearly) {
     for (const char* sub : {"/cur/", "/new/"}) {
         for (const QString& name : QDir(root + QLatin1String(sub)).entryList(QDir::Files)) {
             const QJsonObject parsed = ParseWithPython(root + QLatin1String(sub) + name);
-            const QString subject = parsed[QStringLiteral("subject")].toString();
+            const QString subject = parsed[u"subject"_s].toString();
             SCOPED_TRACE(S(subject));
             const QStringList parts = PartSummary(parsed);
             QString text;
-            for (const QJsonValue& p : parsed[QStringLiteral("parts")].toArray())
-                text += p.toObject()[QStringLiteral("text")].toString();
-            const QString file =
-                subject == QLatin1String("Read report")      ? QStringLiteral("report.pdf")
-                : subject == QLatin1String("Unread invoice") ? QStringLiteral("invoice.pdf")
-                                                             : QString();
+            for (const QJsonValue& p : parsed[u"parts"_s].toArray())
+                text += p.toObject()[u"text"_s].toString();
+            const QString file = subject == QLatin1String("Read report")      ? u"report.pdf"_s
+                                 : subject == QLatin1String("Unread invoice") ? u"invoice.pdf"_s
+                                                                              : QString();
             if (file.isEmpty()) { // the stamped mail stays as it was
-                EXPECT_TRUE(parts.contains(QStringLiteral("application/octet-stream old.pdf")));
+                EXPECT_TRUE(parts.contains(u"application/octet-stream old.pdf"_s));
                 continue;
             }
             EXPECT_FALSE(parts.join(QLatin1Char(' ')).contains(file));
-            EXPECT_TRUE(
-                text.contains(QStringLiteral("file://") + target() + QLatin1Char('/') + file))
+            EXPECT_TRUE(text.contains(u"file://"_s + target() + QLatin1Char('/') + file))
                 << S(text);
-            EXPECT_EQ(parsed[QStringLiteral("mileage")].toString(), QStringLiteral("QWKStowaway"));
+            EXPECT_EQ(parsed[u"mileage"_s].toString(), u"QWKStowaway"_s);
             // A read mail stays read.
-            EXPECT_EQ(name.endsWith(QStringLiteral(":2,S")),
-                      subject == QLatin1String("Read report"))
-                << S(name);
+            EXPECT_EQ(name.endsWith(u":2,S"_s), subject == QLatin1String("Read report")) << S(name);
         }
     }
 }
