@@ -6,6 +6,7 @@
 #include "data/data_files.h"
 #include "data/globals.h"
 #include "data/settings.h"
+#include "fakes/scripted_ui.h"
 #include "support/python_email.h"
 
 #include <QJsonArray>
@@ -15,6 +16,11 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
+// `size` bytes that begin with the name.
+QByteArray Content(const QString& name, qsizetype size) {
+    return name.toUtf8().leftJustified(size, 'x', true);
+}
+
 SampleMail Mail(const QString& subject, const QString& from, const QDateTime& date,
                 const std::vector<std::pair<QString, qsizetype>>& files) {
     SampleMail m;
@@ -22,8 +28,8 @@ SampleMail Mail(const QString& subject, const QString& from, const QDateTime& da
     m.fromName = from;
     m.date = date;
     for (const auto& [name, size] : files)
-        m.attachments.push_back(SampleAttachment::file(name, "application/octet-stream",
-                                                       QByteArray(size, 'x') + name.toUtf8()));
+        m.attachments.push_back(
+            SampleAttachment::file(name, "application/octet-stream", Content(name, size)));
     return m;
 }
 
@@ -31,10 +37,10 @@ QDateTime Day(int day) {
     return QDateTime(QDate(2024, 6, day), QTime(12, 0));
 }
 
-class ExtrasListTest : public MaildirTest {
+class ExtrasListTest : public StowawayCommandTest {
   protected:
     void SetUp() override {
-        MaildirTest::SetUp();
+        StowawayCommandTest::SetUp();
         QLocale::setDefault(QLocale::c());
     }
     void TearDown() override { QLocale::setDefault(QLocale::system()); }
@@ -42,18 +48,16 @@ class ExtrasListTest : public MaildirTest {
 };
 
 TEST_F(ExtrasListTest, ListsMailsAndPostsWithAttachmentsOfTheFolderAndItsSubfolders) {
-    // Sizes count the name too: 1 + 7 bytes, 1017 + 7 and 2000 - 7 + 7 ...
     deliver(Mail(u"One byte"_s, u"Anna Berg"_s, Day(1), {{u"a.bin"_s, 1}}));
-    deliver(Mail(u"Two files"_s, u"Bert Cole"_s, Day(2),
-                 {{u"b.bin"_s, 1024 - 5}, {u"c.bin"_s, 2000 - 5}}));
+    deliver(Mail(u"Two files"_s, u"Bert Cole"_s, Day(2), {{u"b.bin"_s, 1024}, {u"c.bin"_s, 2000}}));
     deliver(Mail(u"No files"_s, u"Carl Dorn"_s, Day(3), {}));
-    SampleMail post = Mail(u"News with a file"_s, u"Poster"_s, Day(4), {{u"d.bin"_s, 5000 - 5}});
+    SampleMail post = Mail(u"News with a file"_s, u"Poster"_s, Day(4), {{u"d.bin"_s, 5000}});
     post.to.clear();
     post.newsgroups = u"comp.mail.misc"_s;
     deliver(post);
     // A delivery report carries its status as an attachment, but is neither mail nor post.
     deliverDataFile(u"delivery-report.eml"_s);
-    deliver(Mail(u"Big"_s, u"Eva Fink"_s, Day(5), {{u"e.bin"_s, 1500000 - 5}}), u".Work"_s);
+    deliver(Mail(u"Big"_s, u"Eva Fink"_s, Day(5), {{u"e.bin"_s, 1500000}}), u".Work"_s);
 
     struct Case {
         bool fromTop; // the store's top rather than the Inbox
@@ -108,6 +112,102 @@ TEST_F(ExtrasListTest, OverviewTextsBlankTheLeadingZerosOnly) {
     EXPECT_EQ(FormatThousands(1000), u"1,000"_s);
 }
 
+// The run in the program's own process, with a scripted user.
+class ExtrasRunTest : public ExtrasListTest {
+  protected:
+    void SetUp() override {
+        ExtrasListTest::SetUp();
+        SetMailSession(&session());
+        SetUserInteraction(&user);
+        udtRule unused;
+        Rules = {udtRule{}, unused};
+        RulesCount = 1;
+        SWTest = false;
+    }
+    void TearDown() override {
+        SetUserInteraction(nullptr);
+        SetMailSession(nullptr);
+        ExtrasListTest::TearDown();
+    }
+    QStringList prompts() const {
+        QStringList texts;
+        for (const AskedQuestion& q : user.questions())
+            texts << q.prompt;
+        return texts;
+    }
+    ExtrasRunOptions toFolder(const QString& folder) {
+        ExtrasRunOptions o;
+        o.sourceFolder = inbox();
+        o.mode = ExtrasMode::ToFolder;
+        o.targetFolder = folder;
+        return o;
+    }
+    ScriptedUserInteraction user;
+};
+
+TEST_F(ExtrasRunTest, AMailThatIsGoneIsReportedAndTheRunGoesOnToDone) {
+    for (const char* name : {"a.pdf", "b.pdf", "c.pdf"})
+        deliver(Mail(QString::fromLatin1(name), u"Anna Berg"_s, Day(1),
+                     {{QString::fromLatin1(name), 10}}));
+    std::vector<ExtrasRow> rows = ListExtrasMails(inbox(), false, nullptr).rows;
+    ASSERT_EQ(rows.size(), 3u);
+    rows[0].tag = u"gone|"_s + root;
+    rows[2].ticked = false;
+    const QString target = TestEnv::home() + u"/Saved"_s;
+
+    const ExtrasRunSummary done = RunExtras(toFolder(target), rows, nullptr);
+    EXPECT_FALSE(done.refused || done.stoppedEarly);
+    EXPECT_EQ(done.rowsDone, 1);
+    EXPECT_EQ(done.rowsFailed, 1);
+    EXPECT_EQ(QStringList(filesUnder(target).keys()), QStringList{u"b.pdf"_s});
+    EXPECT_EQ(prompts(), (QStringList{u"Fehler beim Zugriff auf Nachricht!"_s, u"Fertig..."_s}));
+    EXPECT_EQ(user.sounds(), QStringList{u"SystemAsterisk"_s});
+    EXPECT_TRUE(DoProto);
+    EXPECT_FALSE(SWRun);
+
+    // Without any rule the engine does nothing: the run stops at the first mail.
+    RulesCount = 0;
+    rows[2].ticked = true;
+    const ExtrasRunSummary stopped = RunExtras(toFolder(target), rows, nullptr);
+    EXPECT_TRUE(stopped.stoppedEarly);
+    EXPECT_EQ(stopped.rowsDone, 1);
+    EXPECT_EQ(prompts().back(), u"Fertig..."_s);
+    EXPECT_FALSE(QFile::exists(target + u"/c.pdf"_s));
+}
+
+TEST_F(ExtrasRunTest, TheRefusalsSayWhatIsMissingAndDoNothing) {
+    deliver(Mail(u"a"_s, u"Anna Berg"_s, Day(1), {{u"a.pdf"_s, 10}}));
+    const std::vector<ExtrasRow> rows = ListExtrasMails(inbox(), false, nullptr).rows;
+    std::vector<ExtrasRow> unticked = rows;
+    unticked[0].ticked = false;
+    ExtrasRunOptions noSource = toFolder(u"/tmp"_s);
+    noSource.sourceFolder = nullptr;
+    // By the rules, no disk folder is needed: only the ticks are missing.
+    ExtrasRunOptions byRules = toFolder(u"<Ordner wählen>"_s);
+    byRules.mode = ExtrasMode::ByRules;
+    const std::vector<std::tuple<ExtrasRunOptions, std::vector<ExtrasRow>, int, QString>> cases = {
+        {noSource, rows, 0, u"Bitte 'Speichern aus'-Ordner (Outlook) wählen..."_s},
+        {noSource, rows, 1, u"Please choose 'Save from' folder (Outlook)..."_s},
+        {toFolder(u"<Ordner wählen>"_s), rows, 0,
+         u"Bitte 'Speichern in'-Ordner (Festplatte) wählen..."_s},
+        {toFolder(u"/"_s + QString(200, u'x')), rows, 1,
+         u"The 'Save to' folder's path is too long (200 characters at most)..."_s},
+        {byRules, unticked, 0, u"Keine Einträge in der Liste markiert!"_s},
+        {byRules, unticked, 1, u"No entries selected in list!"_s},
+    };
+    for (const auto& [options, list, lang, prompt] : cases) {
+        CurrLang = uint8_t(lang);
+        const int beeps = user.beeps();
+        const size_t asked = user.questions().size();
+        EXPECT_TRUE(RunExtras(options, list, nullptr).refused) << S(prompt);
+        EXPECT_EQ(user.beeps(), beeps + 1);
+        ASSERT_EQ(user.questions().size(), asked + 1);
+        EXPECT_EQ(user.questions().back().prompt, prompt);
+    }
+    EXPECT_TRUE(user.sounds().isEmpty());
+    EXPECT_FALSE(DoProto);
+}
+
 // The Inbox holds a read mail, an unread one and a stamped one; Work an unread one; Empty a
 // mail without attachments. Rule 1 is inactive, rule 2 takes invoices.
 struct ExtrasCase {
@@ -157,7 +257,6 @@ class ExtrasCommandTest : public StowawayCommandTest,
         SaveData();
     }
     QString target() const { return TestEnv::home() + u"/Saved"_s; }
-    static QByteArray content(const QString& name) { return QByteArray(300, 'x') + name.toUtf8(); }
 };
 
 TEST_P(ExtrasCommandTest, SavesWhatTheModeSaysAndRefusesClearly) {
@@ -175,7 +274,7 @@ TEST_P(ExtrasCommandTest, SavesWhatTheModeSaysAndRefusesClearly) {
     expected.sort();
     EXPECT_EQ(QStringList(saved.keys()), expected);
     for (auto it = saved.begin(); it != saved.end(); ++it)
-        EXPECT_TRUE(it.value() == content(QFileInfo(it.key()).fileName())) << S(it.key());
+        EXPECT_TRUE(it.value() == Content(QFileInfo(it.key()).fileName(), 300)) << S(it.key());
 
     for (const QString& line : c.log)
         EXPECT_TRUE(logText().contains(line)) << S(line);
