@@ -133,6 +133,17 @@ GRef<GMimeStream> BorrowedFdStream(int fd) {
     return stream;
 }
 
+// A multipart cut off before its closing boundary is written without one, and each read of
+// such a file gives its last part one more line end; written closed, it reads back the same.
+void CloseMultiparts(GMimeObject* object) {
+    if (!GMIME_IS_MULTIPART(object)) return;
+    GMimeMultipart* multipart = GMIME_MULTIPART(object);
+    multipart->write_end_boundary = TRUE;
+    const int count = g_mime_multipart_get_count(multipart);
+    for (int i = 0; i < count; ++i)
+        CloseMultiparts(g_mime_multipart_get_part(multipart, i));
+}
+
 } // namespace
 
 ParsedMail::ParsedMail(GMimeMessage* message) : message_(message) {
@@ -331,6 +342,7 @@ OpError ParsedMail::writeAttachment(int index, int fd) const {
 }
 
 OpError ParsedMail::writeTo(int fd) const {
+    if (GMimeObject* top = g_mime_message_get_mime_part(message_)) CloseMultiparts(top);
     GRef<GMimeStream> out = BorrowedFdStream(fd);
     if (g_mime_object_write_to_stream(GMIME_OBJECT(message_), nullptr, out.get()) < 0 ||
         g_mime_stream_flush(out.get()) != 0)
