@@ -14,6 +14,8 @@
 
 namespace {
 
+FailureContext gContext = nullptr;
+
 struct State {
     std::unique_ptr<QTemporaryDir> dir;
     std::unique_ptr<QCoreApplication> app;
@@ -115,3 +117,13 @@ QStringList listAll() {
 }
 
 } // namespace Sandbox
+
+void SetFailureContext(FailureContext context) {
+    gContext = context;
+}
+
+void FailFuzzCheck() {
+    if (gContext) gContext();
+    std::fflush(stderr);
+    std::abort();
+}

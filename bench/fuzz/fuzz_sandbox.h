@@ -25,6 +25,11 @@ void reset();
 QStringList listAll();
 } // namespace Sandbox
 
+// Something to print with a failure, such as the file the failure is about; null for none.
+using FailureContext = void (*)();
+void SetFailureContext(FailureContext context);
+[[noreturn]] void FailFuzzCheck();
+
 // A broken promise of the code under test: libFuzzer takes the abort as a crash and keeps the
 // input.
 #define FUZZ_CHECK(cond, ...)                                                                      \
@@ -33,6 +38,6 @@ QStringList listAll();
             std::fprintf(stderr, "FUZZ_CHECK failed: %s\n  ", #cond);                              \
             std::fprintf(stderr, __VA_ARGS__);                                                     \
             std::fprintf(stderr, "\n");                                                            \
-            std::abort();                                                                          \
+            FailFuzzCheck();                                                                       \
         }                                                                                          \
     } while (0)

@@ -42,7 +42,7 @@ void ReadBodies(const MailItem& item) {
 
 SavedAttachment SaveAttachment(Attachment& attachment) {
     SavedAttachment saved;
-    (void)attachment.Type();
+    saved.type = attachment.Type().value;
     (void)attachment.Hidden();
     (void)attachment.ContentId();
     const Result<QString> name = attachment.FileName();
@@ -122,9 +122,11 @@ void CheckNoStrayWrites(const QStringList& before) {
     const QSet<QString> known(before.begin(), before.end());
     for (const QString& path : Sandbox::listAll()) {
         if (known.contains(path)) continue;
+        // The LOG's data folder is made with the first line written.
+        const QString log = QStringLiteral(".local/share/Quillworks/");
         const bool allowed = path.startsWith(QLatin1String("Mail/cur/")) ||
-                             path.startsWith(QLatin1String("Mail/new/")) ||
-                             path.startsWith(QLatin1String(".local/share/Quillworks/"));
+                             path.startsWith(QLatin1String("Mail/new/")) || path.startsWith(log) ||
+                             log.startsWith(path + QLatin1Char('/'));
         const bool savedFile = path.startsWith(QLatin1String("Saved/")) &&
                                path.count(QLatin1Char('/')) == 1 &&
                                QFileInfo(Sandbox::root() + QLatin1Char('/') + path).isFile();

@@ -14,6 +14,7 @@
 struct SavedAttachment {
     QString name;
     qint64 size = 0;
+    int type = AttachType::ByValue;
     bool saved = false;
 };
 
