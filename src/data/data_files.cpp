@@ -151,10 +151,10 @@ template <class Io, class Blocked> void BlockedFormatFields(Io& io, Blocked& b) 
 }
 
 // One table: its file, record size and codec.
-template <class Rec, class Count> struct Table {
+template <class Rec, class Count, class Records = std::vector<Rec>> struct Table {
     const char* extension;
     int recordSize;
-    std::vector<Rec>& records;
+    Records& records;
     Count& count;
     bool& changed;
     Rec (*decode)(const char*);
@@ -174,7 +174,7 @@ QString Errno() {
 
 // Reads a table from its file. False when the file does not exist (the caller supplies the
 // defaults); any other failure leaves an empty table and a LOG line.
-template <class Rec, class Count> bool ReadTable(const Table<Rec, Count>& t) {
+template <class Rec, class Count, class Records> bool ReadTable(const Table<Rec, Count, Records>& t) {
     const QString path = DataFilePath(QLatin1String(t.extension));
     const QFileInfo info(path);
     if (!info.exists() && !info.isSymLink()) return false;
@@ -205,7 +205,8 @@ template <class Rec, class Count> bool ReadTable(const Table<Rec, Count>& t) {
         return true;
     }
 
-    t.records.reserve(static_cast<size_t>(records) + 1);
+    if constexpr (requires { t.records.reserve(size_t{}); })
+        t.records.reserve(static_cast<size_t>(records) + 1);
     constexpr qint64 kChunk = 1024; // records per read
     for (qint64 done = 0; done < records;) {
         const qint64 n = std::min(kChunk, records - done);
@@ -249,7 +250,8 @@ void KeepRefusedFile(const QString& path) {
     RefusedFiles().remove(path);
 }
 
-template <class Rec, class Count> void WriteTable(const Table<Rec, Count>& t) {
+template <class Rec, class Count, class Records>
+void WriteTable(const Table<Rec, Count, Records>& t) {
     if (!t.changed) return;
     const QString path = DataFilePath(QLatin1String(t.extension));
     QByteArray bytes;
@@ -284,7 +286,7 @@ Table<udtWatchFolder, int16_t> WatchFoldersTable() {
             DecodeWatchFolder,
             EncodeWatchFolder};
 }
-Table<udtProtoEntry, int32_t> ProtoTable() {
+Table<udtProtoEntry, int32_t, std::deque<udtProtoEntry>> ProtoTable() {
     return {".prt",       kProtoRecordSize, ProtoEntries,    ProtoCount,
             ProtoChanged, DecodeProtoEntry, EncodeProtoEntry};
 }
@@ -293,9 +295,9 @@ Table<udtBlockedFormat, int32_t> BlockedTable() {
             BlockedChanged, DecodeBlockedFormat, EncodeBlockedFormat};
 }
 
-template <class Rec>
-void SetTable(std::vector<Rec>& records, auto& count, std::vector<Rec> values) {
-    records = std::move(values);
+template <class Records>
+void SetTable(Records& records, auto& count, std::vector<typename Records::value_type> values) {
+    records.assign(std::make_move_iterator(values.begin()), std::make_move_iterator(values.end()));
     if (records.empty()) records.resize(1);
     count = static_cast<std::remove_reference_t<decltype(count)>>(records.size() - 1);
 }

@@ -24,7 +24,7 @@ std::vector<udtWatchFolder> WatchFolders(1);
 int16_t WatchFoldersCount = 0;
 bool WatchFoldersChanged = false;
 
-std::vector<udtProtoEntry> ProtoEntries(1);
+std::deque<udtProtoEntry> ProtoEntries(1);
 int32_t ProtoCount = 0;
 bool ProtoChanged = false;
 

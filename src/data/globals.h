@@ -5,6 +5,7 @@
 #include "data/records.h"
 
 #include <QString>
+#include <deque>
 #include <vector>
 
 extern bool DoProto;      // write ordinary LOG lines
@@ -31,7 +32,8 @@ extern std::vector<udtWatchFolder> WatchFolders;
 extern int16_t WatchFoldersCount;
 extern bool WatchFoldersChanged;
 
-extern std::vector<udtProtoEntry> ProtoEntries; // newest entry at index 1
+// Newest entry at index 1; a deque, so a new entry goes in front without moving the others.
+extern std::deque<udtProtoEntry> ProtoEntries;
 extern int32_t ProtoCount;
 extern bool ProtoChanged;
 

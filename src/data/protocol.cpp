@@ -27,8 +27,10 @@ QTimer* SaveTimer() {
 
 void AddProto(const udtProtoEntry& entry) {
     ProtoEntries.resize(static_cast<size_t>(ProtoCount) + 1);
-    // Newest first: one move of the tail, not a copy record by record.
-    ProtoEntries.insert(ProtoEntries.begin() + 1, entry);
+    // Newest first. The empty element 0 steps forward with the new entry in its place, so the
+    // deque grows at the front and no record moves.
+    ProtoEntries.front() = entry;
+    ProtoEntries.emplace_front();
     ++ProtoCount;
     ProtoChanged = true;
 
