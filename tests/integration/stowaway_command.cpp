@@ -71,12 +71,14 @@ QMap<QString, QByteArray> StowawayCommandTest::filesUnder(const QString& dir) {
     return files;
 }
 
-udtRule StowawayCommandTest::SaveAllRule(const QString& target) {
+udtRule StowawayCommandTest::SaveAllRule(const QString& target, bool removeAndLink) {
     udtRule rule;
     rule.Active = vbTrue;
     rule.Name = QStringLiteral("All attachments");
     rule.SaveBy = 4;
     rule.Folder = target;
     rule.FileExists = 2;
+    rule.DelAttach = ToVb(removeAndLink);
+    rule.Hyperlink = ToVb(removeAndLink);
     return rule;
 }

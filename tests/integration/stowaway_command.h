@@ -47,8 +47,9 @@ class StowawayCommandTest : public MaildirTest {
     void useRules(const std::vector<udtRule>& rules);
     // Every file below `dir` (hidden ones too), by its path relative to `dir`, with its bytes.
     static QMap<QString, QByteArray> filesUnder(const QString& dir);
-    // A rule that saves every attachment of every mail into `target`, numbering on a conflict.
-    static udtRule SaveAllRule(const QString& target);
+    // A rule that saves every attachment of every mail into `target`, numbering on a conflict;
+    // with `removeAndLink` it also takes them out of the mail and lists them in its body.
+    static udtRule SaveAllRule(const QString& target, bool removeAndLink = false);
 
     // Put in front of the program on its command line (a wrapper such as setpriv or unshare).
     QStringList launcher;

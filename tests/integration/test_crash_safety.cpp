@@ -70,10 +70,7 @@ class CrashSafetyTest : public StowawayCommandTest {
     void SetUp() override {
         StowawayCommandTest::SetUp();
         target = TestEnv::home() + QStringLiteral("/Saved");
-        udtRule rule = SaveAllRule(target);
-        rule.DelAttach = vbTrue;
-        rule.Hyperlink = vbTrue;
-        useOnlyRule(rule);
+        useOnlyRule(SaveAllRule(target, true));
     }
 
     // A fresh store of kMails unread mails with one to three attachments each; names repeat
