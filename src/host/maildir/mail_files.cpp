@@ -1,8 +1,10 @@
 #include "host/maildir/mail_files.h"
 
+#include "data/log.h"
 #include "host/maildir/maildir_names.h"
 
 #include <QFile>
+#include <QSet>
 
 #include <algorithm>
 #include <cerrno>
@@ -40,6 +42,14 @@ bool RenameNoReplace(const QString& from, const QString& to) {
     return true;
 }
 
+// A folder, link, pipe or device among the mails is left alone, and said once per process.
+void NoteNotAMail(const QString& path) {
+    static QSet<QString> noted;
+    if (noted.contains(path)) return;
+    noted.insert(path);
+    WriteLog(QStringLiteral("! Maildir: not a mail file, left alone: ") + path);
+}
+
 OpError ListSubdir(const QString& folderDir, const QString& subdir,
                    std::vector<MailFileEntry>& out) {
     const QString dirPath = folderDir + QLatin1Char('/') + subdir;
@@ -52,8 +62,11 @@ OpError ListSubdir(const QString& folderDir, const QString& subdir,
     while (dirent* e = ::readdir(dir)) {
         if (e->d_name[0] == '.') continue;
         struct stat st {};
-        if (::fstatat(dfd, e->d_name, &st, AT_SYMLINK_NOFOLLOW) != 0 || !S_ISREG(st.st_mode))
+        if (::fstatat(dfd, e->d_name, &st, AT_SYMLINK_NOFOLLOW) != 0) continue;
+        if (!S_ISREG(st.st_mode)) {
+            NoteNotAMail(dirPath + QLatin1Char('/') + QFile::decodeName(e->d_name));
             continue;
+        }
         MailFileEntry entry;
         entry.subdir = subdir;
         entry.name = QFile::decodeName(e->d_name);

@@ -1,5 +1,6 @@
 #include "host/maildir/parsed_mail.h"
 
+#include "data/log.h"
 #include "host/maildir/gmime_support.h"
 #include "host/maildir/mail_headers.h"
 #include "host/maildir/part_content.h"
@@ -62,12 +63,49 @@ Result<QByteArray> ReadHeaderBlock(int fd, const QString& path, qint64 limit) {
     return {data, OpError::none()};
 }
 
-// Parses bytes that GMime takes over; no copy is made.
-GMimeMessage* ParseMessage(GByteArray* bytes) {
+// Collects the faults of a mail's structure that make parts of it go missing or come out
+// differently in other programs.
+void NoteStructureFault(gint64, GMimeParserWarning code, const gchar*, gpointer faults) {
+    const char* text = nullptr;
+    switch (code) {
+    case GMIME_CRIT_MULTIPART_WITHOUT_BOUNDARY:
+        text = "a multipart without a boundary";
+        break;
+    case GMIME_WARN_MALFORMED_MULTIPART:
+        text = "a multipart with no parts";
+        break;
+    case GMIME_WARN_TRUNCATED_MESSAGE:
+        text = "a multipart not closed by its boundary";
+        break;
+    case GMIME_WARN_MALFORMED_MESSAGE:
+    case GMIME_WARN_PART_WITHOUT_CONTENT:
+    case GMIME_CRIT_PART_WITHOUT_HEADERS_OR_CONTENT:
+        text = "a part without headers or content";
+        break;
+    case GMIME_CRIT_INVALID_HEADER_NAME:
+        text = "an invalid header name";
+        break;
+    case GMIME_CRIT_NESTING_OVERFLOW:
+        text = "parts nested too deeply";
+        break;
+    default:
+        return;
+    }
+    auto* list = static_cast<QStringList*>(faults);
+    if (!list->contains(QLatin1String(text))) list->append(QLatin1String(text));
+}
+
+// Parses bytes that GMime takes over; no copy is made. `faults` gets what is wrong with the
+// structure.
+GMimeMessage* ParseMessage(GByteArray* bytes, QStringList* faults = nullptr) {
     EnsureGMime();
     GRef<GMimeStream> stream(g_mime_stream_mem_new_with_byte_array(bytes));
     GRef<GMimeParser> parser(g_mime_parser_new_with_stream(stream.get()));
-    return g_mime_parser_construct_message(parser.get(), nullptr);
+    GMimeParserOptions* options = g_mime_parser_options_new();
+    if (faults) g_mime_parser_options_set_warning_callback(options, NoteStructureFault, faults);
+    GMimeMessage* message = g_mime_parser_construct_message(parser.get(), options);
+    g_mime_parser_options_free(options);
+    return message;
 }
 
 GByteArray* ToGBytes(const QByteArray& bytes) {
@@ -162,10 +200,15 @@ Result<std::shared_ptr<ParsedMail>> ParsedMail::Parse(GByteArray* bytes, const Q
         g_byte_array_unref(bytes);
         return {nullptr, Refused(refused, what)};
     }
-    GMimeMessage* message = ParseMessage(bytes);
+    QStringList faults;
+    GMimeMessage* message = ParseMessage(bytes, &faults);
     if (!message)
         return {nullptr,
                 OpError::make(ErrNo::Failed, QStringLiteral("Not a readable mail: ") + what)};
+    // Such a mail is still read as far as it goes; the LOG says why parts may be missing.
+    if (!faults.isEmpty())
+        WriteLog(QStringLiteral("! Maildir: a damaged mail (%1): %2")
+                     .arg(faults.join(QStringLiteral(", ")), what));
     return {std::shared_ptr<ParsedMail>(new ParsedMail(message)), OpError::none()};
 }
 

@@ -4,10 +4,16 @@
 #include "host/maildir/gmime_support.h"
 #include "host/maildir/header_text.h"
 #include "host/maildir/mime_params.h"
+#include "host/maildir/posix_files.h"
+
+#include <cerrno>
 
 namespace {
 
+// Called right after a failed write, so errno tells why (a full disk, a quota).
 OpError StreamError() {
+    const int err = errno;
+    if (err != 0) return ErrnoError(err, QStringLiteral("Cannot write the attachment's content"));
     return OpError::make(ErrNo::IoError, QStringLiteral("Cannot write the attachment's content"));
 }
 

@@ -1,0 +1,463 @@
+// Bad input through the real `stowaway run`, with a rule that saves every attachment and
+// removes it: damaged mails, hostile names, odd entries in the Maildir, an unreadable folder,
+// a full disk, a read-only target. Each case gets its LOG line, the run goes to its end, a mail
+// is only changed when it was processed whole, and nothing is written outside the target.
+#include "stowaway_command.h"
+
+#include "common/folders.h"
+#include "data/log.h"
+#include "support/python_email.h"
+
+#include <QCryptographicHash>
+#include <QDirIterator>
+
+#include <functional>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace {
+
+enum class Place {
+    Mail,             // the bad mail alone, in cur/
+    Directory,        // a folder in new/, a mail inside it
+    Symlink,          // a link in new/ to a mail outside the store
+    Fifo,             // a named pipe in new/
+    UnreadableFolder, // cur/ cannot be listed
+    UnreadableMail,   // one mail cannot be read
+    FullDisk,         // the target is a tiny file system
+    ReadOnlyTarget,   // the target folder cannot be written
+};
+
+struct BadInput {
+    const char* name;
+    Place place;
+    const char* sample;               // in tests/data/mails; null: `make` builds the mail
+    std::function<QByteArray()> make; // the bad mail, built here because of its size
+    bool processed;                   // the bad mail ends stamped and stripped
+    QStringList saved;                // what it leaves in the target
+    QString log;                      // the LOG line that says what happened
+    bool goodSaved = true;            // a sound mail beside it is processed too
+    QByteArray content = {};          // set: what the first of `saved` holds
+};
+
+void PrintTo(const BadInput& c, std::ostream* os) {
+    *os << c.name;
+}
+
+QByteArray MailHead(const QByteArray& subject, const QByteArray& contentType) {
+    return "From: Sample Sender <sender@example.org>\nTo: Sample Recipient "
+           "<recipient@example.net>\nSubject: " +
+           subject + "\nDate: Tue, 04 Mar 2025 10:14:00 +0100\nMessage-ID: <" +
+           subject.toLower().replace(' ', '-') + "@example.org>\nMIME-Version: 1.0\n" +
+           "Content-Type: " + contentType + "\n";
+}
+
+QByteArray Attachment(const QByteArray& boundary, const QByteArray& name,
+                      const QByteArray& content) {
+    return "--" + boundary + "\nContent-Type: application/octet-stream\nContent-Disposition: " +
+           "attachment; filename=\"" + name + "\"\nContent-Transfer-Encoding: base64\n\n" +
+           content.toBase64() + "\n";
+}
+
+QByteArray HugeHeader() {
+    return MailHead("Huge header", "multipart/mixed; boundary=\"h\"") +
+           "X-Filler: " + QByteArray(11 * 1024 * 1024, 'x') + "\n\n" +
+           Attachment("h", "huge.pdf", "%PDF") + "--h--\n";
+}
+
+QByteArray ManyParts() {
+    QByteArray mail = MailHead("Many parts", "multipart/mixed; boundary=\"p\"") + "\n";
+    for (int i = 0; i < 10050; ++i)
+        mail += "--p\nContent-Type: text/plain\n\nx\n";
+    return mail + Attachment("p", "many.pdf", "%PDF") + "--p--\n";
+}
+
+QByteArray BigAttachment() {
+    return MailHead("Big attachment", "multipart/mixed; boundary=\"g\"") + "\n" +
+           Attachment("g", "big.bin", QByteArray(400 * 1024, 'b')) + "--g--\n";
+}
+
+QString Hash(const QString& path) {
+    struct stat st {};
+    const QByteArray native = QFile::encodeName(path);
+    if (::lstat(native.constData(), &st) != 0) return QStringLiteral("gone");
+    if (S_ISDIR(st.st_mode)) return QStringLiteral("folder");
+    if (S_ISLNK(st.st_mode)) return QStringLiteral("link to ") + QFile::symLinkTarget(path);
+    if (!S_ISREG(st.st_mode)) return QStringLiteral("special");
+    QFile f(path);
+    if (!f.open(QIODevice::ReadOnly)) return QStringLiteral("unreadable");
+    return QString::fromLatin1(
+        QCryptographicHash::hash(f.readAll(), QCryptographicHash::Sha256).toHex());
+}
+
+class BadInputTest : public StowawayCommandTest, public testing::WithParamInterface<BadInput> {
+  protected:
+    void SetUp() override {
+        StowawayCommandTest::SetUp();
+        target = TestEnv::home() + QStringLiteral("/deep/er/Saved");
+        useOnlyRule(SaveAllRule(target, true));
+        skipped = {target, QDir::cleanPath(GetDataFolder()),
+                   TestEnv::home() + QStringLiteral("/.config"),
+                   target + QStringLiteral(".listing")};
+    }
+
+    // Every entry of the home but the target, the data and the settings, with its content.
+    QMap<QString, QString> snapshot() const {
+        QMap<QString, QString> entries;
+        QDirIterator it(TestEnv::home(),
+                        QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot,
+                        QDirIterator::Subdirectories);
+        while (it.hasNext()) {
+            const QString path = it.next();
+            if (std::any_of(skipped.begin(), skipped.end(), [&](const QString& s) {
+                    return path == s || path.startsWith(s + QLatin1Char('/'));
+                }))
+                continue;
+            // The folders above the target are made with it.
+            if (target.startsWith(path + QLatin1Char('/')) && QFileInfo(path).isDir()) continue;
+            entries[path] = Hash(path);
+        }
+        return entries;
+    }
+
+    // Runs the program the way `place` needs it; false when this machine cannot.
+    bool runWith(Place place, CommandResult& result) {
+        const bool root = ::geteuid() == 0;
+        // Root reads and writes whatever the modes say: the program runs without that power.
+        const QStringList withoutOverride = {QStringLiteral("setpriv"),
+                                             QStringLiteral("--bounding-set=-dac_override,-dac_"
+                                                            "read_search")};
+        if ((place == Place::UnreadableFolder || place == Place::UnreadableMail ||
+             place == Place::ReadOnlyTarget) &&
+            root)
+            launcher = withoutOverride;
+        if (place == Place::FullDisk) {
+            // A private mount of a tiny tmpfs on the target; what landed there is listed
+            // before it goes.
+            launcher = QStringList{
+                QStringLiteral("unshare"),
+                QStringLiteral("-rm"),
+                QStringLiteral("sh"),
+                QStringLiteral("-c"),
+                QStringLiteral("mount -t tmpfs -o size=64k tmpfs '%1' || exit 97; \"$@\"; "
+                               "rc=$?; ls -A '%1' > '%1.listing'; exit $rc")
+                    .arg(target),
+                QStringLiteral("sh")};
+        }
+        result = runStowaway({QStringLiteral("run"), QStringLiteral("1")});
+        launcher.clear();
+        return !(place == Place::FullDisk && result.exitCode == 97) &&
+               !result.err.contains(QLatin1String("unshare failed")) &&
+               !result.err.contains(QLatin1String("setpriv:"));
+    }
+
+    QStringList savedNames(Place place) const {
+        if (place == Place::FullDisk) {
+            QStringList names = QString::fromUtf8(readFile(target + QStringLiteral(".listing")))
+                                    .split(QLatin1Char('\n'), Qt::SkipEmptyParts);
+            names.sort();
+            return names;
+        }
+        return QDir(target).entryList(QDir::Files | QDir::Hidden | QDir::System, QDir::Name);
+    }
+
+    QString target;
+    QStringList skipped;
+};
+
+TEST_P(BadInputTest, EndsWithALogLineAndWritesNothingOutsideTheTarget) {
+    const BadInput& c = GetParam();
+    SampleMail good;
+    good.subject = QStringLiteral("Good mail");
+    good.attachments.push_back(
+        SampleAttachment::file(QStringLiteral("good.pdf"), "application/pdf", "%PDF-1.4 good"));
+    const QString goodPath = deliver(good);
+
+    QString badPath;
+    const QString newDir = root + QStringLiteral("/new/");
+    if (c.sample) badPath = deliverDataFile(QString::fromLatin1(c.sample));
+    if (c.make) {
+        badPath = newDir + QStringLiteral("made.bad");
+        QFile f(badPath);
+        ASSERT_TRUE(f.open(QIODevice::WriteOnly));
+        f.write(c.make());
+    }
+    switch (c.place) {
+    case Place::Directory:
+        ASSERT_TRUE(QDir().mkpath(newDir + QStringLiteral("folder.mail")));
+        ASSERT_TRUE(QFile::copy(TestEnv::dataFile(QStringLiteral("mails/hostile-names.eml")),
+                                newDir + QStringLiteral("folder.mail/inner")));
+        break;
+    case Place::Symlink: {
+        const QString outside = TestEnv::home() + QStringLiteral("/outside.eml");
+        ASSERT_TRUE(
+            QFile::copy(TestEnv::dataFile(QStringLiteral("mails/hostile-names.eml")), outside));
+        ASSERT_TRUE(QFile::link(outside, newDir + QStringLiteral("link.mail")));
+        break;
+    }
+    case Place::Fifo:
+        ASSERT_EQ(
+            ::mkfifo(QFile::encodeName(newDir + QStringLiteral("pipe.mail")).constData(), 0600), 0);
+        break;
+    case Place::FullDisk:
+    case Place::ReadOnlyTarget:
+        ASSERT_TRUE(QDir().mkpath(target));
+        break;
+    default:
+        break;
+    }
+    const QMap<QString, QString> before = snapshot();
+
+    const QString locked = c.place == Place::UnreadableFolder ? root + QStringLiteral("/cur")
+                           : c.place == Place::UnreadableMail ? badPath
+                           : c.place == Place::ReadOnlyTarget ? target
+                                                              : QString();
+    const auto mode = c.place == Place::ReadOnlyTarget ? QFile::ReadOwner | QFile::ExeOwner
+                                                       : QFile::Permissions();
+    const auto restore = QFile::permissions(locked);
+    if (!locked.isEmpty()) {
+        ASSERT_TRUE(QFile::setPermissions(locked, mode));
+    }
+    CommandResult r;
+    const bool ran = runWith(c.place, r);
+    if (!locked.isEmpty()) QFile::setPermissions(locked, restore);
+    if (!ran) GTEST_SKIP() << "this machine cannot set up the case: " << S(r.err);
+
+    const QString log = logText();
+    EXPECT_FALSE(r.crashed) << S(r.err);
+    EXPECT_EQ(r.exitCode, 0) << S(r.err);
+    const QString line =
+        QString(c.log).replace(QStringLiteral("%1"), root).replace(QStringLiteral("%2"), target);
+    EXPECT_TRUE(log.contains(line)) << "no LOG line \"" << S(line) << "\"\n" << S(log);
+
+    QStringList expected = c.saved;
+    if (c.goodSaved) expected << QStringLiteral("good.pdf");
+    expected.sort();
+    EXPECT_EQ(S(savedNames(c.place).join(QLatin1Char('|'))), S(expected.join(QLatin1Char('|'))));
+    EXPECT_FALSE(QFile::exists(QStringLiteral("/etc/x")));
+    if (!c.content.isNull()) {
+        EXPECT_EQ(readFile(target + QLatin1Char('/') + c.saved.value(0)), c.content);
+    }
+
+    // Outside the target only the processed mails changed, each to one stamped file.
+    const QMap<QString, QString> after = snapshot();
+    QStringList gone, added;
+    for (auto it = before.begin(); it != before.end(); ++it)
+        if (after.value(it.key()) != it.value()) gone << it.key();
+    for (auto it = after.begin(); it != after.end(); ++it)
+        if (!before.contains(it.key())) added << it.key();
+    QStringList expectGone;
+    if (c.goodSaved) expectGone << goodPath;
+    if (c.processed) expectGone << badPath;
+    expectGone.sort();
+    EXPECT_EQ(S(gone.join(QLatin1Char('\n'))), S(expectGone.join(QLatin1Char('\n'))));
+    ASSERT_EQ(added.size(), expectGone.size()) << S(added.join(QLatin1Char('\n')));
+    for (const QString& path : added) {
+        EXPECT_TRUE(path.startsWith(root + QStringLiteral("/cur/"))) << S(path);
+        const QJsonObject parsed = ParseWithPython(path);
+        EXPECT_EQ(parsed[QStringLiteral("mileage")].toString(), QStringLiteral("QWKStowaway"));
+        for (const QJsonValue& part : parsed[QStringLiteral("parts")].toArray())
+            EXPECT_TRUE(part.toObject()[QStringLiteral("filename")].isNull())
+                << S(path) << " still holds "
+                << S(part.toObject()[QStringLiteral("filename")].toString());
+    }
+}
+
+QStringList Names(std::initializer_list<const char*> names) {
+    QStringList list;
+    for (const char* n : names)
+        list << QString::fromUtf8(n);
+    return list;
+}
+
+const QString kLongName = QString(251, QLatin1Char('x')) + QStringLiteral(".pdf");
+
+const BadInput kBadInputs[] = {
+    // Damaged structure: what can be read whole is saved; a mail with a part that cannot stays.
+    {"TruncatedMultipart",
+     Place::Mail,
+     "truncated-multipart.eml",
+     {},
+     false,
+     Names({"whole.pdf"}),
+     QStringLiteral("Error: The attachment \"cut.bin\" is damaged")},
+    {"MissingBoundary",
+     Place::Mail,
+     "missing-boundary.eml",
+     {},
+     false,
+     {},
+     QStringLiteral("! Maildir: a damaged mail (a multipart not closed by its boundary)")},
+    {"PrefixSharingBoundaries",
+     Place::Mail,
+     "prefix-sharing-boundaries.eml",
+     {},
+     true,
+     Names({"ATT00001.txt", "inner.pdf", "outer.pdf"}),
+     QStringLiteral("er/Saved/inner.pdf")},
+    {"MultipartWithoutBoundary",
+     Place::Mail,
+     "multipart-without-boundary.eml",
+     {},
+     false,
+     {},
+     QStringLiteral("! Maildir: a damaged mail (a multipart without a boundary")},
+    {"DamagedBase64",
+     Place::Mail,
+     "damaged-base64-attachment.eml",
+     {},
+     false,
+     {},
+     QStringLiteral("is damaged (its base64 content ends early)")},
+    {"ChunkedBase64",
+     Place::Mail,
+     "chunked-base64-attachment.eml",
+     {},
+     true,
+     Names({"fox.txt"}),
+     QStringLiteral("er/Saved/fox.txt")},
+    {"NulBytes",
+     Place::Mail,
+     "nul-bytes.eml",
+     {},
+     true,
+     Names({"nul.bin"}),
+     QStringLiteral("er/Saved/nul.bin"),
+     true,
+     QByteArray("\0\0\0binary\0data\0", 15)},
+    // Names in odd forms are read as the sender meant them.
+    {"EightBitAndBogusCharsetNames",
+     Place::Mail,
+     "eight-bit-and-bogus-charset-names.eml",
+     {},
+     true,
+     Names({"Büro.pdf", "Grüße.pdf", "Ärger.pdf", "änderung.pdf"}),
+     QStringLiteral("er/Saved/Ärger.pdf")},
+    {"Rfc2231OutOfOrder",
+     Place::Mail,
+     "rfc2231-out-of-order.eml",
+     {},
+     true,
+     Names({"gap", "report.pdf"}),
+     QStringLiteral("er/Saved/report.pdf")},
+    {"AdjacentEncodedWords",
+     Place::Mail,
+     "adjacent-encoded-words-name.eml",
+     {},
+     true,
+     Names({"Grüße.pdf", "report.pdf"}),
+     QStringLiteral("er/Saved/Grüße.pdf")},
+    // Mails past the store's limits are refused whole.
+    {"LongParameterName",
+     Place::Mail,
+     "long-parameter-name.eml",
+     {},
+     false,
+     {},
+     QStringLiteral("Mail refused: a header parameter name of 72 characters")},
+    {"DeepNesting",
+     Place::Mail,
+     "deep-nesting.eml",
+     {},
+     false,
+     {},
+     QStringLiteral("Mail refused: parts nested deeper than 100 levels")},
+    {"ManyParts",
+     Place::Mail,
+     nullptr,
+     ManyParts,
+     false,
+     {},
+     QStringLiteral("Mail refused: more than 10000 parts")},
+    {"HugeHeader",
+     Place::Mail,
+     nullptr,
+     HugeHeader,
+     false,
+     {},
+     QStringLiteral("Mail refused: a header block larger than")},
+    // Hostile names land inside the target, cleaned.
+    {"HostileNames",
+     Place::Mail,
+     "hostile-names.eml",
+     {},
+     true,
+     Names({".._.._x", "_etc_x", "a_b_.._c", "a_b_c_d.txt", "ATT00001.dat", "ATT00002.dat"}) +
+         QStringList{kLongName},
+     QStringLiteral("er/Saved/_etc_x")},
+    {"NamesEqualAfterCleaning",
+     Place::Mail,
+     "names-equal-after-cleaning.eml",
+     {},
+     true,
+     Names({"a_b.pdf", "a_b -0002.pdf", "a_b -0003.pdf"}),
+     QStringLiteral("er/Saved/a_b -0003.pdf")},
+    // What is no mail file is left alone.
+    {"DirectoryInNew",
+     Place::Directory,
+     nullptr,
+     {},
+     false,
+     {},
+     QStringLiteral("! Maildir: not a mail file, left alone: %1/new/folder.mail")},
+    {"SymlinkInNew",
+     Place::Symlink,
+     nullptr,
+     {},
+     false,
+     {},
+     QStringLiteral("! Maildir: not a mail file, left alone: %1/new/link.mail")},
+    {"FifoInNew",
+     Place::Fifo,
+     nullptr,
+     {},
+     false,
+     {},
+     QStringLiteral("! Maildir: not a mail file, left alone: %1/new/pipe.mail")},
+    {"EmptyFileInNew",
+     Place::Mail,
+     nullptr,
+     [] { return QByteArray(); },
+     false,
+     {},
+     QStringLiteral("Not a readable mail: %1/new/made.bad")},
+    // The system says no.
+    {"UnreadableFolder",
+     Place::UnreadableFolder,
+     nullptr,
+     {},
+     false,
+     {},
+     QStringLiteral("! SWN/Items: Inbox: Cannot read the mail folder %1/cur: Permission denied"),
+     false},
+    {"UnreadableMail",
+     Place::UnreadableMail,
+     "chunked-base64-attachment.eml",
+     {},
+     false,
+     {},
+     QStringLiteral("Cannot open the mail %1/cur/chunked-base64-attachment.sample:2,: Permission "
+                    "denied")},
+    {"FullDisk",
+     Place::FullDisk,
+     nullptr,
+     BigAttachment,
+     false,
+     {},
+     QStringLiteral("Cannot write the attachment's content: No space left on device")},
+    {"ReadOnlyTarget",
+     Place::ReadOnlyTarget,
+     nullptr,
+     {},
+     false,
+     {},
+     QStringLiteral("Cannot create a file in %2: Permission denied"),
+     false},
+};
+
+INSTANTIATE_TEST_SUITE_P(, BadInputTest, testing::ValuesIn(kBadInputs),
+                         [](const testing::TestParamInfo<BadInput>& info) {
+                             return std::string(info.param.name);
+                         });
+
+} // namespace
