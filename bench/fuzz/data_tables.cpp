@@ -7,9 +7,9 @@
 
 namespace {
 
-template <class Rec, class Count>
-DataTable Make(const char* extension, int recordSize, std::vector<Rec>& records, Count& count,
-               bool& changed, QByteArray (*encode)(const Rec&)) {
+template <class Records, class Count>
+DataTable Make(const char* extension, int recordSize, Records& records, Count& count, bool& changed,
+               QByteArray (*encode)(const typename Records::value_type&)) {
     return {extension,
             recordSize,
             std::numeric_limits<Count>::max(),

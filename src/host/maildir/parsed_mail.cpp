@@ -171,15 +171,37 @@ GRef<GMimeStream> BorrowedFdStream(int fd) {
     return stream;
 }
 
-// A multipart cut off before its closing boundary is written without one, and each read of
-// such a file gives its last part one more line end; written closed, it reads back the same.
-void CloseMultiparts(GMimeObject* object) {
+// GMime keeps a header value only up to a NUL byte in it, and loses its line end with the rest;
+// written so, the next header runs into it and is lost to every reader (a stamp among them).
+void EndHeaderLines(GMimeObject* object) {
+    GMimeHeaderList* headers = g_mime_object_get_header_list(object);
+    const int count = g_mime_header_list_get_count(headers);
+    for (int i = 0; i < count; ++i) {
+        GMimeHeader* header = g_mime_header_list_get_header_at(headers, i);
+        const QByteArray raw = g_mime_header_get_raw_value(header);
+        if (!g_mime_header_get_raw_value(header) || raw.endsWith('\n')) continue;
+        g_mime_header_set_raw_value(header, (raw + '\n').constData());
+    }
+}
+
+// Makes every part of the tree read back as it stands: header lines ended, and multiparts
+// closed. A multipart cut off before its closing boundary is otherwise written without one, and
+// each read of such a file gives its last part one more line end.
+void ReadyForWriting(GMimeObject* object) {
+    EndHeaderLines(object);
+    if (GMIME_IS_MESSAGE_PART(object)) {
+        if (GMimeMessage* inner = g_mime_message_part_get_message(GMIME_MESSAGE_PART(object))) {
+            EndHeaderLines(GMIME_OBJECT(inner));
+            if (GMimeObject* top = g_mime_message_get_mime_part(inner)) ReadyForWriting(top);
+        }
+        return;
+    }
     if (!GMIME_IS_MULTIPART(object)) return;
     GMimeMultipart* multipart = GMIME_MULTIPART(object);
     multipart->write_end_boundary = TRUE;
     const int count = g_mime_multipart_get_count(multipart);
     for (int i = 0; i < count; ++i)
-        CloseMultiparts(g_mime_multipart_get_part(multipart, i));
+        ReadyForWriting(g_mime_multipart_get_part(multipart, i));
 }
 
 } // namespace
@@ -385,7 +407,8 @@ OpError ParsedMail::writeAttachment(int index, int fd) const {
 }
 
 OpError ParsedMail::writeTo(int fd) const {
-    if (GMimeObject* top = g_mime_message_get_mime_part(message_)) CloseMultiparts(top);
+    EndHeaderLines(GMIME_OBJECT(message_));
+    if (GMimeObject* top = g_mime_message_get_mime_part(message_)) ReadyForWriting(top);
     GRef<GMimeStream> out = BorrowedFdStream(fd);
     if (g_mime_object_write_to_stream(GMIME_OBJECT(message_), nullptr, out.get()) < 0 ||
         g_mime_stream_flush(out.get()) != 0)
