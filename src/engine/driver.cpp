@@ -255,23 +255,26 @@ void ProcessItem(RunState& run, const MailItemPtr& item, const udtRule& special)
     OpError readError;
     const Result<QString> mileage = m.Mileage();
     const Result<bool> hidePaperClip = m.HidePaperClip();
-    WriteLog(QStringLiteral("SWN/M: ") + mileage.value + QStringLiteral(", /HPC: ") +
-             BoolText(hidePaperClip.value) + QStringLiteral(", /AC: ") +
-             QString::number(mail.attCount));
+    // The lines of a skipped mail are built only for a LOG that takes them: a new-mail event
+    // walks every mail of the folder, nearly all of them done.
+    if (DoProto)
+        WriteLog(QStringLiteral("SWN/M: ") + mileage.value + QStringLiteral(", /HPC: ") +
+                 BoolText(hidePaperClip.value) + QStringLiteral(", /AC: ") +
+                 QString::number(mail.attCount));
 
     // Every term is read, none is cut short.
     const bool stamped = mileage.value == QLatin1String(kStowawayStamp);
     bool skip;
     if (run.specialRule) {
         skip = stamped || hidePaperClip.value || mail.attCount == 0;
-        if (skip)
+        if (skip && DoProto)
             WriteLog("SpecialRule and .Mileage= 'QWKStowaway' or HidePaperClip= True or "
                      "AttCnt= 0...");
     } else {
         const Result<bool> unread = m.UnRead();
         if (unread.error) readError = unread.error;
         skip = !unread.value || stamped || hidePaperClip.value || mail.attCount == 0;
-        if (skip)
+        if (skip && DoProto)
             WriteLog("Unread= False or .Mileage= 'QWKStowaway' or HidePaperClip= True or "
                      "AttCnt= 0...");
     }
@@ -283,7 +286,7 @@ void ProcessItem(RunState& run, const MailItemPtr& item, const udtRule& special)
         mail.saveFailed = false;
         RunRules(run, mail, special);
     }
-    WriteLog(DashLine());
+    if (DoProto) WriteLog(DashLine());
 }
 
 void ShowClosingSummary(const RunState& run) {

@@ -47,10 +47,13 @@ void MaildirItem::moveTo(const MailFileEntry& file) const {
 
 void MaildirItem::followRenames() const {
     if (dirty_) return; // our own changes belong to the version we read
-    FileIdentity now;
-    if (IdentityOfPath(path(), now)) return;
+    // Only the store's own renames can be followed, and the store notes each of them: a mail
+    // still where the store last saw it needs no look at the disk.
     const MailLocation* location = store_->shared->find(ParseMaildirFileName(file_.name).unique);
     if (!location || location->root != store_->root || location->folderId != folderId_) return;
+    if (location->subdir == file_.subdir && location->name == file_.name) return;
+    FileIdentity now;
+    if (IdentityOfPath(path(), now)) return;
     MailFileEntry moved{location->subdir, location->name, {}};
     const QString movedPath =
         folderDir() + QLatin1Char('/') + moved.subdir + QLatin1Char('/') + moved.name;

@@ -52,11 +52,9 @@ MaildirStorePtr MaildirSession::findStore(const QString& storeId) const {
 }
 
 Result<MailItemPtr> MaildirSession::itemAt(const MaildirStorePtr& store,
-                                           const MailLocation& location, const QString& entryId) {
-    MailFileEntry file{location.subdir, location.name, {}};
-    const QString path = FolderDirectory(store->root, location.folderId) + QLatin1Char('/') +
-                         location.subdir + QLatin1Char('/') + location.name;
-    if (!IdentityOfPath(path, file.identity)) return {nullptr, NoSuchMail(entryId)};
+                                           const MailLocation& location,
+                                           const FileIdentity& identity) {
+    MailFileEntry file{location.subdir, location.name, identity};
     auto item = std::make_shared<MaildirItem>(store, location.folderId, file);
     // A mail the store cannot read whole is refused here, with the reason.
     if (OpError error = item->checkReadable(true)) return {nullptr, error};
@@ -90,7 +88,7 @@ Result<MailItemPtr> MaildirSession::lookUp(const QString& entryId,
                                  QLatin1Char('/') + location.subdir + QLatin1Char('/') +
                                  location.name;
             FileIdentity identity;
-            if (IdentityOfPath(path, identity)) return itemAt(store, location, id);
+            if (IdentityOfPath(path, identity)) return itemAt(store, location, identity);
         }
     }
     return {nullptr, NoSuchMail(id)};

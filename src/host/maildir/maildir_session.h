@@ -36,8 +36,9 @@ class MaildirSession : public MailSession, public NewMailSource {
 
   private:
     MaildirStorePtr findStore(const QString& storeId) const;
+    // The mail at `location`, whose file was just found to be `identity`.
     Result<MailItemPtr> itemAt(const MaildirStorePtr& store, const MailLocation& location,
-                               const QString& entryId);
+                               const FileIdentity& identity);
     // Lists every folder of the store so the index knows all its mails.
     void indexStore(const MaildirStorePtr& store);
     Result<MailItemPtr> lookUp(const QString& entryId, const std::vector<MaildirStorePtr>& stores);
