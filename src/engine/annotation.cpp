@@ -66,6 +66,16 @@ OpError WriteBody(MailItem& mail, int format, const QString& body) {
     return error ? error : codepageError;
 }
 
+// Outlook keeps a mail's plain-text alternative in step with its HTML by itself; here the two
+// are separate parts, so the plain one gets the list as well, or readers showing it never see it.
+void AnnotatePlainAlternative(MailItem& mail, const QStringList& paths, bool hyperlink) {
+    const QString plain = VbTrim(mail.Body().value);
+    if (plain.isEmpty()) return;
+    if (const OpError error =
+            mail.SetBody(plain + kCrLf + kCrLf + PlainBlock(paths, hyperlink, false) + kCrLf))
+        WriteLog(QStringLiteral("! Error setting .Body: ") + error.description);
+}
+
 } // namespace
 
 QString HtmlBlock(const QStringList& paths, bool hyperlink) {
@@ -93,11 +103,11 @@ QString RtfBlock(const QStringList& paths, bool hyperlink) {
     return block + kCrLf;
 }
 
-QString PlainBlock(const QStringList& paths, bool hyperlink) {
+QString PlainBlock(const QStringList& paths, bool hyperlink, bool logElements) {
     QString block = HeadText();
     int number = 0;
     for (const QString& path : paths) {
-        LogElement("TXT", ++number, path);
+        if (logElements) LogElement("TXT", ++number, path);
         block += (hyperlink ? LinkTarget(path) : path) + kCrLf;
     }
     return block;
@@ -154,6 +164,7 @@ void AnnotateAndSaveMail(RunState& run, MailState& state, const RuleRun& rr) {
     if (const OpError error = WriteBody(mail, format, newBody))
         WriteLog(QStringLiteral("! Error setting .") + QLatin1String(bodyName) +
                  QStringLiteral(": ") + error.description);
+    if (format == BodyFormat::Html) AnnotatePlainAlternative(mail, paths, hyperlink);
     WriteLog(QLatin1String(label) + QStringLiteral("/Links: ") + kCrLf + block);
     const QString readBack = format == BodyFormat::Html       ? mail.HTMLBody().value
                              : format == BodyFormat::RichText ? mail.RTFBody().value

@@ -7,4 +7,4 @@ void AnnotateAndSaveMail(RunState& run, MailState& mail, const RuleRun& rr);
 // The block that lists the saved files, in each body format.
 QString HtmlBlock(const QStringList& paths, bool hyperlink);
 QString RtfBlock(const QStringList& paths, bool hyperlink);
-QString PlainBlock(const QStringList& paths, bool hyperlink);
+QString PlainBlock(const QStringList& paths, bool hyperlink, bool logElements = true);
