@@ -25,6 +25,7 @@ enum class Place {
     UnreadableFolder, // cur/ cannot be listed
     UnreadableMail,   // one mail cannot be read
     FullDisk,         // the target is a tiny file system
+    FullMailDisk,     // so is the store's tmp/, where rewritten mails are made
     ReadOnlyTarget,   // the target folder cannot be written
 };
 
@@ -77,6 +78,12 @@ QByteArray BigAttachment() {
            Attachment("g", "big.bin", QByteArray(400 * 1024, 'b')) + "--g--\n";
 }
 
+QByteArray BigBody() {
+    return MailHead("Big body", "multipart/mixed; boundary=\"t\"") +
+           "\n--t\nContent-Type: text/plain\n\n" + QByteArray(400 * 1024, 't') + "\n" +
+           Attachment("t", "small.pdf", "%PDF") + "--t--\n";
+}
+
 QString Hash(const QString& path) {
     struct stat st {};
     const QByteArray native = QFile::encodeName(path);
@@ -122,32 +129,31 @@ class BadInputTest : public StowawayCommandTest, public testing::WithParamInterf
 
     // Runs the program the way `place` needs it; false when this machine cannot.
     bool runWith(Place place, CommandResult& result) {
-        const bool root = ::geteuid() == 0;
+        const bool asRoot = ::geteuid() == 0;
         // Root reads and writes whatever the modes say: the program runs without that power.
         const QStringList withoutOverride = {QStringLiteral("setpriv"),
                                              QStringLiteral("--bounding-set=-dac_override,-dac_"
                                                             "read_search")};
         if ((place == Place::UnreadableFolder || place == Place::UnreadableMail ||
              place == Place::ReadOnlyTarget) &&
-            root)
+            asRoot)
             launcher = withoutOverride;
-        if (place == Place::FullDisk) {
-            // A private mount of a tiny tmpfs on the target; what landed there is listed
-            // before it goes.
+        if (place == Place::FullDisk || place == Place::FullMailDisk) {
+            // A private mount of a tiny tmpfs; what landed there is listed before it goes.
+            const QString full = place == Place::FullDisk ? target : root + QStringLiteral("/tmp");
             launcher = QStringList{
                 QStringLiteral("unshare"),
                 QStringLiteral("-rm"),
                 QStringLiteral("sh"),
                 QStringLiteral("-c"),
                 QStringLiteral("mount -t tmpfs -o size=64k tmpfs '%1' || exit 97; \"$@\"; "
-                               "rc=$?; ls -A '%1' > '%1.listing'; exit $rc")
-                    .arg(target),
+                               "rc=$?; ls -A '%1' > '%2.listing'; exit $rc")
+                    .arg(full, target),
                 QStringLiteral("sh")};
         }
         result = runStowaway({QStringLiteral("run"), QStringLiteral("1")});
         launcher.clear();
-        return !(place == Place::FullDisk && result.exitCode == 97) &&
-               !result.err.contains(QLatin1String("unshare failed")) &&
+        return result.exitCode != 97 && !result.err.contains(QLatin1String("unshare failed")) &&
                !result.err.contains(QLatin1String("setpriv:"));
     }
 
@@ -247,7 +253,8 @@ TEST_P(BadInputTest, EndsWithALogLineAndWritesNothingOutsideTheTarget) {
     for (auto it = after.begin(); it != after.end(); ++it)
         if (!before.contains(it.key())) added << it.key();
     QStringList expectGone;
-    if (c.goodSaved) expectGone << goodPath;
+    // With no room to make the new copy, no mail can be rewritten.
+    if (c.goodSaved && c.place != Place::FullMailDisk) expectGone << goodPath;
     if (c.processed) expectGone << badPath;
     expectGone.sort();
     EXPECT_EQ(S(gone.join(QLatin1Char('\n'))), S(expectGone.join(QLatin1Char('\n'))));
@@ -445,6 +452,9 @@ const BadInput kBadInputs[] = {
      false,
      {},
      QStringLiteral("Cannot write the attachment's content: No space left on device")},
+    {"FullMailDisk", Place::FullMailDisk, nullptr, BigBody, false, Names({"small.pdf"}),
+     QStringLiteral("! Maildir: the mail stays as it was: Cannot write the mail: No space left "
+                    "on device")},
     {"ReadOnlyTarget",
      Place::ReadOnlyTarget,
      nullptr,

@@ -1,6 +1,7 @@
 #include "host/maildir/maildir_item.h"
 
 #include "common/dates.h"
+#include "data/log.h"
 #include "host/maildir/maildir_attachment.h"
 #include "host/maildir/maildir_folder.h"
 #include "host/maildir/maildir_layout.h"
@@ -285,7 +286,10 @@ OpError MaildirItem::Save() {
     const Result<QString> saved = ReplaceMailFile(
         folderDir(), file_.subdir, file_.name, file_.identity,
         [&](int fd) { return mail->writeTo(fd); }, shared.ownWrites);
-    if (!saved.ok()) return saved.error;
+    if (!saved.ok()) {
+        WriteLog(QStringLiteral("! Maildir: the mail stays as it was: ") + saved.error.description);
+        return saved.error;
+    }
     const QString oldUnique = ParseMaildirFileName(file_.name).unique;
     const QString newUnique = ParseMaildirFileName(saved.value).unique;
     shared.cache.forget(subdirPath(), file_.name);

@@ -411,7 +411,11 @@ OpError ParsedMail::writeTo(int fd) const {
     if (GMimeObject* top = g_mime_message_get_mime_part(message_)) ReadyForWriting(top);
     GRef<GMimeStream> out = BorrowedFdStream(fd);
     if (g_mime_object_write_to_stream(GMIME_OBJECT(message_), nullptr, out.get()) < 0 ||
-        g_mime_stream_flush(out.get()) != 0)
-        return OpError::make(ErrNo::IoError, QStringLiteral("Cannot write the mail"));
+        g_mime_stream_flush(out.get()) != 0) {
+        // Right after the failed write, errno tells why (a full disk, a quota).
+        const int err = errno;
+        return err ? ErrnoError(err, QStringLiteral("Cannot write the mail"))
+                   : OpError::make(ErrNo::IoError, QStringLiteral("Cannot write the mail"));
+    }
     return OpError::none();
 }
