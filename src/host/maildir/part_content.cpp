@@ -42,9 +42,15 @@ OpError WriteBase64(GMimeStream* encoded, GMimeStream* sink, bool* damaged) {
     return OpError::none();
 }
 
+// The last of the part's headers of that name: GMime takes the type and the disposition from
+// the last, and a name read from another would make a named part the body, or the other way.
 QByteArray RawHeader(GMimeObject* part, const char* name) {
     GMimeHeaderList* headers = g_mime_object_get_header_list(part);
-    GMimeHeader* header = headers ? g_mime_header_list_get_header(headers, name) : nullptr;
+    GMimeHeader* header = nullptr;
+    for (int i = headers ? g_mime_header_list_get_count(headers) - 1 : -1; i >= 0 && !header; --i) {
+        GMimeHeader* candidate = g_mime_header_list_get_header_at(headers, i);
+        if (g_ascii_strcasecmp(g_mime_header_get_name(candidate), name) == 0) header = candidate;
+    }
     if (!header) return {};
     const char* raw = g_mime_header_get_raw_value(header);
     return raw ? QByteArray(raw) : QByteArray(g_mime_header_get_value(header));
