@@ -95,17 +95,39 @@ SampleAttachment::NameStyle Style(Rng& rng) {
                         : SampleAttachment::NameStyle::Rfc2047;
 }
 
-void Expect(CorpusTotals& totals, const SampleAttachment& a, QIODevice* payloadBase64) {
+// The base64 of all saved attachments as one continuous text, so any base64 decoder can take it
+// whole: only the last group is padded.
+class PayloadEncoder {
+  public:
+    explicit PayloadEncoder(QIODevice* out) : out_(out) {}
+    void add(const QByteArray& content) {
+        if (!out_) return;
+        rest_ += content;
+        const qsizetype whole = rest_.size() / 3 * 3;
+        out_->write(rest_.left(whole).toBase64() + '\n');
+        rest_.remove(0, whole);
+    }
+    void finish() {
+        if (out_ && !rest_.isEmpty()) out_->write(rest_.toBase64() + '\n');
+        rest_.clear();
+    }
+
+  private:
+    QIODevice* out_;
+    QByteArray rest_;
+};
+
+void Expect(CorpusTotals& totals, const SampleAttachment& a, PayloadEncoder& payload) {
     totals.expected.push_back(
         {a.fileName, QCryptographicHash::hash(a.content, QCryptographicHash::Sha256).toHex(),
          a.content.size()});
     totals.payloadBytes += a.content.size();
     ++totals.savedAttachments;
-    if (payloadBase64) payloadBase64->write(a.content.toBase64() + '\n');
+    payload.add(a.content);
 }
 
 SampleMail MakeMail(Rng& rng, int i, const CorpusOptions& o, CorpusTotals& totals,
-                    QIODevice* payloadBase64) {
+                    PayloadEncoder& payload) {
     SampleMail mail;
     const auto& sender = kSenders[rng.below(int(std::size(kSenders)))];
     mail.fromName = QString::fromUtf8(sender[0]);
@@ -131,14 +153,14 @@ SampleMail MakeMail(Rng& rng, int i, const CorpusOptions& o, CorpusTotals& total
                 SampleAttachment a = SampleAttachment::file(
                     FileName(rng, i, j, type[0]), type[1], rng.bytes(BinarySize(rng, o)),
                     SampleAttachment::Encoding::Base64, Style(rng));
-                Expect(totals, a, payloadBase64);
+                Expect(totals, a, payload);
                 mail.attachments.push_back(a);
             } else {
                 SampleAttachment a =
                     SampleAttachment::file(FileName(rng, i, j, rng.below(2) ? "txt" : "csv"),
                                            "text/plain", TextFile(rng, 2048 + rng.below(40 * 1024)),
                                            SampleAttachment::Encoding::QuotedPrintable, Style(rng));
-                Expect(totals, a, payloadBase64);
+                Expect(totals, a, payload);
                 mail.attachments.push_back(a);
             }
         } else if (kind < 87) {
@@ -204,8 +226,9 @@ bool WriteCorpus(const QString& maildir, const CorpusOptions& options, CorpusTot
         return false;
     }
     Rng rng(options.seed);
+    PayloadEncoder payload(payloadBase64);
     for (int i = 1; i <= options.mails; ++i) {
-        const SampleMail mail = MakeMail(rng, i, options, totals, payloadBase64);
+        const SampleMail mail = MakeMail(rng, i, options, totals, payload);
         const QByteArray bytes = Deterministic(BuildSampleMail(mail), i);
         const qint64 when = mail.date.toSecsSinceEpoch();
         // A fifth still in new/, the rest seen by a mail reader (unread) in cur/.
@@ -230,5 +253,6 @@ bool WriteCorpus(const QString& maildir, const CorpusOptions& options, CorpusTot
         totals.mailBytes += bytes.size();
         ++totals.mails;
     }
+    payload.finish();
     return true;
 }
