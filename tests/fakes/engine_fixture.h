@@ -18,17 +18,6 @@
 #include <QRegularExpression>
 #include <QTemporaryDir>
 
-// Readable failures.
-inline void PrintTo(const QString& s, std::ostream* os) {
-    *os << '"' << s.toStdString() << '"';
-}
-inline void PrintTo(const QStringList& list, std::ostream* os) {
-    *os << '[';
-    for (const QString& s : list)
-        *os << "\n  \"" << s.toStdString() << '"';
-    *os << "\n]";
-}
-
 class EngineTest : public FreshState {
   protected:
     void SetUp() override {

@@ -12,17 +12,6 @@
 #include <ostream>
 #include <vector>
 
-// Readable failures.
-inline void PrintTo(const QString& s, std::ostream* os) {
-    *os << '"' << s.toStdString() << '"';
-}
-inline void PrintTo(const QStringList& list, std::ostream* os) {
-    *os << '[';
-    for (const QString& s : list)
-        *os << "\n  \"" << s.toStdString() << '"';
-    *os << "\n]";
-}
-
 struct CommandResult {
     int exitCode = -1;
     bool crashed = false;

@@ -1,7 +1,21 @@
 #pragma once
 // A private home for the test process, and per-test reset of the global state.
 #include <QString>
+#include <QStringList>
 #include <gtest/gtest.h>
+
+#include <ostream>
+
+// Readable failures.
+inline void PrintTo(const QString& s, std::ostream* os) {
+    *os << '"' << s.toStdString() << '"';
+}
+inline void PrintTo(const QStringList& list, std::ostream* os) {
+    *os << '[';
+    for (const QString& s : list)
+        *os << "\n  \"" << s.toStdString() << '"';
+    *os << "\n]";
+}
 
 namespace TestEnv {
 // Points HOME, XDG_DATA_HOME, XDG_CONFIG_HOME and XDG_DOCUMENTS_DIR at a fresh temporary folder.
