@@ -184,11 +184,31 @@ void EndHeaderLines(GMimeObject* object) {
     }
 }
 
-// Makes every part of the tree read back as it stands: header lines ended, and multiparts
-// closed. A multipart cut off before its closing boundary is otherwise written without one, and
-// each read of such a file gives its last part one more line end.
+// A part with more than one Content-Type header is written with all of them and read back by
+// the last, which need not be the type GMime holds (nor name the boundary it writes); one
+// header made from that type, and a fresh boundary for a multipart, read back as written.
+void OneContentType(GMimeObject* object) {
+    GMimeHeaderList* headers = g_mime_object_get_header_list(object);
+    int count = 0;
+    for (int i = 0; i < g_mime_header_list_get_count(headers); ++i) {
+        const char* name = g_mime_header_get_name(g_mime_header_list_get_header_at(headers, i));
+        if (g_ascii_strcasecmp(name, "Content-Type") == 0) ++count;
+    }
+    if (count < 2) return;
+    const QByteArray type =
+        TakeGBytes(g_mime_content_type_encode(g_mime_object_get_content_type(object), nullptr));
+    while (g_mime_header_list_remove(headers, "Content-Type")) {
+    }
+    g_mime_object_set_header(object, "Content-Type", type.trimmed().constData(), nullptr);
+    if (GMIME_IS_MULTIPART(object)) g_mime_multipart_set_boundary(GMIME_MULTIPART(object), nullptr);
+}
+
+// Makes every part of the tree read back as it stands: header lines ended, one type, and
+// multiparts closed. A multipart cut off before its closing boundary is otherwise written
+// without one, and each read of such a file gives its last part one more line end.
 void ReadyForWriting(GMimeObject* object) {
     EndHeaderLines(object);
+    OneContentType(object);
     if (GMIME_IS_MESSAGE_PART(object)) {
         if (GMimeMessage* inner = g_mime_message_part_get_message(GMIME_MESSAGE_PART(object))) {
             EndHeaderLines(GMIME_OBJECT(inner));
