@@ -117,10 +117,14 @@ void AnnotateAndSaveMail(RunState& run, MailState& state, const RuleRun& rr) {
     if (!state.mail) return;
     MailItem& mail = *state.mail;
     if (rr.delAttach && run.filesDeleted >= 1) MarkSubject(mail);
-    mail.Save();
 
-    // Text goes into a mail only when attachments were taken out of it.
-    if (rr.deletedNames.isEmpty()) return;
+    // Text goes into a mail only when attachments were taken out of it. Then the removal and
+    // the list are saved together: a save in between would let a crash leave a mail without
+    // its attachments and without the list of where they went.
+    if (rr.deletedNames.isEmpty()) {
+        mail.Save();
+        return;
+    }
     WriteLog(QStringLiteral("DeletedAttachm: ") + rr.deletedNames);
     const int format = mail.BodyFormat().value;
     WriteLog(QStringLiteral("BodyFormat: ") + QString::number(format));

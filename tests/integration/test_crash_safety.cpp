@@ -47,8 +47,9 @@ for path in sys.argv[1:]:
     m = email.message_from_binary_file(open(path, 'rb'), policy=policy.default)
     named = [p.get_filename() for p in m.walk() if not p.is_multipart() and p.get_filename()]
     defects = [str(d) for p in m.walk() for d in p.defects]
+    linked = all('file://' in p.get_content() for p in m.walk() if p.get_content_maintype() == 'text')
     out.append({'path': path, 'id': str(m['message-id']), 'mileage': str(m['x-mileage']),
-                'named': named, 'defects': defects})
+                'named': named, 'defects': defects, 'linked': linked})
 print(json.dumps(out))
 )";
     if (paths.isEmpty()) return {};
@@ -133,6 +134,8 @@ class CrashSafetyTest : public StowawayCommandTest {
             EXPECT_EQ(mail[QStringLiteral("mileage")].toString(), QStringLiteral("QWKStowaway"))
                 << what;
             EXPECT_TRUE(mail[QStringLiteral("named")].toArray().isEmpty()) << what;
+            // Removal and the list of saved files land in one save.
+            EXPECT_TRUE(mail[QStringLiteral("linked")].toBool()) << what;
             EXPECT_TRUE(mail[QStringLiteral("defects")].toArray().isEmpty()) << what;
         }
         EXPECT_EQ(seen.size(), originals.size()) << when;
