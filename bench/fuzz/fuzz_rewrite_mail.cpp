@@ -15,6 +15,10 @@ const QString kStamp = QStringLiteral("QWKStowaway");
 const QString kPlain = QStringLiteral("Saved: Bericht \u00fcber \u20ac.pdf");
 const QString kHtml = QStringLiteral("<p>Saved: <a href=\"file:///tmp/x%20y.pdf\">x y.pdf</a></p>");
 
+QByteArray LocalLineEnds(QByteArray text) {
+    return text.replace("\r\n", "\n");
+}
+
 QString& SavedMailPath() {
     static QString path;
     return path;
@@ -94,13 +98,17 @@ void RewriteAndCheck(WalkedMail& walked, const uint8_t* data, size_t size) {
         FUZZ_CHECK(after->Type().value == before.type, "attachment %d (\"%s\") changed its type", i,
                    qPrintable(before.name));
         // An attached message is written anew by GMime, which does not keep a broken header
-        // block byte for byte; a file's content is carried over as it stands.
-        if (before.type != AttachType::ByValue) continue;
-        const qint64 size = after->Size().value;
-        FUZZ_CHECK(size == before.size,
-                   "attachment %d (\"%s\") has %lld bytes after the save, %lld before", i,
-                   qPrintable(before.name), static_cast<long long>(size),
-                   static_cast<long long>(before.size));
+        // block byte for byte; a file's content is carried over, only its line ends may become
+        // the system's.
+        if (before.type != AttachType::ByValue || !before.saved) continue;
+        Sandbox::empty(Sandbox::target());
+        const SavedAttachment again = SaveAttachment(*after);
+        FUZZ_CHECK(again.saved, "attachment %d (\"%s\") cannot be saved after the save", i,
+                   qPrintable(before.name));
+        FUZZ_CHECK(LocalLineEnds(again.content) == LocalLineEnds(before.content),
+                   "attachment %d (\"%s\") changed in the save: %lld bytes, %lld before", i,
+                   qPrintable(before.name), static_cast<long long>(again.content.size()),
+                   static_cast<long long>(before.content.size()));
     }
 }
 

@@ -40,6 +40,8 @@ void ReadBodies(const MailItem& item) {
     (void)item.RTFBody();
 }
 
+} // namespace
+
 SavedAttachment SaveAttachment(Attachment& attachment) {
     SavedAttachment saved;
     saved.type = attachment.Type().value;
@@ -66,10 +68,11 @@ SavedAttachment SaveAttachment(Attachment& attachment) {
                "attachment \"%s\": Size() says %lld bytes, the saved file has %lld",
                qPrintable(name.value), static_cast<long long>(size.value),
                static_cast<long long>(written.size()));
+    QFile file(written.filePath());
+    FUZZ_CHECK(file.open(QIODevice::ReadOnly), "cannot read %s", qPrintable(written.filePath()));
+    saved.content = file.readAll();
     return saved;
 }
-
-} // namespace
 
 QString DeliverMail(const uint8_t* data, size_t size) {
     const QString unique = NewUniqueName();

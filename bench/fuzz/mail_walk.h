@@ -16,6 +16,7 @@ struct SavedAttachment {
     qint64 size = 0;
     int type = AttachType::ByValue;
     bool saved = false;
+    QByteArray content; // as saved
 };
 
 struct WalkedMail {
@@ -29,5 +30,8 @@ QString DeliverMail(const uint8_t* data, size_t size);
 // Lists the Inbox (which must hold exactly the one delivered mail), reads it and its
 // attachments. The target folder is emptied first.
 WalkedMail WalkMail(MaildirSession& session, const QString& entryId);
+// Reads the attachment's properties and saves it into the target folder as the engine would;
+// the saved file must be whole and as large as the attachment says.
+SavedAttachment SaveAttachment(Attachment& attachment);
 // Nothing but the Maildir, the target folder and the LOG changed under the sandbox.
 void CheckNoStrayWrites(const QStringList& before);
