@@ -207,8 +207,9 @@ void OneContentType(GMimeObject* object) {
 // multiparts closed. A multipart cut off before its closing boundary is otherwise written
 // without one, and each read of such a file gives its last part one more line end.
 void ReadyForWriting(GMimeObject* object) {
-    EndHeaderLines(object);
+    // The type first: a header's new line end makes GMime read the type from it again.
     OneContentType(object);
+    EndHeaderLines(object);
     if (GMIME_IS_MESSAGE_PART(object)) {
         if (GMimeMessage* inner = g_mime_message_part_get_message(GMIME_MESSAGE_PART(object))) {
             EndHeaderLines(GMIME_OBJECT(inner));
