@@ -1,5 +1,7 @@
 #include "host/maildir/attachment_file.h"
 
+#include "host/maildir/deferred_sync.h"
+
 #include "data/log.h"
 #include "host/maildir/posix_files.h"
 
@@ -144,8 +146,6 @@ OpError WriteFileInFolder(const QString& path, const QString& fallbackName,
         return ErrnoError(errno, QStringLiteral("Cannot create a file in ") + folder);
 
     OpError error = write(file.get());
-    if (!error && ::fsync(file.get()) != 0)
-        error = ErrnoError(errno, QStringLiteral("Cannot write ") + path);
     if (!error && !named) {
         named = NameTempFile(file.get(), dir.get(), tempName);
         if (!named) error = ErrnoError(errno, QStringLiteral("Cannot save ") + path);
@@ -160,6 +160,6 @@ OpError WriteFileInFolder(const QString& path, const QString& fallbackName,
         if (named) ::unlinkat(dir.get(), tempName.constData(), 0);
         return error;
     }
-    ::fsync(dir.get());
+    DeferSync(dir.get()); // made durable with the mail that records it
     return OpError::none();
 }

@@ -1,5 +1,7 @@
 #include "host/maildir/mail_files.h"
 
+#include "host/maildir/deferred_sync.h"
+
 #include "data/log.h"
 #include "host/maildir/maildir_names.h"
 
@@ -119,9 +121,10 @@ Result<QString> ReplaceMailFile(const QString& folderDir, const QString& subdir,
     };
     if (OpError error = write(file.get())) return discard(error);
     const timespec times[2] = {expected.atime, expected.mtime};
-    if (::fchmod(file.get(), expected.mode & 07777) != 0 || ::fsync(file.get()) != 0 ||
-        ::futimens(file.get(), times) != 0)
+    if (::fchmod(file.get(), expected.mode & 07777) != 0 || ::futimens(file.get(), times) != 0)
         return discard(ErrnoError(errno, QStringLiteral("Cannot write the mail to ") + tmpDir));
+    // One sync takes the new mail and the attachment files saved from it.
+    if (OpError error = SyncWithDeferred(file.get())) return discard(error);
     if (::close(file.release()) != 0)
         return discard(ErrnoError(errno, QStringLiteral("Cannot write the mail to ") + tmpDir));
 
@@ -148,7 +151,8 @@ Result<QString> ReplaceMailFile(const QString& folderDir, const QString& subdir,
         }
         ::unlink(EncodePath(tmpPath).constData());
     }
-    SyncFolder(dirPath);
+    // No folder sync between the two renames: a crash leaves the old mail, the new content
+    // under the old name or under the new one, each a single whole copy.
 
     const MaildirFileName oldName = ParseMaildirFileName(name);
     MaildirFileName fresh;
@@ -160,6 +164,7 @@ Result<QString> ReplaceMailFile(const QString& folderDir, const QString& subdir,
     ownWrites.record(newPath);
     if (!RenameNoReplace(oldPath, newPath)) {
         // The new content is in place under the old name: saved, only not renamed.
+        SyncFolder(dirPath);
         return {name, OpError::none()};
     }
     SyncFolder(dirPath);

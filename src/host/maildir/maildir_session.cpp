@@ -1,5 +1,7 @@
 #include "host/maildir/maildir_session.h"
 
+#include "host/maildir/deferred_sync.h"
+
 #include "data/log.h"
 #include "host/maildir/mail_files.h"
 #include "host/maildir/maildir_folder.h"
@@ -23,6 +25,10 @@ OpError NoSuchMail(const QString& entryId) {
 }
 
 } // namespace
+
+MaildirSession::~MaildirSession() {
+    SyncDeferred();
+}
 
 MaildirSession::MaildirSession(const std::vector<StoreSpec>& stores, const MailLimits& limits)
     : shared_(std::make_shared<MaildirShared>()) {

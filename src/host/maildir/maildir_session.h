@@ -17,6 +17,8 @@ class MaildirSession : public MailSession, public NewMailSource {
     // Opens the stores and removes what earlier runs of this program left in their tmp/
     // folders.
     explicit MaildirSession(const std::vector<StoreSpec>& stores, const MailLimits& limits = {});
+    // Makes the attachment files saved since the last changed mail durable.
+    ~MaildirSession() override;
 
     Result<MailItemPtr> GetMessageFromID(const QString& entryId, const QString& storeId) override;
     Result<MailItemPtr> GetMessageFromID(const QString& entryId) override;
