@@ -27,8 +27,10 @@ bool WriteAllBytes(int fd, const char* data, qint64 size) {
     return true;
 }
 
-// Temporary file, sync, rename into place, folder sync: what a saved attachment costs.
-bool WriteSynced(int dirFd, const QByteArray& name, const char* data, qint64 size, QString& error) {
+// Temporary file, rename into place: what a saved attachment costs. It becomes durable with
+// the mail's one sync, as Stowaway does it.
+bool WriteFileOnce(int dirFd, const QByteArray& name, const char* data, qint64 size,
+                   QString& error) {
     const QByteArray temp = "." + name + ".part";
     const int fd =
         ::openat(dirFd, temp.constData(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644);
@@ -36,13 +38,12 @@ bool WriteSynced(int dirFd, const QByteArray& name, const char* data, qint64 siz
         error = Errno(QString::fromUtf8(temp));
         return false;
     }
-    const bool ok = WriteAllBytes(fd, data, size) && ::fsync(fd) == 0;
+    const bool ok = WriteAllBytes(fd, data, size);
     ::close(fd);
     if (!ok || ::renameat(dirFd, temp.constData(), dirFd, name.constData()) != 0) {
         error = Errno(QString::fromUtf8(name));
         return false;
     }
-    ::fsync(dirFd);
     return true;
 }
 
@@ -80,7 +81,8 @@ std::vector<QByteArray> DecodeAttachments(const QByteArray& mail) {
     return decoded;
 }
 
-// The mail's new content through tmp/ with one sync, renamed over the old file, folder synced.
+// The mail's new content through tmp/, made durable with its attachment files by one sync of
+// the file system, renamed over the old file, folder synced.
 bool RewriteMail(const QString& path, const QByteArray& content, QString& error) {
     QDir folder = QFileInfo(path).dir();
     folder.cdUp();
@@ -93,7 +95,7 @@ bool RewriteMail(const QString& path, const QByteArray& content, QString& error)
     }
     static const QByteArray kStamp = "X-Mileage: QWKStowaway\n";
     const bool ok = WriteAllBytes(fd, kStamp.constData(), kStamp.size()) &&
-                    WriteAllBytes(fd, content.constData(), content.size()) && ::fsync(fd) == 0;
+                    WriteAllBytes(fd, content.constData(), content.size()) && ::syncfs(fd) == 0;
     ::close(fd);
     if (!ok || ::rename(tmp.constData(), QFile::encodeName(path).constData()) != 0) {
         error = Errno(path);
@@ -140,7 +142,7 @@ bool RunFloor(const QString& maildir, const QString& outDir, FloorCount& count, 
         if (parts.empty()) continue; // nothing to save: the mail stays as it is
         for (const QByteArray& part : parts) {
             const QByteArray name = "f" + QByteArray::number(count.files++);
-            if (!(ok = WriteSynced(dirFd, name, part.constData(), part.size(), error))) break;
+            if (!(ok = WriteFileOnce(dirFd, name, part.constData(), part.size(), error))) break;
             count.bytes += part.size();
         }
         if (!ok || !(ok = RewriteMail(path, mail, error))) break;
@@ -166,10 +168,11 @@ bool WriteSyncedFiles(const QString& outDir, const std::vector<qint64>& sizes, q
     }
     bool ok = true;
     for (size_t i = 0; ok && i < sizes.size(); ++i) {
-        ok = WriteSynced(dirFd, "p" + QByteArray::number(qulonglong(i)), data.constData(), sizes[i],
-                         error);
+        ok = WriteFileOnce(dirFd, "p" + QByteArray::number(qulonglong(i)), data.constData(),
+                           sizes[i], error);
         if (ok) bytes += sizes[i];
     }
+    if (ok && ::syncfs(dirFd) != 0) ok = false; // the whole volume on disk, once
     ::close(dirFd);
     return ok;
 }
