@@ -203,12 +203,24 @@ void OneContentType(GMimeObject* object) {
     if (GMIME_IS_MULTIPART(object)) g_mime_multipart_set_boundary(GMIME_MULTIPART(object), nullptr);
 }
 
-// Makes every part of the tree read back as it stands: header lines ended, one type, and
-// multiparts closed. A multipart cut off before its closing boundary is otherwise written
-// without one, and each read of such a file gives its last part one more line end.
+// A Content-Transfer-Encoding header that GMime read as another encoding than it names (one
+// cut at a NUL byte) is written with the encoding GMime holds, which it writes the content in.
+void MatchingEncoding(GMimeObject* object) {
+    if (!GMIME_IS_PART(object)) return;
+    GMimePart* part = GMIME_PART(object);
+    const char* named = g_mime_object_get_header(object, "Content-Transfer-Encoding");
+    const GMimeContentEncoding held = g_mime_part_get_content_encoding(part);
+    if (named && g_mime_content_encoding_from_string(named) != held)
+        g_mime_part_set_content_encoding(part, held);
+}
+
+// Makes every part of the tree read back as it stands: one type, the encoding it is written
+// in, header lines ended, and multiparts closed (one cut off before its closing boundary is
+// otherwise written without one, and each read gives its last part one more line end).
 void ReadyForWriting(GMimeObject* object) {
     // The type first: a header's new line end makes GMime read the type from it again.
     OneContentType(object);
+    MatchingEncoding(object);
     EndHeaderLines(object);
     if (GMIME_IS_MESSAGE_PART(object)) {
         if (GMimeMessage* inner = g_mime_message_part_get_message(GMIME_MESSAGE_PART(object))) {
