@@ -409,10 +409,13 @@ void ParsedMail::setBody(bool html, const QString& text) {
             g_mime_multipart_insert(multipart, 0, part.get());
         } else {
             GRef<GMimeObject> keep = GRef<GMimeObject>::borrow(top);
-            GRef<GMimeMultipart> mixed(g_mime_multipart_new_with_subtype("mixed"));
-            g_mime_message_set_mime_part(message_, GMIME_OBJECT(mixed.get()));
-            g_mime_multipart_add(mixed.get(), part.get());
-            g_mime_multipart_add(mixed.get(), top);
+            // A calendar that is the whole mail stays its body: the text becomes an alternative
+            // to it, not a part beside it, which would make the calendar an attachment.
+            const char* subtype = top == layout_.calendarBody ? "alternative" : "mixed";
+            GRef<GMimeMultipart> holder(g_mime_multipart_new_with_subtype(subtype));
+            g_mime_message_set_mime_part(message_, GMIME_OBJECT(holder.get()));
+            g_mime_multipart_add(holder.get(), part.get());
+            g_mime_multipart_add(holder.get(), top);
         }
     }
     refreshBodies();
