@@ -44,6 +44,7 @@ QString OnlyMailFile() {
 
 void RewriteAndCheck(WalkedMail& walked, const uint8_t* data, size_t size) {
     MailItem& mail = *walked.item;
+    const int itemClass = mail.Class().value;
     std::vector<SavedAttachment> kept = walked.attachments;
     if (!kept.empty()) {
         // Which one goes depends on the input, so every position gets its turn.
@@ -89,6 +90,8 @@ void RewriteAndCheck(WalkedMail& walked, const uint8_t* data, size_t size) {
                qPrintable(copy.Body().value.left(200)));
     FUZZ_CHECK(copy.HTMLBody().value.contains(kHtml), "HTML body lost: \"%s\"",
                qPrintable(copy.HTMLBody().value.left(200)));
+    FUZZ_CHECK(copy.Class().value == itemClass, "class %d after the save, %d before",
+               copy.Class().value, itemClass);
     const int count = copy.AttachmentCount().value;
     FUZZ_CHECK(count == int(kept.size()), "%d attachments after the save, not %d", count,
                int(kept.size()));
