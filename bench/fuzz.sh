@@ -74,7 +74,7 @@ for target in "${targets[@]}"; do
   if [ $rc -ne 0 ] || [ ${#artifacts[@]} -gt 0 ] || [ "$reports" -gt 0 ]; then
     failed=1
     echo "!! $target failed (exit $rc)"
-    grep -m 5 -E 'ERROR:|runtime error:|FUZZ_CHECK failed|SUMMARY:' "$dir/log" | sed 's/^/   /'
+    grep -m 5 -E 'ERROR:|runtime error:|FUZZ_CHECK failed|^SUMMARY: ' "$dir/log" | sed 's/^/   /'
     for a in "${artifacts[@]}"; do echo "   input: $a"; done
   fi
   echo "   corpus: $(find "$dir/corpus" -type f | wc -l) inputs"
