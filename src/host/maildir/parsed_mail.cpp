@@ -5,6 +5,7 @@
 #include "host/maildir/mail_headers.h"
 #include "host/maildir/part_content.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <fcntl.h>
 #include <unistd.h>
@@ -184,6 +185,22 @@ void EndHeaderLines(GMimeObject* object) {
     }
 }
 
+// A parameter whose name is no plain token (bytes GMime read out of a broken header) names
+// nothing, and written anew it comes out longer than the store reads back; it goes whenever the
+// type header is written anew.
+void DropBrokenParams(GMimeObject* object) {
+    GMimeParamList* params =
+        g_mime_content_type_get_parameters(g_mime_object_get_content_type(object));
+    for (int i = g_mime_param_list_length(params) - 1; i >= 0; --i) {
+        const QByteArray name =
+            g_mime_param_get_name(g_mime_param_list_get_parameter_at(params, i));
+        const bool token = !name.isEmpty() && std::all_of(name.begin(), name.end(), [](char c) {
+            return c > ' ' && c < 0x7f;
+        });
+        if (!token) g_mime_param_list_remove_at(params, i);
+    }
+}
+
 // A part with more than one Content-Type header is written with all of them and read back by
 // the last, which need not be the type GMime holds (nor name the boundary it writes); one
 // header made from that type, and a fresh boundary for a multipart, read back as written.
@@ -195,6 +212,7 @@ void OneContentType(GMimeObject* object) {
         if (g_ascii_strcasecmp(name, "Content-Type") == 0) ++count;
     }
     if (count < 2) return;
+    DropBrokenParams(object);
     const QByteArray type =
         TakeGBytes(g_mime_content_type_encode(g_mime_object_get_content_type(object), nullptr));
     while (g_mime_header_list_remove(headers, "Content-Type")) {
@@ -404,8 +422,10 @@ void ParsedMail::setBody(bool html, const QString& text) {
             GMimeMultipart* multipart = GMIME_MULTIPART(top);
             // A multipart without parts may have been read without a boundary: GMime makes one
             // up that its header does not show, and the new body would be lost to any reader.
-            if (g_mime_multipart_get_count(multipart) == 0)
+            if (g_mime_multipart_get_count(multipart) == 0) {
+                DropBrokenParams(top);
                 g_mime_multipart_set_boundary(multipart, nullptr);
+            }
             g_mime_multipart_insert(multipart, 0, part.get());
         } else {
             GRef<GMimeObject> keep = GRef<GMimeObject>::borrow(top);
