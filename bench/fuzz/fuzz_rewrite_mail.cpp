@@ -15,8 +15,13 @@ const QString kStamp = QStringLiteral("QWKStowaway");
 const QString kPlain = QStringLiteral("Saved: Bericht \u00fcber \u20ac.pdf");
 const QString kHtml = QStringLiteral("<p>Saved: <a href=\"file:///tmp/x%20y.pdf\">x y.pdf</a></p>");
 
+// GMime writes text with the system's line ends, and a part it read without a line end before
+// the next boundary may come back with one.
 QByteArray LocalLineEnds(QByteArray text) {
-    return text.replace("\r\n", "\n");
+    text.replace("\r\n", "\n");
+    while (text.endsWith('\n'))
+        text.chop(1);
+    return text;
 }
 
 QString& SavedMailPath() {
