@@ -81,8 +81,8 @@ std::vector<QByteArray> DecodeAttachments(const QByteArray& mail) {
     return decoded;
 }
 
-// The mail's new content through tmp/, made durable with its attachment files by one sync of
-// the file system, renamed over the old file, folder synced.
+// The mail's new content through tmp/, made durable with its attachment files (and the rename
+// before it) by one sync of the file system, then renamed over the old file.
 bool RewriteMail(const QString& path, const QByteArray& content, QString& error) {
     QDir folder = QFileInfo(path).dir();
     folder.cdUp();
@@ -100,12 +100,6 @@ bool RewriteMail(const QString& path, const QByteArray& content, QString& error)
     if (!ok || ::rename(tmp.constData(), QFile::encodeName(path).constData()) != 0) {
         error = Errno(path);
         return false;
-    }
-    const int dirFd = ::open(QFile::encodeName(QFileInfo(path).path()).constData(),
-                             O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-    if (dirFd >= 0) {
-        ::fsync(dirFd);
-        ::close(dirFd);
     }
     return true;
 }

@@ -2,7 +2,7 @@
 // The least work a real run over a corpus must do, done without a mail parser: decode every
 // attachment, write it to a file of its own (temporary file, rename, so no half file is ever
 // seen), and rewrite each mail through tmp/ with one sync that also takes its attachment files,
-// a rename and a folder sync. It is the yardstick of
+// then a rename. It is the yardstick of
 // the real run, not a mail reader: it understands only the MIME that the corpus generator writes.
 #include <QString>
 #include <QStringList>

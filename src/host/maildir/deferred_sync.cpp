@@ -42,6 +42,11 @@ void DeferSync(int fd) {
     Pending().emplace_back(device, std::move(copy));
 }
 
+void DeferFolderSync(const QString& folder) {
+    UniqueFd fd(::open(EncodePath(folder).constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    if (fd.valid()) DeferSync(fd.get());
+}
+
 OpError SyncWithDeferred(int fd) {
     if (::syncfs(fd) != 0) return ErrnoError(errno, QStringLiteral("Cannot sync the file system"));
     dev_t device = 0;

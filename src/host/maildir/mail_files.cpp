@@ -162,12 +162,14 @@ Result<QString> ReplaceMailFile(const QString& folderDir, const QString& subdir,
     const QString newName = ComposeMaildirFileName(fresh);
     const QString newPath = dirPath + QLatin1Char('/') + newName;
     ownWrites.record(newPath);
+    // The renames reach the disk with the next mail's sync, or at the end of the session, or
+    // with the file system's own commit: until then a crash brings back the old mail, whole,
+    // with its attachments, and the next run takes it again.
+    DeferFolderSync(dirPath);
     if (!RenameNoReplace(oldPath, newPath)) {
         // The new content is in place under the old name: saved, only not renamed.
-        SyncFolder(dirPath);
         return {name, OpError::none()};
     }
-    SyncFolder(dirPath);
     return {newName, OpError::none()};
 }
 
