@@ -37,14 +37,8 @@ QList<QByteArray> Snapshot() {
 
 } // namespace
 
-extern "C" int LLVMFuzzerInitialize(int*, char***) {
-    Sandbox::init();
-    return 0;
-}
-
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     if (size == 0) return 0;
-    Sandbox::init();
     Sandbox::reset();
     const DataTable& table = DataTableAt(data[0] % kDataTableCount);
     const QByteArray content(reinterpret_cast<const char*>(data) + 1, qsizetype(size - 1));

@@ -3,13 +3,7 @@
 #include "fuzz_sandbox.h"
 #include "mail_walk.h"
 
-extern "C" int LLVMFuzzerInitialize(int*, char***) {
-    Sandbox::init();
-    return 0;
-}
-
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-    Sandbox::init();
     Sandbox::reset();
     const QStringList before = Sandbox::listAll();
     const QString entryId = DeliverMail(data, size);

@@ -122,14 +122,8 @@ void RewriteAndCheck(WalkedMail& walked, const uint8_t* data, size_t size) {
 
 } // namespace
 
-extern "C" int LLVMFuzzerInitialize(int*, char***) {
-    Sandbox::init();
-    return 0;
-}
-
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     if (size == 0) return 0;
-    Sandbox::init();
     Sandbox::reset();
     const QStringList before = Sandbox::listAll();
     const QString entryId = DeliverMail(data, size);

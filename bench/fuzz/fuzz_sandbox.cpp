@@ -97,6 +97,7 @@ void empty(const QString& dir) {
 }
 
 void reset() {
+    init();
     for (const char* sub : {"cur", "new", "tmp"})
         empty(maildir() + QLatin1Char('/') + QLatin1String(sub));
     empty(target());
@@ -126,4 +127,10 @@ void FailFuzzCheck() {
     if (gContext) gContext();
     std::fflush(stderr);
     std::abort();
+}
+
+// libFuzzer calls this once before the first input; the replay main does the same.
+extern "C" int LLVMFuzzerInitialize(int*, char***) {
+    Sandbox::init();
+    return 0;
 }

@@ -17,8 +17,8 @@ QString maildir();
 QString target();
 // Removes everything in `dir` but the folder itself.
 void empty(const QString& dir);
-// Back to the state after init: no mails, no saved attachments, no data files, start-value
-// globals.
+// Back to the state after init (made first if need be): no mails, no saved attachments, no data
+// files, start-value globals.
 void reset();
 // Every path under the sandbox root, relative to it, for the check that nothing was written
 // where it does not belong.
