@@ -67,9 +67,19 @@ class Prescanner {
                 continue;
             const qsizetype after = pos + 2 + b.size();
             closing = end - after >= 2 && mail_[after] == '-' && mail_[after + 1] == '-';
+            // As GMime reads it: only blanks may follow, so "--d100" is no boundary "d10".
+            if (!OnlyBlanks(closing ? after + 2 : after, end)) continue;
             return i;
         }
         return -1;
+    }
+
+    bool OnlyBlanks(qsizetype pos, qsizetype end) const {
+        for (; pos < end; ++pos) {
+            const char c = mail_[pos];
+            if (c != ' ' && c != '\t' && c != '\r' && c != '\n') return false;
+        }
+        return true;
     }
 
     void handleLine(qsizetype pos, qsizetype end) {
