@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cstring>
 #include <fcntl.h>
 #include <unistd.h>
 
@@ -232,6 +233,19 @@ void MatchingEncoding(GMimeObject* object) {
         g_mime_part_set_content_encoding(part, held);
 }
 
+// GMime keeps a multipart's preamble and epilogue only up to a NUL byte: a line of them cut to
+// "--" and a boundary would split the mail anew when read back. No reader shows them, so text
+// with such a line goes.
+void DropBoundaryLikeText(GMimeMultipart* multipart) {
+    const auto boundaryLike = [](const char* text) {
+        return text && (qstrncmp(text, "--", 2) == 0 || std::strstr(text, "\n--"));
+    };
+    if (boundaryLike(g_mime_multipart_get_prologue(multipart)))
+        g_mime_multipart_set_prologue(multipart, nullptr);
+    if (boundaryLike(g_mime_multipart_get_epilogue(multipart)))
+        g_mime_multipart_set_epilogue(multipart, nullptr);
+}
+
 // Makes every part of the tree read back as it stands: one type, the encoding it is written
 // in, header lines ended, and multiparts closed (one cut off before its closing boundary is
 // otherwise written without one, and each read gives its last part one more line end).
@@ -250,6 +264,7 @@ void ReadyForWriting(GMimeObject* object) {
     if (!GMIME_IS_MULTIPART(object)) return;
     GMimeMultipart* multipart = GMIME_MULTIPART(object);
     multipart->write_end_boundary = TRUE;
+    DropBoundaryLikeText(multipart);
     const int count = g_mime_multipart_get_count(multipart);
     for (int i = 0; i < count; ++i)
         ReadyForWriting(g_mime_multipart_get_part(multipart, i));
