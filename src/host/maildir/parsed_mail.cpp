@@ -187,18 +187,20 @@ void EndHeaderLines(GMimeObject* object) {
 }
 
 // A parameter whose name is no plain token (bytes GMime read out of a broken header) names
-// nothing, and written anew it comes out longer than the store reads back; it goes whenever the
-// type header is written anew.
+// nothing, and written anew it comes out longer than the store reads back; one without a value
+// GMime writes as "name=", which it cannot read back, and the parameters after it are lost.
+// Such parameters go whenever the type header is written anew.
 void DropBrokenParams(GMimeObject* object) {
     GMimeParamList* params =
         g_mime_content_type_get_parameters(g_mime_object_get_content_type(object));
     for (int i = g_mime_param_list_length(params) - 1; i >= 0; --i) {
-        const QByteArray name =
-            g_mime_param_get_name(g_mime_param_list_get_parameter_at(params, i));
+        GMimeParam* param = g_mime_param_list_get_parameter_at(params, i);
+        const QByteArray name = g_mime_param_get_name(param);
         const bool token = !name.isEmpty() && std::all_of(name.begin(), name.end(), [](char c) {
             return c > ' ' && c < 0x7f;
         });
-        if (!token) g_mime_param_list_remove_at(params, i);
+        const char* value = g_mime_param_get_value(param);
+        if (!token || !value || !*value) g_mime_param_list_remove_at(params, i);
     }
 }
 
