@@ -99,9 +99,11 @@ void NoteStructureFault(gint64, GMimeParserWarning code, const gchar*, gpointer 
 
 // Parses bytes that GMime takes over; no copy is made. `faults` gets what is wrong with the
 // structure.
-GMimeMessage* ParseMessage(GByteArray* bytes, QStringList* faults = nullptr) {
+GMimeMessage* ParseMessage(GByteArray* bytes, QStringList* faults = nullptr,
+                           GRef<GMimeStream>* source = nullptr) {
     EnsureGMime();
     GRef<GMimeStream> stream(g_mime_stream_mem_new_with_byte_array(bytes));
+    if (source) *source = stream;
     GRef<GMimeParser> parser(g_mime_parser_new_with_stream(stream.get()));
     GMimeParserOptions* options = g_mime_parser_options_new();
     if (faults) g_mime_parser_options_set_warning_callback(options, NoteStructureFault, faults);
@@ -272,9 +274,45 @@ void ReadyForWriting(GMimeObject* object) {
         ReadyForWriting(g_mime_multipart_get_part(multipart, i));
 }
 
+// A value that stands on one header line as it is.
+bool IsPlainStampValue(const QByteArray& value) {
+    return std::all_of(value.begin(), value.end(), [](char c) { return c >= 0x20 && c < 0x7F; });
+}
+
+// Whether the bytes open with "Name:" (printable characters, no blank) on their first line.
+bool StartsWithHeaderLine(const QByteArray& bytes) {
+    qsizetype i = 0;
+    while (i < bytes.size() && bytes.at(i) > 0x20 && bytes.at(i) < 0x7F && bytes.at(i) != ':')
+        ++i;
+    return i > 0 && i < bytes.size() && bytes.at(i) == ':' && bytes.indexOf('\n') > i;
+}
+
+// Whether a line of the header block starts with `name`, blanks and a colon, case ignored.
+bool HasHeader(const QByteArray& bytes, const char* name) {
+    const qsizetype length = qsizetype(std::strlen(name));
+    for (qsizetype at = 0; at < bytes.size();) {
+        const qsizetype end = bytes.indexOf('\n', at);
+        const qsizetype lineEnd = end < 0 ? bytes.size() : end;
+        if (lineEnd == at || (lineEnd == at + 1 && bytes.at(at) == '\r')) return false;
+        if (lineEnd - at > length && qstrnicmp(bytes.constData() + at, name, length) == 0) {
+            qsizetype i = at + length;
+            while (i < lineEnd && (bytes.at(i) == ' ' || bytes.at(i) == '\t'))
+                ++i;
+            if (i < lineEnd && bytes.at(i) == ':') return true;
+        }
+        at = lineEnd + 1;
+    }
+    return false;
+}
+
+bool WriteBytes(int fd, const QByteArray& bytes) {
+    return WriteAll(fd, bytes.constData(), std::size_t(bytes.size()));
+}
+
 } // namespace
 
-ParsedMail::ParsedMail(GMimeMessage* message) : message_(message) {
+ParsedMail::ParsedMail(GMimeMessage* message, GRef<GMimeStream> source)
+    : message_(message), source_(std::move(source)) {
     layout_ = AnalyseMime(message_);
 }
 
@@ -291,7 +329,8 @@ Result<std::shared_ptr<ParsedMail>> ParsedMail::Parse(GByteArray* bytes, const Q
         return {nullptr, Refused(refused, what)};
     }
     QStringList faults;
-    GMimeMessage* message = ParseMessage(bytes, &faults);
+    GRef<GMimeStream> source;
+    GMimeMessage* message = ParseMessage(bytes, &faults, &source);
     if (!message)
         return {nullptr,
                 OpError::make(ErrNo::Failed, QStringLiteral("Not a readable mail: ") + what)};
@@ -299,7 +338,8 @@ Result<std::shared_ptr<ParsedMail>> ParsedMail::Parse(GByteArray* bytes, const Q
     if (!faults.isEmpty())
         WriteLog(QStringLiteral("! Maildir: a damaged mail (%1): %2")
                      .arg(faults.join(QStringLiteral(", ")), what));
-    return {std::shared_ptr<ParsedMail>(new ParsedMail(message)), OpError::none()};
+    return {std::shared_ptr<ParsedMail>(new ParsedMail(message, std::move(source))),
+            OpError::none()};
 }
 
 Result<std::shared_ptr<ParsedMail>>
@@ -349,10 +389,12 @@ const MailStructure& ParsedMail::structure() const {
 }
 
 void ParsedMail::setSubject(const QString& subject) {
+    rewritten_ = true;
     g_mime_message_set_subject(message_, subject.toUtf8().constData(), "utf-8");
 }
 
 void ParsedMail::setMileage(const QString& mileage) {
+    stamp_ = mileage.toUtf8();
     g_mime_object_set_header(GMIME_OBJECT(message_), "X-Mileage", mileage.toUtf8().constData(),
                              "utf-8");
 }
@@ -378,6 +420,7 @@ void ParsedMail::refreshBodies() {
 }
 
 OpError ParsedMail::deleteAttachment(int index) {
+    rewritten_ = true;
     structure(); // names stay as they were first given
     if (index < 0 || index >= int(layout_.attachments.size()))
         return OpError::make(ErrNo::NotFound, QStringLiteral("No such attachment"));
@@ -403,6 +446,7 @@ OpError ParsedMail::deleteAttachment(int index) {
 }
 
 void ParsedMail::setBody(bool html, const QString& text) {
+    rewritten_ = true;
     const QByteArray utf8 = text.toUtf8();
     GMimeObject* existing = html ? layout_.htmlBody : layout_.plainBody;
     if (existing && GMIME_IS_TEXT_PART(existing)) {
@@ -480,6 +524,8 @@ OpError ParsedMail::writeAttachment(int index, int fd) const {
 }
 
 OpError ParsedMail::writeTo(int fd) const {
+    OpError fastError;
+    if (writeStampedSource(fd, fastError)) return fastError;
     EndHeaderLines(GMIME_OBJECT(message_));
     if (GMimeObject* top = g_mime_message_get_mime_part(message_)) ReadyForWriting(top);
     GRef<GMimeStream> out = BorrowedFdStream(fd);
@@ -491,4 +537,23 @@ OpError ParsedMail::writeTo(int fd) const {
                    : OpError::make(ErrNo::IoError, QStringLiteral("Cannot write the mail"));
     }
     return OpError::none();
+}
+
+bool ParsedMail::writeStampedSource(int fd, OpError& error) const {
+    if (rewritten_ || stamp_.isEmpty() || !source_ || !IsPlainStampValue(stamp_)) return false;
+    const GByteArray* bytes = g_mime_stream_mem_get_byte_array(GMIME_STREAM_MEM(source_.get()));
+    if (!bytes) return false;
+    const QByteArray source =
+        QByteArray::fromRawData(reinterpret_cast<const char*>(bytes->data), qsizetype(bytes->len));
+    // Only a header block that plainly starts with a header and has no stamp yet: the new
+    // line goes first, where no reader can take it for anything else.
+    if (!StartsWithHeaderLine(source) || HasHeader(source, "X-Mileage")) return false;
+    const qsizetype firstEnd = source.indexOf('\n');
+    const bool crlf = firstEnd > 0 && source.at(firstEnd - 1) == '\r';
+    const QByteArray line =
+        QByteArrayLiteral("X-Mileage: ") + stamp_ + (crlf ? QByteArrayLiteral("\r\n") : "\n");
+    if (!WriteBytes(fd, line) || !WriteBytes(fd, source)) {
+        error = ErrnoError(errno, QStringLiteral("Cannot write the mail"));
+    }
+    return true;
 }

@@ -1,6 +1,7 @@
 #pragma once
 // One mail file parsed by GMime, with the changes the engine makes to it before it is written
 // back: subject, stamp, bodies, removed attachments.
+#include "host/maildir/gmime_support.h"
 #include "host/maildir/mail_summary.h"
 #include "host/maildir/mime_layout.h"
 #include "host/maildir/mime_prescan.h"
@@ -45,14 +46,20 @@ class ParsedMail {
     OpError writeTo(int fd) const;
 
   private:
-    explicit ParsedMail(GMimeMessage* message);
+    ParsedMail(GMimeMessage* message, GRef<GMimeStream> source);
     // Takes over `bytes`.
     static Result<std::shared_ptr<ParsedMail>> Parse(GByteArray* bytes, const QString& what,
                                                      const MailLimits& limits);
     void replaceInTree(GMimeObject* old, GMimeObject* replacement);
     void refreshBodies();
+    // The file's own bytes with the stamp as a first header line, when the stamp is the only
+    // change and the bytes allow it; false when the message must be written anew.
+    bool writeStampedSource(int fd, OpError& error) const;
 
     GMimeMessage* message_ = nullptr;
+    GRef<GMimeStream> source_; // the bytes the message was parsed from
+    QByteArray stamp_;         // the stamp set since the parse
+    bool rewritten_ = false;   // anything besides the stamp changed
     FileIdentity identity_;
     MimeLayout layout_;
     mutable std::unique_ptr<MailStructure> structure_;

@@ -297,3 +297,63 @@ TEST_F(MaildirTest, StaleTemporaryFilesOfOurOwnGoAtSessionStart) {
     session();
     EXPECT_EQ(FilesIn(tmp), (QStringList{names[2], names[1]}));
 }
+
+// A stamp alone keeps the file's own bytes behind one new first line; whatever else would make
+// that line unsafe (a stamp already there, a first line that is no header) writes the mail anew.
+TEST_F(MaildirTest, AStampAloneKeepsTheMailsBytesBehindOneNewLine) {
+    struct Case {
+        const char* name;
+        QByteArray mail;
+        QByteArray expectedPrefix; // empty: written anew
+    };
+    const QByteArray body = "--b\nContent-Type: text/plain\n\nHallo\n--b\nContent-Type: "
+                            "application/pdf; name=a.pdf\nContent-Transfer-Encoding: base64\n\n"
+                            "JVBERi0=\n--b--\n";
+    const Case cases[] = {
+        {"lf", "From: a@b\nSubject: x\nContent-Type: multipart/mixed; boundary=b\n\n" + body,
+         "X-Mileage: QWKStowaway\n"},
+        {"crlf",
+         QByteArray("From: a@b\nSubject: x\nContent-Type: multipart/mixed; boundary=b\n\n" + body)
+             .replace("\n", "\r\n"),
+         "X-Mileage: QWKStowaway\r\n"},
+        {"stamp already there",
+         "From: a@b\nX-Mileage : Other\nContent-Type: multipart/mixed; boundary=b\n\n" + body, ""},
+        {"mbox line first",
+         "From a@b Mon Jan  1 00:00:00 2024\nFrom: a@b\nContent-Type: "
+         "multipart/mixed; boundary=b\n\n" +
+             body,
+         ""},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.name);
+        QDir(root + QStringLiteral("/cur")).removeRecursively();
+        ASSERT_TRUE(QDir().mkpath(root + QStringLiteral("/cur")));
+        const QString path =
+            root + QStringLiteral("/cur/") + NewUniqueName() + QStringLiteral(":2,");
+        {
+            QFile f(path);
+            ASSERT_TRUE(f.open(QIODevice::WriteOnly));
+            f.write(c.mail);
+        }
+        const MailItemPtr item = onlyMail();
+        ASSERT_TRUE(item);
+        ASSERT_FALSE(item->SetMileage(QStringLiteral("QWKStowaway")));
+        ASSERT_FALSE(item->Save());
+
+        const QStringList files = FilesIn(root + QStringLiteral("/cur"));
+        ASSERT_EQ(files.size(), 1);
+        const QString now = root + QStringLiteral("/cur/") + files[0];
+        const QByteArray written = readFile(now);
+        if (!c.expectedPrefix.isEmpty())
+            EXPECT_EQ(written, c.expectedPrefix + c.mail);
+        else
+            EXPECT_FALSE(written.endsWith(c.mail)) << written.toStdString();
+
+        // Read back by a fresh session, the mail is done and keeps its attachment.
+        MaildirSession fresh({{root, {}}});
+        const auto items = fresh.GetDefaultInbox().value->Items().value;
+        ASSERT_EQ(items.size(), 1u);
+        EXPECT_EQ(S(items[0]->Mileage().value), "QWKStowaway");
+        EXPECT_EQ(items[0]->AttachmentCount().value, 1);
+    }
+}
