@@ -237,10 +237,12 @@ TEST_F(RealRunTest, RemovalWithLinksRewritesHtmlAndPlainMailsSoundlyUnderNewName
         for (const QString& name : c.removed) {
             EXPECT_FALSE(parts.join(QLatin1Char('\n')).contains(name)) << S(parts.join(", "));
             // Every text part lists the link, whichever one a reader shows.
-            for (const QJsonValue& p : parsed[u"parts"_s].toArray())
-                if (p.toObject().contains(u"text"_s))
+            for (const QJsonValue& p : parsed[u"parts"_s].toArray()) {
+                if (p.toObject().contains(u"text"_s)) {
                     EXPECT_TRUE(p.toObject()[u"text"_s].toString().contains(Link(target(name))))
                         << S(p.toObject()[u"type"_s].toString());
+                }
+            }
             EXPECT_TRUE(QFile::exists(target(name))) << S(name);
         }
         for (const QString& part : c.keptParts)

@@ -26,9 +26,7 @@ struct MailHeaders {
 struct AttachmentInfo {
     QString fileName; // decoded; made up where the part has none
     int type = AttachType::ByValue;
-    QString contentId;    // without angle brackets
-    qint64 size = 0;      // decoded bytes
-    bool damaged = false; // the content cannot be decoded whole
+    QString contentId; // without angle brackets
 };
 
 struct MailStructure {

@@ -25,8 +25,7 @@ Result<QString> MaildirAttachment::ContentId() const {
 }
 
 Result<qint64> MaildirAttachment::Size() const {
-    const Result<AttachmentInfo> info = item_->attachmentInfo(key_);
-    return {info.value.size, info.error};
+    return item_->attachmentSize(key_);
 }
 
 OpError MaildirAttachment::SaveAsFile(const QString& path) {

@@ -43,6 +43,7 @@ void MaildirItem::moveTo(const MailFileEntry& file) const {
     if (sameContent) return;
     parsed_.reset();
     keys_.clear();
+    sizes_.clear();
     keysReady_ = false;
 }
 
@@ -334,14 +335,20 @@ Result<AttachmentInfo> MaildirItem::attachmentInfo(int key) const {
     return {structure().value->attachments[size_t(index.value)], OpError::none()};
 }
 
+Result<qint64> MaildirItem::attachmentSize(int key) const {
+    if (const auto known = sizes_.find(key); known != sizes_.end())
+        return {known->second, OpError::none()};
+    if (OpError error = ensureParsed()) return {0, error};
+    const Result<int> index = indexOfKey(key);
+    if (!index.ok()) return {0, index.error};
+    const qint64 size = parsed_->attachmentSize(index.value);
+    sizes_[key] = size;
+    return {size, OpError::none()};
+}
+
 OpError MaildirItem::saveAttachment(int key, const QString& target) {
     const Result<AttachmentInfo> info = attachmentInfo(key);
     if (!info.ok()) return info.error;
-    if (info.value.damaged)
-        return OpError::make(ErrNo::IoError,
-                             QStringLiteral("The attachment \"%1\" is damaged (its base64 content "
-                                            "ends early) and cannot be saved whole")
-                                 .arg(info.value.fileName));
     if (OpError error = ensureParsed()) return error;
     const Result<int> index = indexOfKey(key);
     if (!index.ok()) return index.error;

@@ -7,6 +7,8 @@
 #include "host/maildir/maildir_store.h"
 #include "host/maildir/parsed_mail.h"
 
+#include <map>
+
 class MaildirItem : public MailItem, public std::enable_shared_from_this<MaildirItem> {
   public:
     MaildirItem(MaildirStorePtr store, QString folderId, MailFileEntry file);
@@ -47,6 +49,7 @@ class MaildirItem : public MailItem, public std::enable_shared_from_this<Maildir
 
     // For the attachments, which name themselves by a key that survives deletions of others.
     Result<AttachmentInfo> attachmentInfo(int key) const;
+    Result<qint64> attachmentSize(int key) const;
     OpError saveAttachment(int key, const QString& path);
     OpError deleteAttachment(int key);
 
@@ -67,5 +70,6 @@ class MaildirItem : public MailItem, public std::enable_shared_from_this<Maildir
     mutable std::shared_ptr<ParsedMail> parsed_;
     mutable std::vector<int> keys_; // attachment keys in attachment order
     mutable bool keysReady_ = false;
+    mutable std::map<int, qint64> sizes_; // decoded sizes by key, once asked for
     bool dirty_ = false;
 };

@@ -39,7 +39,8 @@ QString MaildirFolderDirectory(const MailFolderPtr& folder) {
 }
 
 MaildirFolderWatch::MaildirFolderWatch(MailFolderPtr folder, QString directory,
-                                       NewMailSource::ItemAddHandler handler, OwnWriteTest isOwnWrite)
+                                       NewMailSource::ItemAddHandler handler,
+                                       OwnWriteTest isOwnWrite)
     : m_folder(std::move(folder)), m_directory(std::move(directory)), m_handler(std::move(handler)),
       m_isOwnWrite(std::move(isOwnWrite)) {
     auto* watcher = new QFileSystemWatcher(this);
@@ -69,8 +70,7 @@ QSet<QString> MaildirFolderWatch::currentIds(std::vector<MailItemPtr>* items) co
     for (const MailItemPtr& item : all.value) {
         const QString id = item->EntryID().value;
         ids.insert(id);
-        if (items && !m_known.contains(id))
-            items->push_back(item);
+        if (items && !m_known.contains(id)) items->push_back(item);
     }
     return ids;
 }
@@ -100,8 +100,7 @@ void MaildirFolderWatch::scan() {
         std::vector<MailItemPtr> added;
         m_known = currentIds(&added) + named;
         for (const MailItemPtr& item : added) {
-            if (m_isOwnWrite && m_isOwnWrite(item->EntryID().value))
-                continue;
+            if (m_isOwnWrite && m_isOwnWrite(item->EntryID().value)) continue;
             m_handler(item);
         }
     } while (m_rescan);
@@ -114,9 +113,9 @@ WatchMaildirFolder(const MailFolderPtr& folder, NewMailSource::ItemAddHandler ha
                    MaildirFolderWatch::OwnWriteTest isOwnWrite) {
     const QString dir = MaildirFolderDirectory(folder);
     if (!QFileInfo(dir + QStringLiteral("/new")).isDir())
-        return {nullptr, OpError::make(ErrNo::NotFound,
-                                       QStringLiteral("Not a Maildir folder: ") + dir)};
-    std::unique_ptr<ItemAddSubscription> watch =
-        std::make_unique<MaildirFolderWatch>(folder, dir, std::move(handler), std::move(isOwnWrite));
+        return {nullptr,
+                OpError::make(ErrNo::NotFound, QStringLiteral("Not a Maildir folder: ") + dir)};
+    std::unique_ptr<ItemAddSubscription> watch = std::make_unique<MaildirFolderWatch>(
+        folder, dir, std::move(handler), std::move(isOwnWrite));
     return {std::move(watch), OpError::none()};
 }

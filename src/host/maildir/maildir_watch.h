@@ -13,16 +13,16 @@
 
 class MaildirFolderWatch : public QObject, public ItemAddSubscription {
     Q_OBJECT
-public:
+  public:
     using OwnWriteTest = std::function<bool(const QString& entryId)>;
 
-    MaildirFolderWatch(MailFolderPtr folder, QString directory, NewMailSource::ItemAddHandler handler,
-                       OwnWriteTest isOwnWrite);
+    MaildirFolderWatch(MailFolderPtr folder, QString directory,
+                       NewMailSource::ItemAddHandler handler, OwnWriteTest isOwnWrite);
 
     // Looks at the folder now and reports what is new since the last look.
     void scan();
 
-private:
+  private:
     QSet<QString> currentIds(std::vector<MailItemPtr>* items) const;
     // Scans now, or once the pause after the last scan is over.
     void onDirectoryChanged();

@@ -99,7 +99,6 @@ MailStructure DescribeStructure(GMimeMessage* message, const MimeLayout& layout)
         const QByteArray type = PartMimeType(part);
         info.type = type == "message/rfc822" ? AttachType::EmbeddedItem : AttachType::ByValue;
         info.contentId = ContentIdOf(part);
-        info.size = PartContentSize(part, &info.damaged);
         QString name = PartFileName(part);
         if (name.isEmpty() && info.type == AttachType::EmbeddedItem) {
             const QString subject = InnerSubject(part);

@@ -507,6 +507,11 @@ QString ParsedMail::bodyText(bool html) const {
     return part ? PartText(part) : QString();
 }
 
+qint64 ParsedMail::attachmentSize(int index) const {
+    if (index < 0 || index >= int(layout_.attachments.size())) return 0;
+    return PartContentSize(layout_.attachments[size_t(index)], nullptr);
+}
+
 OpError ParsedMail::writeAttachment(int index, int fd) const {
     if (index < 0 || index >= int(layout_.attachments.size()))
         return OpError::make(ErrNo::NotFound, QStringLiteral("No such attachment"));
@@ -516,8 +521,9 @@ OpError ParsedMail::writeAttachment(int index, int fd) const {
         return error;
     if (damaged)
         return OpError::make(ErrNo::IoError,
-                             QStringLiteral("The attachment's base64 content is damaged; it "
-                                            "cannot be saved whole"));
+                             QStringLiteral("The attachment \"%1\" is damaged (its base64 content "
+                                            "ends early) and cannot be saved whole")
+                                 .arg(structure().attachments[size_t(index)].fileName));
     if (g_mime_stream_flush(out.get()) != 0)
         return OpError::make(ErrNo::IoError, QStringLiteral("Cannot write the attachment"));
     return OpError::none();

@@ -40,6 +40,9 @@ class ParsedMail {
     // Replaces the text of the HTML or plain body, or adds such a body, in UTF-8.
     void setBody(bool html, const QString& text);
     QString bodyText(bool html) const;
+    // The decoded size of attachment `index`; decoding is the only way to know it, so it is
+    // done when asked and not with the structure.
+    qint64 attachmentSize(int index) const;
     // Writes the decoded content of attachment `index`; an error if it cannot be decoded whole.
     OpError writeAttachment(int index, int fd) const;
     // Writes the whole message.
