@@ -37,17 +37,19 @@ class RecordWriter {
     template <int N> void text(const FixedText<N>& field) {
         // Latin-1 text, the usual case, is copied byte for byte; anything else takes the full
         // conversion.
-        const QString& raw = field.raw();
-        if (raw.size() == N && IsLatin1Only(raw)) {
-            const qsizetype at = m_bytes.size();
-            m_bytes.resize(at + N);
+        const QString& text = field.text();
+        const qsizetype at = m_bytes.size();
+        if (IsLatin1Only(text)) {
+            m_bytes.resize(at + text.size());
             char* p = m_bytes.data() + at;
-            for (const QChar c : raw)
+            for (const QChar c : text)
                 *p++ = static_cast<char>(c.unicode());
-            return;
+        } else {
+            m_bytes.append(ToAnsi(text));
         }
+        m_bytes.append(N - text.size(), static_cast<char>(field.fill().unicode()));
         // Always N bytes: a character pair outside the code page shrinks to one "?".
-        m_bytes.append(ToAnsi(raw).leftJustified(N, ' ', true));
+        if (m_bytes.size() - at < N) m_bytes.append(N - (m_bytes.size() - at), ' ');
     }
     void int16(int16_t v) {
         char b[2];
@@ -174,7 +176,8 @@ QString Errno() {
 
 // Reads a table from its file. False when the file does not exist (the caller supplies the
 // defaults); any other failure leaves an empty table and a LOG line.
-template <class Rec, class Count, class Records> bool ReadTable(const Table<Rec, Count, Records>& t) {
+template <class Rec, class Count, class Records>
+bool ReadTable(const Table<Rec, Count, Records>& t) {
     const QString path = DataFilePath(QLatin1String(t.extension));
     const QFileInfo info(path);
     if (!info.exists() && !info.isSymLink()) return false;
@@ -254,15 +257,24 @@ template <class Rec, class Count, class Records>
 void WriteTable(const Table<Rec, Count, Records>& t) {
     if (!t.changed) return;
     const QString path = DataFilePath(QLatin1String(t.extension));
-    QByteArray bytes;
     const auto count = std::min<qint64>(t.count, static_cast<qint64>(t.records.size()) - 1);
-    bytes.reserve(count * t.recordSize);
-    for (qint64 i = 1; i <= count; ++i)
-        bytes.append(t.encode(t.records[static_cast<size_t>(i)]));
+    // Written in pieces of some records each: a long protocol never needs a second copy of
+    // itself in memory.
+    constexpr qint64 kPiece = 256;
+    const auto produce = [&](const PieceWriter& write) {
+        QByteArray piece;
+        for (qint64 first = 1; first <= count; first += kPiece) {
+            piece.clear();
+            for (qint64 i = first; i <= std::min(count, first + kPiece - 1); ++i)
+                piece.append(t.encode(t.records[static_cast<size_t>(i)]));
+            if (!write(piece)) return false;
+        }
+        return true;
+    };
 
     KeepRefusedFile(path);
     QString why;
-    if (!ReplaceFileAtomically(path, bytes, &why)) {
+    if (!ReplaceFileAtomically(path, produce, &why)) {
         // The flag stays set: the table is still in memory, and the next save tries again.
         WriteLog(QStringLiteral("! SaveData: can't write ") + path + QStringLiteral(": ") + why);
         return;
@@ -415,6 +427,12 @@ udtBlockedFormat DecodeBlockedFormat(const char* data) {
 }
 
 bool ReplaceFileAtomically(const QString& path, const QByteArray& bytes, QString* why) {
+    return ReplaceFileAtomically(
+        path, [&bytes](const PieceWriter& write) { return write(bytes); }, why);
+}
+
+bool ReplaceFileAtomically(const QString& path,
+                           const std::function<bool(const PieceWriter&)>& produce, QString* why) {
     const auto fail = [why](const QString& text) {
         if (why) *why = text;
         return false;
@@ -437,19 +455,27 @@ bool ReplaceFileAtomically(const QString& path, const QByteArray& bytes, QString
     if (::stat(target.constData(), &old) == 0 && S_ISREG(old.st_mode))
         ::fchmod(fd, old.st_mode & 07777);
 
-    const char* p = bytes.constData();
-    qsizetype left = bytes.size();
-    while (left > 0) {
-        const ssize_t n = ::write(fd, p, static_cast<size_t>(left));
-        if (n < 0 && errno == EINTR) continue;
-        if (n <= 0) {
-            const QString error = n < 0 ? Errno() : QStringLiteral("nothing written");
-            ::close(fd);
-            ::unlink(temp.constData());
-            return fail(error);
+    QString writeError;
+    const auto write = [fd, &writeError](const QByteArray& piece) {
+        const char* p = piece.constData();
+        qsizetype left = piece.size();
+        while (left > 0) {
+            const ssize_t n = ::write(fd, p, static_cast<size_t>(left));
+            if (n < 0 && errno == EINTR) continue;
+            if (n <= 0) {
+                writeError = n < 0 ? Errno() : QStringLiteral("nothing written");
+                return false;
+            }
+            p += n;
+            left -= n;
         }
-        p += n;
-        left -= n;
+        return true;
+    };
+    if (!produce(write)) {
+        ::close(fd);
+        ::unlink(temp.constData());
+        return fail(writeError.isEmpty() ? QStringLiteral("the content could not be made")
+                                         : writeError);
     }
     const bool synced = ::fsync(fd) == 0;
     const QString syncError = synced ? QString() : Errno();

@@ -8,6 +8,8 @@
 #include <QByteArray>
 #include <QString>
 
+#include <functional>
+
 // ".rls", ".prj", ".fld", ".prt", ".ble": the file in the data folder.
 QString DataFilePath(const QString& extension);
 
@@ -33,3 +35,9 @@ udtBlockedFormat DecodeBlockedFormat(const char* data);
 // Writes `bytes` to `path` through a temporary file in the same folder, synced and renamed
 // over the old file. False (and the old file untouched) on any failure, with the reason in `why`.
 bool ReplaceFileAtomically(const QString& path, const QByteArray& bytes, QString* why = nullptr);
+// The same for content made piece by piece: `produce` hands each piece to the writer it gets,
+// which answers false once writing failed.
+using PieceWriter = std::function<bool(const QByteArray& piece)>;
+bool ReplaceFileAtomically(const QString& path,
+                           const std::function<bool(const PieceWriter&)>& produce,
+                           QString* why = nullptr);

@@ -14,7 +14,7 @@ extern bool SWTest;       // test mode of the driver
 extern bool TestNotifies; // notifications in test runs too
 extern bool SWRun;        // a real pass: per-rule notifications and the summary are wanted
 extern bool LangChanged;
-extern int16_t Notify;     // notification style
+extern int16_t Notify; // notification style
 extern bool NotifySound;
 extern int16_t NotifyTime; // seconds
 extern QString SoundName;

@@ -8,17 +8,23 @@
 using VbBool = int16_t;
 constexpr VbBool vbTrue = -1;
 constexpr VbBool vbFalse = 0;
-inline VbBool ToVb(bool b) { return b ? vbTrue : vbFalse; }
-inline bool IsTrue(VbBool b) { return b != 0; }
+inline VbBool ToVb(bool b) {
+    return b ? vbTrue : vbFalse;
+}
+inline bool IsTrue(VbBool b) {
+    return b != 0;
+}
 
+// The N characters are held as the text before the padding and the padding character, so a
+// field costs what its text needs (a protocol of many records stays small in memory).
 template <int N> class FixedText {
-public:
+  public:
     static constexpr int Length = N;
 
-    FixedText() : m_raw(N, QChar(0)) {}
+    FixedText() = default; // N NULs
 
     // Stores a value: cut to N characters, blank-padded at the right.
-    void set(const QString& value) { m_raw = value.left(N).leftJustified(N, QLatin1Char(' ')); }
+    void set(const QString& value) { store(value.left(N), QLatin1Char(' ')); }
     FixedText& operator=(const QString& value) {
         set(value);
         return *this;
@@ -27,18 +33,39 @@ public:
     // The value as every reader takes it: blanks trimmed (NULs of a new field stay).
     QString get() const;
     // All N characters as stored.
-    const QString& raw() const { return m_raw; }
+    QString raw() const { return m_text + QString(N - m_text.size(), m_fill); }
+    // The characters before the padding, and the padding character.
+    const QString& text() const { return m_text; }
+    QChar fill() const { return m_fill; }
     // Takes N characters exactly as they stand (used by the file reader).
-    void setRaw(const QString& raw) { m_raw = raw.left(N).leftJustified(N, QChar(0)); }
+    void setRaw(const QString& raw) { store(raw.left(N), QChar(0)); }
 
     bool operator==(const FixedText&) const = default;
 
-private:
-    QString m_raw;
+  private:
+    // `value` (at most N characters) padded with `fill`; a run of blanks or NULs at the end is
+    // kept as padding, so equal contents are held alike.
+    void store(const QString& value, QChar fill);
+
+    QString m_text;
+    QChar m_fill = QChar(0);
 };
 
 QString TrimFixedText(const QString& raw);
-template <int N> QString FixedText<N>::get() const { return TrimFixedText(m_raw); }
+// The end of `value` that is a run of blanks or NULs: where it starts, and which it is.
+qsizetype PaddingStart(const QString& value, qsizetype length, QChar fill, QChar& padding);
+
+template <int N> QString FixedText<N>::get() const {
+    // Blank padding is trimmed anyway; NUL padding stays part of the value.
+    return TrimFixedText(m_fill == QLatin1Char(' ') ? m_text : raw());
+}
+
+template <int N> void FixedText<N>::store(const QString& value, QChar fill) {
+    QChar padding;
+    const qsizetype start = PaddingStart(value, N, fill, padding);
+    m_text = start == value.size() ? value : value.left(start);
+    m_fill = padding;
+}
 
 struct udtRule {
     VbBool Active = 0;
