@@ -92,6 +92,7 @@ Result<MailStructurePtr> MaildirItem::structure() const {
                 cached.structure = std::make_shared<const MailStructure>(read.value->structure());
                 if (!cached.headers)
                     cached.headers = std::make_shared<const MailHeaders>(read.value->headers());
+                store_->shared->lastParsed = {path(), read.value};
             } else {
                 cached.structureError = read.error;
             }
@@ -109,6 +110,8 @@ Result<MailStructurePtr> MaildirItem::structure() const {
 
 OpError MaildirItem::ensureParsed() const {
     followRenames();
+    if (parsed_) return OpError::none();
+    parsed_ = store_->shared->lastParsed.take(path(), file_.identity);
     if (parsed_) return OpError::none();
     auto read = ParsedMail::LoadFile(path(), &file_.identity, store_->shared->limits);
     if (!read.ok()) return read.error;

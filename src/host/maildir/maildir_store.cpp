@@ -1,5 +1,7 @@
 #include "host/maildir/maildir_store.h"
 
+#include "host/maildir/parsed_mail.h"
+
 const MailLocation* MaildirShared::find(const QString& entryId) const {
     QString id = entryId;
     // Follow the saves; the bound only guards against a cycle.
@@ -10,4 +12,11 @@ const MailLocation* MaildirShared::find(const QString& entryId) const {
     }
     const auto found = locations.constFind(id);
     return found == locations.constEnd() ? nullptr : &*found;
+}
+
+std::shared_ptr<ParsedMail> LastParsed::take(const QString& wanted, const FileIdentity& identity) {
+    std::shared_ptr<ParsedMail> taken = std::move(mail);
+    const bool same = taken && path == wanted && taken->identity().sameFile(identity);
+    path.clear();
+    return same ? taken : nullptr;
 }

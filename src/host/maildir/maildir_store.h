@@ -4,6 +4,7 @@
 #include "host/maildir/mail_cache.h"
 #include "host/maildir/mime_prescan.h"
 #include "host/maildir/own_writes.h"
+#include "host/maildir/posix_files.h"
 
 #include <QHash>
 #include <QString>
@@ -17,8 +18,21 @@ struct MailLocation {
     QString name;
 };
 
+class ParsedMail;
+
+// The mail parsed last for its attachment list, kept for the object that asks for it next: the
+// driver looks at a mail's attachments and then fetches the mail to work on it.
+struct LastParsed {
+    QString path;
+    std::shared_ptr<ParsedMail> mail;
+
+    // The kept mail if it is the one of `path` and `identity`; the slot is empty afterwards.
+    std::shared_ptr<ParsedMail> take(const QString& path, const FileIdentity& identity);
+};
+
 struct MaildirShared {
     MailCache cache;
+    LastParsed lastParsed;
     OwnWrites ownWrites;
     MailLimits limits;
     QHash<QString, MailLocation> locations; // by EntryID

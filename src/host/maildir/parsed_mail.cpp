@@ -121,19 +121,24 @@ GByteArray* ToGBytes(const QByteArray& bytes) {
 
 // The whole file, in memory GMime can take over.
 Result<GByteArray*> ReadWholeMail(int fd, const QString& path, qint64 sizeHint) {
-    GByteArray* data = g_byte_array_sized_new(guint(qBound<qint64>(0, sizeHint, 1LL << 30)));
-    guint8 buffer[65536];
+    // Read straight into the array, with room for one more block, until the end of the file.
+    constexpr guint kBlock = 65536;
+    GByteArray* data =
+        g_byte_array_sized_new(guint(qBound<qint64>(0, sizeHint, 1LL << 30)) + kBlock);
+    guint used = 0;
     for (;;) {
-        const ssize_t n = ::read(fd, buffer, sizeof buffer);
+        g_byte_array_set_size(data, used + kBlock);
+        const ssize_t n = ::read(fd, data->data + used, kBlock);
         if (n < 0) {
             if (errno == EINTR) continue;
             const OpError error = ErrnoError(errno, QStringLiteral("Cannot read the mail ") + path);
             g_byte_array_unref(data);
             return {nullptr, error};
         }
+        used += guint(n);
         if (n == 0) break;
-        g_byte_array_append(data, buffer, guint(n));
     }
+    g_byte_array_set_size(data, used);
     return {data, OpError::none()};
 }
 
