@@ -43,24 +43,34 @@ Result<int> OpenMail(const QString& path, const FileIdentity* expected, FileIden
 // Reads the header block, up to the blank line after it; at most a little over `limit` bytes.
 Result<QByteArray> ReadHeaderBlock(int fd, const QString& path, qint64 limit) {
     QByteArray data;
-    char buffer[65536];
+    // Header blocks are small: a first read of a few KB usually holds one whole.
+    qsizetype block = 8192;
     for (;;) {
-        const ssize_t n = ::read(fd, buffer, sizeof buffer);
+        const qsizetype searchFrom = qMax<qsizetype>(0, data.size() - 2);
+        const qsizetype used = data.size();
+        data.resize(used + block);
+        const ssize_t n = ::read(fd, data.data() + used, size_t(block));
         if (n < 0) {
+            data.truncate(used);
             if (errno == EINTR) continue;
             return {{}, ErrnoError(errno, QStringLiteral("Cannot read the mail ") + path)};
         }
+        data.truncate(used + n);
         if (n == 0) break;
-        const qsizetype searchFrom = qMax<qsizetype>(0, data.size() - 3);
-        data.append(buffer, n);
-        qsizetype end = data.indexOf("\n\n", searchFrom);
-        const qsizetype crlf = data.indexOf("\n\r\n", searchFrom);
-        if (crlf >= 0 && (end < 0 || crlf < end)) end = crlf;
-        if (end >= 0) {
-            data.truncate(end + 1);
-            break;
+        // The first line end followed by an empty line ("\n\n" or "\n\r\n").
+        const char* begin = data.constData();
+        const char* end = begin + data.size();
+        for (const char* p = begin + searchFrom; p < end;) {
+            p = static_cast<const char*>(std::memchr(p, '\n', size_t(end - p)));
+            if (!p) break;
+            if (p + 1 < end && (p[1] == '\n' || (p[1] == '\r' && p + 2 < end && p[2] == '\n'))) {
+                data.truncate(p - begin + 1);
+                return {data, OpError::none()};
+            }
+            ++p;
         }
         if (data.size() > limit) break;
+        block = qMin<qsizetype>(block * 2, 65536);
     }
     return {data, OpError::none()};
 }
