@@ -23,14 +23,20 @@ OpError NoSuchAttachment() {
 } // namespace
 
 MaildirItem::MaildirItem(MaildirStorePtr store, QString folderId, MailFileEntry file)
-    : store_(std::move(store)), folderId_(std::move(folderId)), file_(std::move(file)) {}
+    : store_(std::move(store)), folderId_(std::move(folderId)), file_(std::move(file)),
+      folderDir_(FolderDirectory(store_->root, folderId_)) {}
 
 QString MaildirItem::folderDir() const {
-    return FolderDirectory(store_->root, folderId_);
+    return folderDir_;
 }
 
-QString MaildirItem::subdirPath() const {
-    return folderDir() + QLatin1Char('/') + file_.subdir;
+const QString& MaildirItem::subdirPath() const {
+    // Asked for at every look into the cache; made anew only when the mail changed subfolder.
+    if (subdirPath_.isEmpty() || subdirOfPath_ != file_.subdir) {
+        subdirPath_ = folderDir_ + QLatin1Char('/') + file_.subdir;
+        subdirOfPath_ = file_.subdir;
+    }
+    return subdirPath_;
 }
 
 QString MaildirItem::path() const {
@@ -51,7 +57,7 @@ void MaildirItem::followRenames() const {
     if (dirty_) return; // our own changes belong to the version we read
     // Only the store's own renames can be followed, and the store notes each of them: a mail
     // still where the store last saw it needs no look at the disk.
-    const MailLocation* location = store_->shared->find(ParseMaildirFileName(file_.name).unique);
+    const MailLocation* location = store_->shared->find(MaildirUnique(file_.name));
     if (!location || location->root != store_->root || location->folderId != folderId_) return;
     if (location->subdir == file_.subdir && location->name == file_.name) return;
     FileIdentity now;
@@ -156,7 +162,7 @@ Result<int> MaildirItem::Class() const {
 }
 
 Result<QString> MaildirItem::EntryID() const {
-    return {ParseMaildirFileName(file_.name).unique, OpError::none()};
+    return {MaildirUnique(file_.name), OpError::none()};
 }
 
 Result<MailFolderPtr> MaildirItem::Parent() const {
@@ -181,7 +187,7 @@ OpError MaildirItem::SetSubject(const QString& subject) {
 
 Result<bool> MaildirItem::UnRead() const {
     followRenames();
-    return {!ParseMaildirFileName(file_.name).flags.contains(QLatin1Char('S')), OpError::none()};
+    return {!MaildirHasFlag(file_.name, QLatin1Char('S')), OpError::none()};
 }
 
 OpError MaildirItem::SetUnRead(bool unread) {
@@ -294,8 +300,8 @@ OpError MaildirItem::Save() {
         WriteLog(QStringLiteral("! Maildir: the mail stays as it was: ") + saved.error.description);
         return saved.error;
     }
-    const QString oldUnique = ParseMaildirFileName(file_.name).unique;
-    const QString newUnique = ParseMaildirFileName(saved.value).unique;
+    const QString oldUnique = MaildirUnique(file_.name);
+    const QString newUnique = MaildirUnique(saved.value);
     shared.cache.forget(subdirPath(), file_.name);
     file_.name = saved.value;
     IdentityOfPath(path(), file_.identity);

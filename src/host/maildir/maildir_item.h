@@ -55,7 +55,7 @@ class MaildirItem : public MailItem, public std::enable_shared_from_this<Maildir
 
   private:
     QString folderDir() const;
-    QString subdirPath() const;
+    const QString& subdirPath() const;
     // Follows the mail when this store renamed it through another object.
     void followRenames() const;
     Result<MailHeadersPtr> headers() const;
@@ -71,5 +71,8 @@ class MaildirItem : public MailItem, public std::enable_shared_from_this<Maildir
     mutable std::vector<int> keys_; // attachment keys in attachment order
     mutable bool keysReady_ = false;
     mutable std::map<int, qint64> sizes_; // decoded sizes by key, once asked for
+    QString folderDir_;
+    mutable QString subdirPath_;
+    mutable QString subdirOfPath_;
     bool dirty_ = false;
 };

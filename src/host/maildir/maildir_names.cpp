@@ -42,6 +42,19 @@ MaildirFileName ParseMaildirFileName(const QString& fileName) {
     return name;
 }
 
+QString MaildirUnique(const QString& fileName) {
+    const qsizetype colon = fileName.indexOf(QLatin1Char(':'));
+    return colon < 0 ? fileName : fileName.left(colon);
+}
+
+bool MaildirHasFlag(const QString& fileName, QChar flag) {
+    const qsizetype colon = fileName.indexOf(QLatin1Char(':'));
+    if (colon < 0 || QStringView(fileName).mid(colon + 1, 2) != QLatin1String("2,")) return false;
+    for (qsizetype i = colon + 3; i < fileName.size() && fileName.at(i) != QLatin1Char(','); ++i)
+        if (fileName.at(i) == flag) return true;
+    return false;
+}
+
 QString ComposeMaildirFileName(const MaildirFileName& name) {
     if (!name.hasInfo) return name.unique;
     return name.unique + QStringLiteral(":2,") + SortedFlags(name.flags);

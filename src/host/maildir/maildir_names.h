@@ -10,6 +10,10 @@ struct MaildirFileName {
 };
 
 MaildirFileName ParseMaildirFileName(const QString& fileName);
+// The same parts on their own, without building the rest: a walk over a folder asks for them
+// many times per mail.
+QString MaildirUnique(const QString& fileName);
+bool MaildirHasFlag(const QString& fileName, QChar flag);
 // "<unique>:2,<flags>" with the flags in ASCII order; without info just the unique part.
 QString ComposeMaildirFileName(const MaildirFileName& name);
 

@@ -51,6 +51,9 @@ MaildirSession::MaildirSession(const std::vector<StoreSpec>& stores, const MailL
 }
 
 MaildirStorePtr MaildirSession::findStore(const QString& storeId) const {
+    // The StoreID as the store itself gives it, the usual case, needs no cleaning.
+    for (const MaildirStorePtr& store : stores_)
+        if (store->root == storeId) return store;
     const QString root = CleanRoot(storeId.trimmed());
     for (const MaildirStorePtr& store : stores_)
         if (store->root == root) return store;
@@ -71,7 +74,7 @@ void MaildirSession::indexStore(const MaildirStorePtr& store) {
     for (const FolderEntry& folder : AllMailFolders(store->root)) {
         for (const MailFileEntry& file :
              ListMailFiles(FolderDirectory(store->root, folder.id)).value)
-            shared_->locations.insert(ParseMaildirFileName(file.name).unique,
+            shared_->locations.insert(MaildirUnique(file.name),
                                       MailLocation{store->root, folder.id, file.subdir, file.name});
     }
 }

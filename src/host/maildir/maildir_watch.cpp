@@ -23,8 +23,7 @@ QSet<QString> NamedIds(const QString& directory) {
         DIR* dir = ::opendir(EncodePath(directory + QLatin1String(sub)).constData());
         if (!dir) continue;
         while (const dirent* e = ::readdir(dir))
-            if (e->d_name[0] != '.')
-                ids.insert(ParseMaildirFileName(QFile::decodeName(e->d_name)).unique);
+            if (e->d_name[0] != '.') ids.insert(MaildirUnique(QFile::decodeName(e->d_name)));
         ::closedir(dir);
     }
     return ids;

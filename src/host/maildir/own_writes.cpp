@@ -4,7 +4,7 @@
 
 namespace {
 QString EntryIdOf(const QString& path) {
-    return ParseMaildirFileName(path.mid(path.lastIndexOf(QLatin1Char('/')) + 1)).unique;
+    return MaildirUnique(path.mid(path.lastIndexOf(QLatin1Char('/')) + 1));
 }
 } // namespace
 

@@ -173,6 +173,12 @@ TEST(MaildirNames, UniquePartFlagsAndFreshNames) {
         EXPECT_EQ(S(n.unique), c.unique) << c.name;
         EXPECT_EQ(S(n.flags), c.flags) << c.name;
         EXPECT_EQ(n.hasInfo, c.info) << c.name;
+        // The quick readers a folder walk uses agree with the whole parse.
+        EXPECT_EQ(S(MaildirUnique(QString::fromLatin1(c.name))), c.unique) << c.name;
+        for (const char flag : {'S', 'F', 'R', 'X', 'e'})
+            EXPECT_EQ(MaildirHasFlag(QString::fromLatin1(c.name), QLatin1Char(flag)),
+                      n.flags.contains(QLatin1Char(flag)))
+                << c.name << ' ' << flag;
     }
     EXPECT_EQ(S(FlagsWith(QStringLiteral("RF"), QLatin1Char('S'))), "FRS");
     EXPECT_EQ(S(FlagsWithout(QStringLiteral("FRS"), QLatin1Char('S'))), "FR");
