@@ -1,11 +1,11 @@
 #include "host/maildir/mail_cache.h"
 
-CachedMail& MailCache::entry(const QString& dir, const QString& name,
-                             const FileIdentity& identity) {
-    CachedMail& cached = dirs_[dir][name];
-    if (!cached.identity.sameFile(identity)) {
-        cached = CachedMail{};
-        cached.identity = identity;
+std::shared_ptr<CachedMail> MailCache::entry(const QString& dir, const QString& name,
+                                             const FileIdentity& identity) {
+    std::shared_ptr<CachedMail>& cached = dirs_[dir][name];
+    if (!cached || !cached->identity.sameFile(identity)) {
+        cached = std::make_shared<CachedMail>();
+        cached->identity = identity;
     }
     return cached;
 }
@@ -34,7 +34,7 @@ void MailCache::rename(const QString& dir, const QString& name, const QString& n
     if (found == dirs_.end()) return;
     const auto entry = found->find(name);
     if (entry == found->end()) return;
-    CachedMail moved = *entry;
+    std::shared_ptr<CachedMail> moved = *entry;
     found->erase(entry);
-    dirs_[newDir][newName] = moved;
+    dirs_[newDir][newName] = std::move(moved);
 }

@@ -9,6 +9,8 @@
 #include <QSet>
 #include <QString>
 
+#include <memory>
+
 struct CachedMail {
     FileIdentity identity;
     MailHeadersPtr headers;
@@ -20,8 +22,10 @@ struct CachedMail {
 
 class MailCache {
   public:
-    // The entry for a file; a fresh one when the file is not the one that was parsed.
-    CachedMail& entry(const QString& dir, const QString& name, const FileIdentity& identity);
+    // The entry for a file; a fresh one when the file is not the one that was parsed. Mail
+    // objects may hold an entry; one dropped from the cache stays valid for them.
+    std::shared_ptr<CachedMail> entry(const QString& dir, const QString& name,
+                                      const FileIdentity& identity);
     // Drops the entries of `dir` whose files are no longer there.
     void prune(const QString& dir, const QSet<QString>& names);
     void forget(const QString& dir, const QString& name);
@@ -31,5 +35,5 @@ class MailCache {
     qsizetype size() const;
 
   private:
-    QHash<QString, QHash<QString, CachedMail>> dirs_;
+    QHash<QString, QHash<QString, std::shared_ptr<CachedMail>>> dirs_;
 };

@@ -52,8 +52,8 @@ Result<std::vector<MailItemPtr>> MaildirFolder::Items() const {
     items.reserve(files.size());
     for (const MailFileEntry& file : files) {
         (file.subdir == QLatin1String("cur") ? inCur : inNew).insert(file.name);
-        shared.locations.insert(MaildirUnique(file.name),
-                                MailLocation{store_->root, id_, file.subdir, file.name});
+        shared.noteLocation(MaildirUnique(file.name),
+                            MailLocation{store_->root, id_, file.subdir, file.name});
         items.push_back(std::make_shared<MaildirItem>(store_, id_, file));
     }
     shared.cache.prune(dir + QStringLiteral("/cur"), inCur);

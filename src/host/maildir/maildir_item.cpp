@@ -24,10 +24,17 @@ OpError NoSuchAttachment() {
 
 MaildirItem::MaildirItem(MaildirStorePtr store, QString folderId, MailFileEntry file)
     : store_(std::move(store)), folderId_(std::move(folderId)), file_(std::move(file)),
-      folderDir_(FolderDirectory(store_->root, folderId_)) {}
+      folderDir_(FolderDirectory(store_->root, folderId_)), seenMoves_(store_->shared->moves) {}
 
 QString MaildirItem::folderDir() const {
     return folderDir_;
+}
+
+CachedMail& MaildirItem::cacheEntry() const {
+    // Held on to: a walk over a folder reads several properties of every mail.
+    if (!cached_ || !cached_->identity.sameFile(file_.identity))
+        cached_ = store_->shared->cache.entry(subdirPath(), file_.name, file_.identity);
+    return *cached_;
 }
 
 const QString& MaildirItem::subdirPath() const {
@@ -46,6 +53,7 @@ QString MaildirItem::path() const {
 void MaildirItem::moveTo(const MailFileEntry& file) const {
     const bool sameContent = file.identity.sameFile(file_.identity);
     file_ = file;
+    cached_.reset();
     if (sameContent) return;
     parsed_.reset();
     keys_.clear();
@@ -55,6 +63,8 @@ void MaildirItem::moveTo(const MailFileEntry& file) const {
 
 void MaildirItem::followRenames() const {
     if (dirty_) return; // our own changes belong to the version we read
+    if (seenMoves_ == store_->shared->moves) return;
+    seenMoves_ = store_->shared->moves;
     // Only the store's own renames can be followed, and the store notes each of them: a mail
     // still where the store last saw it needs no look at the disk.
     const MailLocation* location = store_->shared->find(MaildirUnique(file_.name));
@@ -71,7 +81,7 @@ void MaildirItem::followRenames() const {
 Result<MailHeadersPtr> MaildirItem::headers() const {
     followRenames();
     if (parsed_) return {std::make_shared<const MailHeaders>(parsed_->headers()), OpError::none()};
-    CachedMail& cached = store_->shared->cache.entry(subdirPath(), file_.name, file_.identity);
+    CachedMail& cached = cacheEntry();
     if (!cached.headers && !cached.headersError) {
         Result<MailHeaders> read =
             ParsedMail::LoadHeaders(path(), &file_.identity, store_->shared->limits);
@@ -90,7 +100,7 @@ Result<MailStructurePtr> MaildirItem::structure() const {
         // Shares the parsed mail's own list, which follows deletions.
         result = MailStructurePtr(parsed_, &parsed_->structure());
     } else {
-        CachedMail& cached = store_->shared->cache.entry(subdirPath(), file_.name, file_.identity);
+        CachedMail& cached = cacheEntry();
         if (!cached.structureRead) {
             cached.structureRead = true;
             const auto read = ParsedMail::LoadFile(path(), &file_.identity, store_->shared->limits);
@@ -127,7 +137,7 @@ OpError MaildirItem::ensureParsed() const {
 
 OpError MaildirItem::checkReadable(bool keepParsed) const {
     if (keepParsed && !parsed_) {
-        CachedMail& cached = store_->shared->cache.entry(subdirPath(), file_.name, file_.identity);
+        CachedMail& cached = cacheEntry();
         if (!cached.structureRead) {
             cached.structureRead = true;
             if (OpError error = ensureParsed()) {
@@ -204,8 +214,9 @@ OpError MaildirItem::SetUnRead(bool unread) {
     const QString oldName = file_.name;
     file_ = renamed.value;
     shared.cache.rename(oldDir, oldName, subdirPath(), file_.name);
-    shared.locations.insert(name.unique,
-                            MailLocation{store_->root, folderId_, file_.subdir, file_.name});
+    shared.noteLocation(name.unique,
+                        MailLocation{store_->root, folderId_, file_.subdir, file_.name});
+    seenMoves_ = shared.moves;
     return OpError::none();
 }
 
@@ -305,12 +316,10 @@ OpError MaildirItem::Save() {
     shared.cache.forget(subdirPath(), file_.name);
     file_.name = saved.value;
     IdentityOfPath(path(), file_.identity);
-    if (newUnique != oldUnique) {
-        shared.locations.remove(oldUnique);
-        shared.successors.insert(oldUnique, newUnique);
-    }
-    shared.locations.insert(newUnique,
-                            MailLocation{store_->root, folderId_, file_.subdir, file_.name});
+    shared.noteSaved(oldUnique, newUnique,
+                     MailLocation{store_->root, folderId_, file_.subdir, file_.name});
+    seenMoves_ = shared.moves;
+    cached_.reset();
     dirty_ = false;
     return OpError::none();
 }

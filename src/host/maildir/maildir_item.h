@@ -56,6 +56,7 @@ class MaildirItem : public MailItem, public std::enable_shared_from_this<Maildir
   private:
     QString folderDir() const;
     const QString& subdirPath() const;
+    CachedMail& cacheEntry() const;
     // Follows the mail when this store renamed it through another object.
     void followRenames() const;
     Result<MailHeadersPtr> headers() const;
@@ -72,6 +73,8 @@ class MaildirItem : public MailItem, public std::enable_shared_from_this<Maildir
     mutable bool keysReady_ = false;
     mutable std::map<int, qint64> sizes_; // decoded sizes by key, once asked for
     QString folderDir_;
+    mutable quint64 seenMoves_;
+    mutable std::shared_ptr<CachedMail> cached_; // this file's entry in the session's cache
     mutable QString subdirPath_;
     mutable QString subdirOfPath_;
     bool dirty_ = false;

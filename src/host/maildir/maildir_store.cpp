@@ -14,6 +14,26 @@ const MailLocation* MaildirShared::find(const QString& entryId) const {
     return found == locations.constEnd() ? nullptr : &*found;
 }
 
+void MaildirShared::noteLocation(const QString& entryId, const MailLocation& location) {
+    auto found = locations.find(entryId);
+    if (found == locations.end()) {
+        locations.insert(entryId, location);
+    } else if (!(*found == location)) {
+        *found = location;
+        ++moves;
+    }
+}
+
+void MaildirShared::noteSaved(const QString& oldId, const QString& newId,
+                              const MailLocation& location) {
+    if (newId != oldId) {
+        locations.remove(oldId);
+        successors.insert(oldId, newId);
+    }
+    locations.insert(newId, location);
+    ++moves;
+}
+
 std::shared_ptr<ParsedMail> LastParsed::take(const QString& wanted, const FileIdentity& identity) {
     std::shared_ptr<ParsedMail> taken = std::move(mail);
     const bool same = taken && path == wanted && taken->identity().sameFile(identity);

@@ -16,6 +16,8 @@ struct MailLocation {
     QString folderId;
     QString subdir; // "cur" or "new"
     QString name;
+
+    bool operator==(const MailLocation&) const = default;
 };
 
 class ParsedMail;
@@ -38,9 +40,14 @@ struct MaildirShared {
     QHash<QString, MailLocation> locations; // by EntryID
     // A Save gives a mail a new EntryID; the old one keeps leading to it.
     QHash<QString, QString> successors;
+    // Counts the changes to where mails are: a mail object that saw the same count needs no
+    // look for a move of its file.
+    quint64 moves = 0;
 
     // Where the mail of an EntryID (or of one it was saved from) was last seen.
     const MailLocation* find(const QString& entryId) const;
+    void noteLocation(const QString& entryId, const MailLocation& location);
+    void noteSaved(const QString& oldId, const QString& newId, const MailLocation& location);
 };
 
 struct MaildirStore {
