@@ -131,14 +131,15 @@ GByteArray* ToGBytes(const QByteArray& bytes) {
 
 // The whole file, in memory GMime can take over.
 Result<GByteArray*> ReadWholeMail(int fd, const QString& path, qint64 sizeHint) {
-    // Read straight into the array, with room for one more block, until the end of the file.
+    // Read straight into the array: the whole file at once, then more if it grew meanwhile.
     constexpr guint kBlock = 65536;
-    GByteArray* data =
-        g_byte_array_sized_new(guint(qBound<qint64>(0, sizeHint, 1LL << 30)) + kBlock);
+    const guint expected = guint(qBound<qint64>(0, sizeHint, 1LL << 30));
+    GByteArray* data = g_byte_array_sized_new(expected + kBlock);
     guint used = 0;
     for (;;) {
-        g_byte_array_set_size(data, used + kBlock);
-        const ssize_t n = ::read(fd, data->data + used, kBlock);
+        const guint wanted = used < expected ? expected - used + 1 : kBlock;
+        g_byte_array_set_size(data, used + wanted);
+        const ssize_t n = ::read(fd, data->data + used, wanted);
         if (n < 0) {
             if (errno == EINTR) continue;
             const OpError error = ErrnoError(errno, QStringLiteral("Cannot read the mail ") + path);
@@ -188,6 +189,14 @@ GRef<GMimeStream> BorrowedFdStream(int fd) {
     GRef<GMimeStream> stream(g_mime_stream_pipe_new(fd));
     g_mime_stream_pipe_set_owner(GMIME_STREAM_PIPE(stream.get()), FALSE);
     return stream;
+}
+
+// GMime's writers add up what each write managed; a write cut short by a full disk shows only
+// as the end of the stream, which a pipe stream marks then.
+bool WriteStoppedShort(GMimeStream* out) {
+    if (!g_mime_stream_eos(out)) return false;
+    errno = ENOSPC;
+    return true;
 }
 
 // GMime keeps a header value only up to a NUL byte in it, and loses its line end with the rest;
@@ -534,6 +543,8 @@ OpError ParsedMail::writeAttachment(int index, int fd) const {
     bool damaged = false;
     if (OpError error = WritePartContent(layout_.attachments[size_t(index)], out.get(), &damaged))
         return error;
+    if (WriteStoppedShort(out.get()))
+        return ErrnoError(ENOSPC, QStringLiteral("Cannot write the attachment's content"));
     if (damaged)
         return OpError::make(ErrNo::IoError,
                              QStringLiteral("The attachment \"%1\" is damaged (its base64 content "
@@ -551,7 +562,7 @@ OpError ParsedMail::writeTo(int fd) const {
     if (GMimeObject* top = g_mime_message_get_mime_part(message_)) ReadyForWriting(top);
     GRef<GMimeStream> out = BorrowedFdStream(fd);
     if (g_mime_object_write_to_stream(GMIME_OBJECT(message_), nullptr, out.get()) < 0 ||
-        g_mime_stream_flush(out.get()) != 0) {
+        g_mime_stream_flush(out.get()) != 0 || WriteStoppedShort(out.get())) {
         // Right after the failed write, errno tells why (a full disk, a quota).
         const int err = errno;
         return err ? ErrnoError(err, QStringLiteral("Cannot write the mail"))

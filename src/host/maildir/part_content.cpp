@@ -17,27 +17,32 @@ OpError StreamError() {
     return OpError::make(ErrNo::IoError, QStringLiteral("Cannot write the attachment's content"));
 }
 
+// A stream write that stops short (a full disk after part of the piece) gives the count it
+// managed, not an error.
+bool WriteWhole(GMimeStream* sink, const QByteArray& bytes) {
+    if (bytes.isEmpty()) return true;
+    errno = 0;
+    return g_mime_stream_write(sink, bytes.constData(), std::size_t(bytes.size())) == bytes.size();
+}
+
 OpError WriteBase64(GMimeStream* encoded, GMimeStream* sink, bool* damaged) {
     Base64ContentDecoder decoder;
     QByteArray decoded;
-    char buffer[65536];
+    // Large pieces: each is one write to the attachment's file.
+    QByteArray buffer(1 << 20, Qt::Uninitialized);
     g_mime_stream_reset(encoded);
     for (;;) {
-        const ssize_t n = g_mime_stream_read(encoded, buffer, sizeof buffer);
+        const ssize_t n = g_mime_stream_read(encoded, buffer.data(), size_t(buffer.size()));
         if (n < 0) return OpError::make(ErrNo::IoError, QStringLiteral("Cannot read the mail"));
         if (n == 0) break;
         decoded.clear();
-        decoder.feed(buffer, std::size_t(n), decoded);
-        if (!decoded.isEmpty() &&
-            g_mime_stream_write(sink, decoded.constData(), std::size_t(decoded.size())) < 0)
-            return StreamError();
+        decoder.feed(buffer.constData(), std::size_t(n), decoded);
+        if (!WriteWhole(sink, decoded)) return StreamError();
     }
     decoded.clear();
     decoder.finish(decoded);
     g_mime_stream_reset(encoded);
-    if (!decoded.isEmpty() &&
-        g_mime_stream_write(sink, decoded.constData(), std::size_t(decoded.size())) < 0)
-        return StreamError();
+    if (!WriteWhole(sink, decoded)) return StreamError();
     if (damaged) *damaged = decoder.damaged();
     return OpError::none();
 }
