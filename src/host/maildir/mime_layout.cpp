@@ -69,6 +69,10 @@ QString InnerSubject(GMimeObject* part) {
 
 } // namespace
 
+bool IsUnnamedMessage(GMimeObject* part) {
+    return GMIME_IS_MESSAGE_PART(part) && !PartMimeType(part).startsWith("message/");
+}
+
 MimeLayout AnalyseMime(GMimeMessage* message) {
     MimeLayout layout;
     if (GMimeObject* top = g_mime_message_get_mime_part(message)) Walk(top, nullptr, layout);
@@ -97,7 +101,8 @@ MailStructure DescribeStructure(GMimeMessage* message, const MimeLayout& layout)
     for (GMimeObject* part : layout.attachments) {
         AttachmentInfo info;
         const QByteArray type = PartMimeType(part);
-        info.type = type == "message/rfc822" ? AttachType::EmbeddedItem : AttachType::ByValue;
+        info.type = type == "message/rfc822" || IsUnnamedMessage(part) ? AttachType::EmbeddedItem
+                                                                       : AttachType::ByValue;
         info.contentId = ContentIdOf(part);
         QString name = PartFileName(part);
         if (name.isEmpty() && info.type == AttachType::EmbeddedItem) {

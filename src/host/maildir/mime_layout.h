@@ -22,5 +22,8 @@ struct MimeLayout {
 
 // The layout of a message; the pointers are borrowed from it.
 MimeLayout AnalyseMime(GMimeMessage* message);
+// A part GMime read as a whole message although its type says otherwise (a part of a digest
+// whose type cannot be read); it is an attached message, and is written as one.
+bool IsUnnamedMessage(GMimeObject* part);
 // Class, body format and the attachment list with names, sizes and content ids.
 MailStructure DescribeStructure(GMimeMessage* message, const MimeLayout& layout);

@@ -279,6 +279,10 @@ void DropBoundaryLikeText(GMimeMultipart* multipart) {
 // otherwise written without one, and each read gives its last part one more line end).
 void ReadyForWriting(GMimeObject* object) {
     // The type first: a header's new line end makes GMime read the type from it again.
+    if (IsUnnamedMessage(object)) {
+        GRef<GMimeContentType> type(g_mime_content_type_new("message", "rfc822"));
+        g_mime_object_set_content_type(object, type.get());
+    }
     OneContentType(object);
     MatchingEncoding(object);
     EndHeaderLines(object);
