@@ -44,7 +44,8 @@ QString SaveByText(const udtRule& r) {
         return QStringLiteral("by date (%1)")
             .arg(r.SaveFormat >= 0 && r.SaveFormat <= 3 ? kDateFormats[r.SaveFormat] : "?");
     case 1:
-        return r.SaveFormat == 1 ? QStringLiteral("by sender address") : QStringLiteral("by sender name");
+        return r.SaveFormat == 1 ? QStringLiteral("by sender address")
+                                 : QStringLiteral("by sender name");
     case 2:
         return r.SaveFormat == 1 ? QStringLiteral("by recipient address")
                                  : QStringLiteral("by recipient name");
@@ -80,35 +81,29 @@ void Finish() {
 int CmdRules(const CliOptions& opts, CliContext& ctx) {
     StartQuietly(opts, ctx);
     auto& out = ctx.out;
-    if (RulesCount == 0)
-        out << "No rules.\n";
+    if (RulesCount == 0) out << "No rules.\n";
     for (int i = 1; i <= RulesCount; ++i) {
         const udtRule& r = Rules[i];
         out << i << ". " << r.Name.get() << (IsTrue(r.Active) ? "" : "  (inactive)") << '\n';
         QStringList criteria;
-        if (IsTrue(r.CheckSender))
-            criteria << QStringLiteral("sender %1").arg(r.Sender.get());
-        if (IsTrue(r.CheckRecp))
-            criteria << QStringLiteral("recipient %1").arg(r.Recipient.get());
+        if (IsTrue(r.CheckSender)) criteria << QStringLiteral("sender %1").arg(r.Sender.get());
+        if (IsTrue(r.CheckRecp)) criteria << QStringLiteral("recipient %1").arg(r.Recipient.get());
         if (IsTrue(r.CheckSubj))
             criteria << QStringLiteral("subject contains \"%1\"").arg(r.Subject.get());
         if (IsTrue(r.CheckFileFormat))
             criteria << QStringLiteral("format %1").arg(r.FileFormat.get());
-        out << "   matches: " << (criteria.isEmpty() ? QStringLiteral("every mail") : criteria.join(QStringLiteral(", ")))
+        out << "   matches: "
+            << (criteria.isEmpty() ? QStringLiteral("every mail")
+                                   : criteria.join(QStringLiteral(", ")))
             << '\n';
         out << "   saves:   " << SaveByText(r) << ", under " << r.Folder.get()
             << ", on a conflict: " << ConflictText(r.FileExists) << '\n';
         QStringList actions;
-        if (IsTrue(r.DelAttach))
-            actions << QStringLiteral("remove attachments");
-        if (IsTrue(r.Hyperlink))
-            actions << QStringLiteral("write links");
-        if (IsTrue(r.Notify))
-            actions << QStringLiteral("notify");
-        if (!r.Execute.get().isEmpty())
-            actions << QStringLiteral("run %1").arg(r.Execute.get());
-        if (!actions.isEmpty())
-            out << "   then:    " << actions.join(QStringLiteral(", ")) << '\n';
+        if (IsTrue(r.DelAttach)) actions << QStringLiteral("remove attachments");
+        if (IsTrue(r.Hyperlink)) actions << QStringLiteral("write links");
+        if (IsTrue(r.Notify)) actions << QStringLiteral("notify");
+        if (!r.Execute.get().isEmpty()) actions << QStringLiteral("run %1").arg(r.Execute.get());
+        if (!actions.isEmpty()) out << "   then:    " << actions.join(QStringLiteral(", ")) << '\n';
     }
     Finish();
     return 0;
@@ -121,7 +116,8 @@ int CmdBlocked(const CliOptions& opts, CliContext& ctx) {
         ctx.out << QStringLiteral("%1  %2  %3%4\n")
                        .arg(b.Extension.get(), -3)
                        .arg(b.Description.get(), -30)
-                       .arg(IsTrue(b.Active) ? QStringLiteral("blocked") : QStringLiteral("allowed"))
+                       .arg(IsTrue(b.Active) ? QStringLiteral("blocked")
+                                             : QStringLiteral("allowed"))
                        .arg(IsTrue(b.System) ? QString() : QStringLiteral(" (own)"));
     }
     Finish();
@@ -136,8 +132,7 @@ int CmdSettings(const CliOptions& opts, CliContext& ctx) {
     const auto& known = KnownSettings();
     auto find = [&](const QString& key) -> const SettingInfo* {
         for (const SettingInfo& s : known)
-            if (s.key.compare(key, Qt::CaseInsensitive) == 0)
-                return &s;
+            if (s.key.compare(key, Qt::CaseInsensitive) == 0) return &s;
         return nullptr;
     };
     if (opts.args.isEmpty()) {
@@ -185,8 +180,7 @@ MailSession* RequireStore(const CliOptions& opts, CliContext& ctx) {
 int FindWatchFolder(const QString& text) {
     bool isNumber = false;
     const int n = text.toInt(&isNumber);
-    if (isNumber)
-        return n >= 1 && n <= WatchFoldersCount ? n : 0;
+    if (isNumber) return n >= 1 && n <= WatchFoldersCount ? n : 0;
     for (int i = 1; i <= WatchFoldersCount; ++i)
         if (WatchFolders[i].Name.get().compare(text, Qt::CaseInsensitive) == 0 ||
             WatchFolders[i].Path.get().compare(text, Qt::CaseInsensitive) == 0)
@@ -197,11 +191,9 @@ int FindWatchFolder(const QString& text) {
 int FindRule(const QString& text) {
     bool isNumber = false;
     const int n = text.toInt(&isNumber);
-    if (isNumber)
-        return n >= 1 && n <= RulesCount ? n : 0;
+    if (isNumber) return n >= 1 && n <= RulesCount ? n : 0;
     for (int i = 1; i <= RulesCount; ++i)
-        if (Rules[i].Name.get().compare(text, Qt::CaseInsensitive) == 0)
-            return i;
+        if (Rules[i].Name.get().compare(text, Qt::CaseInsensitive) == 0) return i;
     return 0;
 }
 
@@ -210,8 +202,7 @@ bool PickFolders(QStringList args, CliContext& ctx, std::vector<int>& indices) {
     const bool all = args.removeAll(QStringLiteral("--all")) > 0;
     if (all && args.isEmpty()) {
         for (int i = 1; i <= WatchFoldersCount; ++i)
-            if (IsTrue(WatchFolders[i].Active))
-                indices.push_back(i);
+            if (IsTrue(WatchFolders[i].Active)) indices.push_back(i);
         return true;
     }
     if (args.size() != 1) {
@@ -229,7 +220,7 @@ bool PickFolders(QStringList args, CliContext& ctx, std::vector<int>& indices) {
 
 // Progress of a run on the terminal: a line each time the share changes.
 class TerminalStatus : public StatusSurface {
-public:
+  public:
     TerminalStatus(QTextStream& err, const char* what) : m_err(err), m_what(what) {}
     void setMainProgress(bool visible, const QString& caption, double) override {
         if (visible && !caption.isEmpty() && caption != m_last)
@@ -238,7 +229,7 @@ public:
     }
     void setSubProgress(bool, double) override {}
 
-private:
+  private:
     QTextStream& m_err;
     const char* m_what;
     QString m_last;
@@ -289,6 +280,12 @@ int CmdTestOrRun(const CliOptions& opts, CliContext& ctx, bool test) {
         Finish();
         return 2;
     }
+    if (RulesCount == 0) {
+        // The driver ends at once without rules; the user should know why nothing happened.
+        ctx.err << "stowaway: there are no rules, so no mail is looked at\n";
+        Finish();
+        return 3;
+    }
     SWTest = test;
     TerminalStatus status(ctx.err, "folders");
     const bool completed = TestOrRunFolders(indices, &status);
@@ -327,14 +324,13 @@ int CmdCheckRule(const CliOptions& opts, CliContext& ctx) {
     const int rule = FindRule(opts.args.at(0));
     const int folder = FindWatchFolder(opts.args.at(1));
     if (rule == 0 || folder == 0) {
-        ctx.err << "stowaway: no such " << (rule == 0 ? "rule" : "watched folder") << " (see stowaway "
-                << (rule == 0 ? "rules" : "folders") << ")\n";
+        ctx.err << "stowaway: no such " << (rule == 0 ? "rule" : "watched folder")
+                << " (see stowaway " << (rule == 0 ? "rules" : "folders") << ")\n";
         Finish();
         return 2;
     }
     const int matches = CheckRule(rule, folder, nullptr);
-    if (matches >= 0)
-        ctx.out << matches << " matching mail(s)\n";
+    if (matches >= 0) ctx.out << matches << " matching mail(s)\n";
     Finish();
     return matches < 0 ? 1 : 0;
 }
@@ -496,41 +492,33 @@ int CmdProtocol(const CliOptions& opts, CliContext& ctx) {
             return 2;
         }
     }
-    static const QStringList kFields = {QStringLiteral("rule"), QStringLiteral("sender"),
+    static const QStringList kFields = {QStringLiteral("rule"),      QStringLiteral("sender"),
                                         QStringLiteral("recipient"), QStringLiteral("folder"),
-                                        QStringLiteral("format"), QStringLiteral("project"),
-                                        QStringLiteral("mail"), QStringLiteral("state")};
+                                        QStringLiteral("format"),    QStringLiteral("project"),
+                                        QStringLiteral("mail"),      QStringLiteral("state")};
     if (!field.isEmpty() && !kFields.contains(field)) {
         ctx.err << "stowaway: FIELD is one of " << kFields.join(QStringLiteral(", ")) << '\n';
         return 2;
     }
     StartQuietly(opts, ctx);
     auto fieldOf = [&](const udtProtoEntry& e) -> QString {
-        if (field == QLatin1String("rule"))
-            return e.Rule.get();
-        if (field == QLatin1String("sender"))
-            return e.Sender.get();
-        if (field == QLatin1String("recipient"))
-            return e.Recipient.get();
-        if (field == QLatin1String("folder"))
-            return e.Folder.get();
-        if (field == QLatin1String("format"))
-            return e.FileFormat.get();
-        if (field == QLatin1String("project"))
-            return e.Project.get();
-        if (field == QLatin1String("mail"))
-            return e.Mail.get();
+        if (field == QLatin1String("rule")) return e.Rule.get();
+        if (field == QLatin1String("sender")) return e.Sender.get();
+        if (field == QLatin1String("recipient")) return e.Recipient.get();
+        if (field == QLatin1String("folder")) return e.Folder.get();
+        if (field == QLatin1String("format")) return e.FileFormat.get();
+        if (field == QLatin1String("project")) return e.Project.get();
+        if (field == QLatin1String("mail")) return e.Mail.get();
         return e.State.get();
     };
     int shown = 0;
     for (int i = 1; i <= ProtoCount; ++i) {
         const udtProtoEntry& e = ProtoEntries[i];
-        if (!field.isEmpty() && !fieldOf(e).contains(value, Qt::CaseInsensitive))
-            continue;
+        if (!field.isEmpty() && !fieldOf(e).contains(value, Qt::CaseInsensitive)) continue;
         ++shown;
-        ctx.out << FormatDate(e.Date, QStringLiteral("General Date")) << "  " << e.State.get() << "  "
-                << e.Folder.get() << e.Attachment.get() << "\n    rule " << e.Rule.get() << ", from "
-                << e.Sender.get() << ", mail \"" << e.Mail.get() << "\"\n";
+        ctx.out << FormatDate(e.Date, QStringLiteral("General Date")) << "  " << e.State.get()
+                << "  " << e.Folder.get() << e.Attachment.get() << "\n    rule " << e.Rule.get()
+                << ", from " << e.Sender.get() << ", mail \"" << e.Mail.get() << "\"\n";
     }
     ctx.out << shown << " of " << ProtoCount << " entries\n";
     Finish();
@@ -551,13 +539,14 @@ int CmdWatch(const CliOptions& opts, CliContext& ctx) {
         return 1;
     }
     if (!SWActive)
-        ctx.err << "stowaway: automatic saving is off; turn it on with: stowaway settings SWActive 1\n";
+        ctx.err
+            << "stowaway: automatic saving is off; turn it on with: stowaway settings SWActive 1\n";
     else if (SWTest)
-        ctx.err << "stowaway: test mode is on, nothing is saved; turn it off with: stowaway settings SWTest 0\n";
+        ctx.err << "stowaway: test mode is on, nothing is saved; turn it off with: stowaway "
+                   "settings SWTest 0\n";
     int watched = 0;
     for (int i = 1; i <= WatchFoldersCount; ++i)
-        if (IsTrue(WatchFolders[i].Active))
-            ++watched;
+        if (IsTrue(WatchFolders[i].Active)) ++watched;
     ctx.out << "Watching " << watched << " folder(s) of " << opts.maildir << "; stop with Ctrl+C.\n"
             << Qt::flush;
 
@@ -591,8 +580,10 @@ int CmdDemo(const CliOptions& opts, CliContext& ctx) {
     InitAppCaptions();
     const QString maildir = GetDataFolder() + QStringLiteral("Demo Maildir");
     QDir(maildir).removeRecursively();
-    const Result<int> made = ctx.makeDemoMaildir ? ctx.makeDemoMaildir(maildir)
-                                                 : Result<int>{0, OpError::make(ErrNo::Failed, QStringLiteral("not built in"))};
+    const Result<int> made =
+        ctx.makeDemoMaildir
+            ? ctx.makeDemoMaildir(maildir)
+            : Result<int>{0, OpError::make(ErrNo::Failed, QStringLiteral("not built in"))};
     if (made.error) {
         ctx.err << "stowaway: cannot make the demo Maildir: " << made.error.description << '\n';
         return 1;
@@ -628,10 +619,12 @@ int CmdDemo(const CliOptions& opts, CliContext& ctx) {
     ctx.out << gLastAction << "\n\nSaved:\n";
     for (int i = ProtoCount - protoBefore; i >= 1; --i) {
         const udtProtoEntry& e = ProtoEntries[i];
-        ctx.out << "  [" << e.State.get() << "] " << e.Attachment.get() << "  ->  " << e.Folder.get()
-                << "\n      from \"" << e.Mail.get() << "\" by rule " << e.Rule.get() << '\n';
+        ctx.out << "  [" << e.State.get() << "] " << e.Attachment.get() << "  ->  "
+                << e.Folder.get() << "\n      from \"" << e.Mail.get() << "\" by rule "
+                << e.Rule.get() << '\n';
     }
-    ctx.out << "\n" << (ProtoCount - protoBefore) << " protocol entries added (" << ProtoCount
+    ctx.out << "\n"
+            << (ProtoCount - protoBefore) << " protocol entries added (" << ProtoCount
             << " in all). See them again with: stowaway protocol\n";
     Finish();
     return 0;
