@@ -15,8 +15,22 @@
 
 #include <QDir>
 #include <QFile>
+#include <QFileInfo>
 #include <QRegularExpression>
 #include <QTemporaryDir>
+
+// The LOG's lines without their time stamps ("dd.mm.yyyy - hh:mm:ss - ").
+inline QStringList LogLinesWithoutStamps() {
+    QFile f(LogFilePath());
+    if (!f.open(QIODevice::ReadOnly)) return {};
+    QStringList lines = FromAnsi(f.readAll()).split(QStringLiteral("\r\n"));
+    if (!lines.isEmpty() && lines.back().isEmpty()) lines.removeLast();
+    static const QRegularExpression stamp(
+        QStringLiteral("^\\d\\d\\.\\d\\d\\.\\d{4} - \\d\\d:\\d\\d:\\d\\d - "));
+    for (QString& line : lines)
+        line.remove(stamp);
+    return lines;
+}
 
 class EngineTest : public FreshState {
   protected:
@@ -106,21 +120,17 @@ class EngineTest : public FreshState {
         QFile f(path);
         return f.open(QIODevice::ReadOnly) ? f.readAll() : QByteArray();
     }
+    // Writes `bytes` to `path`, making its folder first.
+    static void write(const QString& path, const QByteArray& bytes = {}) {
+        QDir().mkpath(QFileInfo(path).path());
+        QFile f(path);
+        ASSERT_TRUE(f.open(QIODevice::WriteOnly));
+        f.write(bytes);
+    }
     static QStringList filesIn(const QString& dir) {
         return QDir(dir).entryList(QDir::Files | QDir::Hidden, QDir::Name);
     }
-    // The LOG's lines without their time stamps ("dd.mm.yyyy - hh:mm:ss - ").
-    static QStringList logLines() {
-        const QString text = FromAnsi(read(LogFilePath()));
-        QStringList lines = text.split(QStringLiteral("\r\n"));
-        if (!lines.isEmpty() && lines.back().isEmpty()) lines.removeLast();
-        QStringList stripped;
-        static const QRegularExpression stamp(
-            QStringLiteral("^\\d\\d\\.\\d\\d\\.\\d{4} - \\d\\d:\\d\\d:\\d\\d - "));
-        for (QString line : lines)
-            stripped << line.remove(stamp);
-        return stripped;
-    }
+    static QStringList logLines() { return LogLinesWithoutStamps(); }
     // The protocol, newest first.
     static std::vector<udtProtoEntry> proto() {
         return std::vector<udtProtoEntry>(ProtoEntries.begin() + 1,

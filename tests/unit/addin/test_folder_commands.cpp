@@ -3,6 +3,8 @@
 
 #include "addin/folder_commands.h"
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 // The Inbox is watched; one rule saves everything to the target root and removes it.
@@ -13,27 +15,26 @@ class FolderCommandsTest : public EngineTest {
         Notify = 0;
         udtWatchFolder wf;
         wf.Active = vbTrue;
-        wf.Name = QStringLiteral("Inbox");
-        wf.Path = QStringLiteral("Maildir|Inbox");
+        wf.Name = u"Inbox"_s;
+        wf.Path = u"Maildir|Inbox"_s;
         wf.EntryID = inbox->EntryID().value;
-        wf.StoreID = QStringLiteral("/mail");
+        wf.StoreID = u"/mail"_s;
         WatchFolders.push_back(wf);
         WatchFoldersCount = 1;
-        addRule(MakeRule(QStringLiteral("All"), root)).DelAttach = vbTrue;
+        addRule(MakeRule(u"All"_s, root)).DelAttach = vbTrue;
     }
-    QString target(const QString& name) const { return root + QLatin1Char('/') + name; }
 };
 
 TEST_F(FolderCommandsTest, ARealRunStampsAndSavesAndAResetTakesOnlyStampedMailsBack) {
-    FakeMessagePtr a = addMail(QStringLiteral("a"), {QStringLiteral("a.pdf")});
-    FakeMessagePtr b = addMail(QStringLiteral("b"), {QStringLiteral("b.pdf")});
+    FakeMessagePtr a = addMail(u"a"_s, {u"a.pdf"_s});
+    FakeMessagePtr b = addMail(u"b"_s, {u"b.pdf"_s});
     b->stored.unread = false; // read: skipped
     SWTest = false;
     EXPECT_TRUE(TestOrRunFolders({1}, nullptr));
-    EXPECT_TRUE(QFile::exists(target(QStringLiteral("a.pdf"))));
-    EXPECT_FALSE(QFile::exists(target(QStringLiteral("b.pdf"))));
+    EXPECT_TRUE(QFile::exists(out(u"a.pdf"_s)));
+    EXPECT_FALSE(QFile::exists(out(u"b.pdf"_s)));
     EXPECT_EQ(a->stored.mileage, QLatin1String(kStowawayStamp));
-    EXPECT_TRUE(gLastAction.startsWith(QStringLiteral("Ausführung für 'Inbox', ")));
+    EXPECT_TRUE(gLastAction.startsWith(u"Ausführung für 'Inbox', "_s));
     EXPECT_FALSE(SWRun);
 
     const int savesBefore = b->saves;
@@ -42,45 +43,42 @@ TEST_F(FolderCommandsTest, ARealRunStampsAndSavesAndAResetTakesOnlyStampedMailsB
     EXPECT_TRUE(a->stored.mileage.isEmpty());
     EXPECT_TRUE(a->stored.unread);
     EXPECT_EQ(b->saves, savesBefore); // no mark: neither counted nor saved
-    EXPECT_EQ(user.questions().back().prompt, QStringLiteral("1 Nachrichte(n) zurückgesetzt..."));
+    EXPECT_EQ(user.questions().back().prompt, u"1 Nachrichte(n) zurückgesetzt..."_s);
 
     EXPECT_EQ(ResetFolders({1}, false, nullptr), 0);
     EXPECT_EQ(user.questions().back().prompt,
-              QStringLiteral("Keine Nachrichten mit Bearbeitungsflag gefunden..."));
+              u"Keine Nachrichten mit Bearbeitungsflag gefunden..."_s);
 }
 
 TEST_F(FolderCommandsTest, RuleCheckAsksPerAttachmentAndStopsOnTheSecondButton) {
-    addMail(QStringLiteral("a"),
-            {QStringLiteral("one.pdf"), QStringLiteral("two.pdf"), QStringLiteral("three.pdf")});
-    addMail(QStringLiteral("b"), {QStringLiteral("four.pdf")});
+    addMail(u"a"_s, {u"one.pdf"_s, u"two.pdf"_s, u"three.pdf"_s});
+    addMail(u"b"_s, {u"four.pdf"_s});
     user.answerMsgBoxEx(1); // go on
     user.answerMsgBoxEx(2); // end the test
     EXPECT_EQ(CheckRule(1, 1, nullptr), 1);
     const auto asked = user.questions(AskedQuestion::Kind::MsgBoxEx);
     ASSERT_EQ(asked.size(), 2u);
-    EXPECT_EQ(asked[0].title, QStringLiteral("Test"));
-    EXPECT_EQ(asked[0].buttons,
-              QStringList({QStringLiteral("Weiter"), QStringLiteral("Test abbrechen")}));
-    EXPECT_TRUE(
-        asked[1].prompt.contains(QStringLiteral("und aus der Nachricht gelöscht werden:\n\n") +
-                                 root + QStringLiteral("/two.pdf\n\nWeiter testen?")));
-    EXPECT_EQ(user.questions().back().prompt, QStringLiteral("1 Übereinstimmung(en) gefunden..."));
+    EXPECT_EQ(asked[0].title, u"Test"_s);
+    EXPECT_EQ(asked[0].buttons, QStringList({u"Weiter"_s, u"Test abbrechen"_s}));
+    EXPECT_TRUE(asked[1].prompt.contains(u"und aus der Nachricht gelöscht werden:\n\n"_s + root +
+                                         u"/two.pdf\n\nWeiter testen?"_s));
+    EXPECT_EQ(user.questions().back().prompt, u"1 Übereinstimmung(en) gefunden..."_s);
     EXPECT_TRUE(QDir(root).isEmpty()); // a check writes nothing
 }
 
 TEST_F(FolderCommandsTest, AnUnreachableFolderIsReportedAndTheOthersStillRun) {
     udtWatchFolder lost = WatchFolders[1];
-    lost.Name = QStringLiteral("Lost");
-    lost.EntryID = QStringLiteral(".Lost");
+    lost.Name = u"Lost"_s;
+    lost.EntryID = u".Lost"_s;
     WatchFolders.insert(WatchFolders.begin() + 1, lost);
     WatchFoldersCount = 2;
-    addMail(QStringLiteral("a"), {QStringLiteral("a.pdf")});
+    addMail(u"a"_s, {u"a.pdf"_s});
     SWTest = false;
     EXPECT_TRUE(TestOrRunFolders({1, 2}, nullptr));
     ASSERT_FALSE(user.questions().empty());
-    EXPECT_TRUE(user.questions()[0].prompt.startsWith(
-        QStringLiteral("Zugriff auf Ordner 'Lost' nicht möglich!\n\n")));
-    EXPECT_TRUE(QFile::exists(target(QStringLiteral("a.pdf"))));
+    EXPECT_TRUE(
+        user.questions()[0].prompt.startsWith(u"Zugriff auf Ordner 'Lost' nicht möglich!\n\n"_s));
+    EXPECT_TRUE(QFile::exists(out(u"a.pdf"_s)));
 }
 
 } // namespace

@@ -1,28 +1,18 @@
 // Start, end and the folder watchers over the in-memory store: what is set up, what the user
 // sees, which LOG lines are written, and what reaches the driver.
-#include "fakes/fake_mail_store.h"
-#include "fakes/scripted_ui.h"
-#include "support/test_env.h"
+#include "fakes/engine_fixture.h"
 
 #include "addin/folder_watchers.h"
 #include "addin/lifecycle.h"
-#include "common/ansi.h"
-#include "common/folders.h"
 #include "data/data_files.h"
-#include "data/globals.h"
-#include "data/log.h"
-#include "data/settings.h"
 
-#include <QDir>
-#include <QFile>
-#include <QRegularExpression>
-#include <QTemporaryDir>
+using namespace Qt::StringLiterals;
 
 namespace {
 
 // The in-memory store that also hands out new-mail subscriptions the test can fire.
 class WatchableSession : public FakeMailSession, public NewMailSource {
-public:
+  public:
     struct Sub : ItemAddSubscription {
         Sub(WatchableSession* s, MailFolderPtr f, ItemAddHandler h)
             : session(s), folder(std::move(f)), handler(std::move(h)) {
@@ -34,42 +24,28 @@ public:
         ItemAddHandler handler;
     };
 
-    Result<std::unique_ptr<ItemAddSubscription>> SubscribeItemAdd(const MailFolderPtr& folder,
-                                                                  ItemAddHandler onItemAdd) override {
+    Result<std::unique_ptr<ItemAddSubscription>>
+    SubscribeItemAdd(const MailFolderPtr& folder, ItemAddHandler onItemAdd) override {
         return {std::make_unique<Sub>(this, folder, std::move(onItemAdd)), OpError::none()};
     }
     // Delivers `item` to every subscription of its folder.
     void deliver(const FakeFolderPtr& folder, const MailItemPtr& item) {
         const auto current = subs;
         for (Sub* s : current)
-            if (s->folder.get() == folder.get())
-                s->handler(item);
+            if (s->folder.get() == folder.get()) s->handler(item);
     }
     std::vector<Sub*> subs;
 };
 
-QStringList LogMessages() {
-    QFile f(LogFilePath());
-    if (!f.open(QIODevice::ReadOnly))
-        return {};
-    QStringList lines = FromAnsi(f.readAll()).split(QStringLiteral("\r\n"));
-    if (!lines.isEmpty() && lines.last().isEmpty())
-        lines.removeLast();
-    static const QRegularExpression stamp(QStringLiteral("^\\d\\d\\.\\d\\d\\.\\d{4} - \\d\\d:\\d\\d:\\d\\d - "));
-    for (QString& l : lines)
-        l.remove(stamp);
-    return lines;
-}
-
 class AddinTest : public FreshState {
-protected:
+  protected:
     void SetUp() override {
         FreshState::SetUp();
         session = std::make_shared<WatchableSession>();
-        store = session->addStore(QStringLiteral("Maildir"), QStringLiteral("/mail"));
-        inbox = store->addFolder(QStringLiteral("Inbox"));
+        store = session->addStore(u"Maildir"_s, u"/mail"_s);
+        inbox = store->addFolder(u"Inbox"_s);
         SetUserInteraction(&user);
-        SaveSetting(QStringLiteral("PaceSeconds"), QStringLiteral("0"));
+        SaveSetting(u"PaceSeconds"_s, u"0"_s);
         host.openSession = [this]() {
             ++sessionOpens;
             return Result<std::shared_ptr<MailSession>>{session, OpError::none()};
@@ -92,11 +68,11 @@ TEST_F(AddinTest, FirstStartWatchesTheInboxOfTheStoreAndWritesOnlyTheBlockedForm
     EXPECT_EQ(CurrentAddinState(), AddinState::Running);
     ASSERT_EQ(WatchFoldersCount, 1);
     EXPECT_TRUE(IsTrue(WatchFolders[1].Active));
-    EXPECT_EQ(WatchFolders[1].Name.get(), QStringLiteral("Inbox"));
-    EXPECT_EQ(WatchFolders[1].Path.get(), QStringLiteral("Maildir|Inbox"));
+    EXPECT_EQ(WatchFolders[1].Name.get(), u"Inbox"_s);
+    EXPECT_EQ(WatchFolders[1].Path.get(), u"Maildir|Inbox"_s);
     EXPECT_EQ(session->subs.size(), 1u);
     EXPECT_EQ(RulesCount, 4);
-    EXPECT_EQ(gLastAction, QStringLiteral("Initialisierung..."));
+    EXPECT_EQ(gLastAction, u"Initialisierung..."_s);
     EXPECT_TRUE(user.questions().empty());
 
     OnBeginShutdown();
@@ -104,37 +80,37 @@ TEST_F(AddinTest, FirstStartWatchesTheInboxOfTheStoreAndWritesOnlyTheBlockedForm
     OnDisconnection(); // a second shutdown finds nothing to do
     EXPECT_TRUE(session->subs.empty());
     const QStringList files = QDir(GetDataFolder()).entryList(QDir::Files);
-    EXPECT_EQ(files, QStringList({QStringLiteral("QWKStowaway.ble"), QStringLiteral("QWKStowaway.txt")}));
-    const QStringList log = LogMessages();
+    EXPECT_EQ(files, QStringList({u"QWKStowaway.ble"_s, u"QWKStowaway.txt"_s}));
+    const QStringList log = LogLinesWithoutStamps();
     ASSERT_EQ(log.size(), 3) << log.join('\n').toStdString();
-    EXPECT_TRUE(log[0].startsWith(QStringLiteral("! Startup Stowaway ")));
-    EXPECT_EQ(log[1], QStringLiteral("! Shutdown..."));
+    EXPECT_TRUE(log[0].startsWith(u"! Startup Stowaway "_s));
+    EXPECT_EQ(log[1], u"! Shutdown..."_s);
     EXPECT_EQ(log[2], QString(75, QLatin1Char('^')));
 }
 
 TEST_F(AddinTest, SettingsAreReadIntoTheGlobalsBeforeTheStart) {
-    SaveSetting(QStringLiteral("CurrLang"), QStringLiteral("1x"));
-    SaveSetting(QStringLiteral("SWActive"), QStringLiteral("1"));
-    SaveSetting(QStringLiteral("SWTest"), QStringLiteral("-1"));
-    SaveSetting(QStringLiteral("NotifyTime"), QStringLiteral("12 seconds"));
+    SaveSetting(u"CurrLang"_s, u"1x"_s);
+    SaveSetting(u"SWActive"_s, u"1"_s);
+    SaveSetting(u"SWTest"_s, u"-1"_s);
+    SaveSetting(u"NotifyTime"_s, u"12 seconds"_s);
     OnConnection(host);
     EXPECT_EQ(CurrLang, 1);
     EXPECT_TRUE(SWActive);
     EXPECT_FALSE(SWTest); // only "1" is yes
     EXPECT_EQ(NotifyTime, 12);
-    EXPECT_EQ(Rules[1].Name.get(), QStringLiteral("Test rule #1"));
+    EXPECT_EQ(Rules[1].Name.get(), u"Test rule #1"_s);
 }
 
 TEST_F(AddinTest, AStoreThatCannotBeOpenedLeavesTheAddinInertAfterOneMessage) {
     host.openSession = [] {
         return Result<std::shared_ptr<MailSession>>{
-            nullptr, OpError::make(ErrNo::NotFound, QStringLiteral("No such folder: /nowhere"))};
+            nullptr, OpError::make(ErrNo::NotFound, u"No such folder: /nowhere"_s)};
     };
     OnConnection(host);
     EXPECT_EQ(CurrentAddinState(), AddinState::Inert);
     ASSERT_EQ(user.questions().size(), 1u);
     EXPECT_EQ(user.questions()[0].prompt,
-              QStringLiteral("Fehler bei Initialisierung der RDO-Schnittstelle: No such folder: /nowhere"));
+              u"Fehler bei Initialisierung der RDO-Schnittstelle: No such folder: /nowhere"_s);
     EXPECT_EQ(user.beeps(), 1);
     EXPECT_EQ(RulesCount, 0); // no data loaded
     EXPECT_EQ(BlockedCount, 0);
@@ -148,23 +124,23 @@ TEST_F(AddinTest, AHostWithoutUserInterfaceOpensNothing) {
     EXPECT_EQ(CurrentAddinState(), AddinState::Inert);
     EXPECT_EQ(sessionOpens, 0);
     EXPECT_TRUE(session->subs.empty());
-    EXPECT_FALSE(QFile::exists(DataFilePath(QStringLiteral(".ble"))));
+    EXPECT_FALSE(QFile::exists(DataFilePath(u".ble"_s)));
 }
 
 class WatcherTest : public AddinTest {
-protected:
+  protected:
     void SetUp() override {
         AddinTest::SetUp();
-        SaveSetting(QStringLiteral("DoProto"), QStringLiteral("1"));
-        SaveSetting(QStringLiteral("SWTest"), QStringLiteral("0"));
+        SaveSetting(u"DoProto"_s, u"1"_s);
+        SaveSetting(u"SWTest"_s, u"0"_s);
         OnConnection(host);
         QFile::remove(LogFilePath());
     }
     MailItemPtr newMail(int itemClass = ItemClass::Mail) {
         FakeMessageData data;
-        data.entryId = QStringLiteral("m%1").arg(++mails);
+        data.entryId = u"m%1"_s.arg(++mails);
         data.itemClass = itemClass;
-        data.subject = QStringLiteral("Report %1").arg(mails);
+        data.subject = u"Report %1"_s.arg(mails);
         return inbox->itemFor(inbox->addMessage(data));
     }
     int mails = 0;
@@ -173,44 +149,44 @@ protected:
 TEST_F(WatcherTest, WhileDeactivatedANewItemGivesExactlyTwoLogLines) {
     SWActive = false;
     session->deliver(inbox, newMail());
-    EXPECT_EQ(LogMessages(), QStringList({QStringLiteral("ItemAdd/Start - Maildir|Inbox"),
-                                          QStringLiteral("! ItemAdd/Stowaway is deactivated...")}));
+    EXPECT_EQ(LogLinesWithoutStamps(), QStringList({u"ItemAdd/Start - Maildir|Inbox"_s,
+                                                    u"! ItemAdd/Stowaway is deactivated..."_s}));
 }
 
 TEST_F(WatcherTest, OnlyMailsAndPostsReachTheDriver) {
     SWActive = true;
     session->deliver(inbox, newMail(ItemClass::MeetingRequest));
     session->deliver(inbox, newMail(ItemClass::Report));
-    QStringList log = LogMessages();
-    EXPECT_EQ(log.count(QStringLiteral("ItemAdd/Class <> olMail/olPost...")), 2);
-    EXPECT_FALSE(log.join('\n').contains(QStringLiteral("StowawayNow/Start")));
+    QStringList log = LogLinesWithoutStamps();
+    EXPECT_EQ(log.count(u"ItemAdd/Class <> olMail/olPost..."_s), 2);
+    EXPECT_FALSE(log.join('\n').contains(u"StowawayNow/Start"_s));
 
     QFile::remove(LogFilePath());
     session->deliver(inbox, newMail(ItemClass::Mail));
-    log = LogMessages();
+    log = LogLinesWithoutStamps();
     ASSERT_GE(log.size(), 5);
-    EXPECT_EQ(log[0], QStringLiteral("ItemAdd/Start - Maildir|Inbox"));
-    EXPECT_EQ(log[1], QStringLiteral("ItemAdd/FolderPath: Maildir|Inbox"));
-    EXPECT_EQ(log[2], QStringLiteral("ItemAdd/Mail: Report 3/Inbox"));
-    EXPECT_EQ(log[3], QStringLiteral("StowawayNow/Start..."));
-    EXPECT_EQ(log.last(), QStringLiteral("ItemAdd/End..."));
+    EXPECT_EQ(log[0], u"ItemAdd/Start - Maildir|Inbox"_s);
+    EXPECT_EQ(log[1], u"ItemAdd/FolderPath: Maildir|Inbox"_s);
+    EXPECT_EQ(log[2], u"ItemAdd/Mail: Report 3/Inbox"_s);
+    EXPECT_EQ(log[3], u"StowawayNow/Start..."_s);
+    EXPECT_EQ(log.last(), u"ItemAdd/End..."_s);
     EXPECT_FALSE(SWRun);
-    EXPECT_EQ(gLastAction, QStringLiteral("Neue Nachricht(en) in 'Inbox'..."));
+    EXPECT_EQ(gLastAction, u"Neue Nachricht(en) in 'Inbox'..."_s);
 
     QFile::remove(LogFilePath());
     session->deliver(inbox, newMail(ItemClass::Post));
-    log = LogMessages();
-    EXPECT_TRUE(log.contains(QStringLiteral("ItemAdd/Post: Report 4/Inbox")));
-    EXPECT_EQ(gLastAction, QStringLiteral("Neue(r) Post(s) in 'Inbox'..."));
+    log = LogLinesWithoutStamps();
+    EXPECT_TRUE(log.contains(u"ItemAdd/Post: Report 4/Inbox"_s));
+    EXPECT_EQ(gLastAction, u"Neue(r) Post(s) in 'Inbox'..."_s);
 }
 
 TEST_F(WatcherTest, AMissingFolderCostsOneBoxPerRebuildAndKeysContinue) {
     udtWatchFolder lost;
     lost.Active = vbTrue;
-    lost.Name = QStringLiteral("Gone");
-    lost.Path = QStringLiteral("Maildir|Gone");
-    lost.EntryID = QStringLiteral(".Gone");
-    lost.StoreID = QStringLiteral("/mail");
+    lost.Name = u"Gone"_s;
+    lost.Path = u"Maildir|Gone"_s;
+    lost.EntryID = u".Gone"_s;
+    lost.StoreID = u"/mail"_s;
     WatchFolders.push_back(lost);
     ++WatchFoldersCount;
     udtWatchFolder off = WatchFolders[1];
@@ -224,14 +200,14 @@ TEST_F(WatcherTest, AMissingFolderCostsOneBoxPerRebuildAndKeysContinue) {
     EXPECT_TRUE(colFolderWrappers.count(QString::number(keyBefore)));
     ASSERT_EQ(user.questions().size(), 1u);
     EXPECT_TRUE(user.questions()[0].prompt.startsWith(
-        QStringLiteral("SetWatchFolders: Ordner kann nicht überwacht werden:\n\nMaildir|Gone\n\n")));
+        u"SetWatchFolders: Ordner kann nicht überwacht werden:\n\nMaildir|Gone\n\n"_s));
     EXPECT_TRUE(IsTrue(WatchFolders[2].Active));
 
     SetWatchFolders();
     EXPECT_EQ(user.questions().size(), 2u);
     EXPECT_TRUE(colFolderWrappers.count(QString::number(keyBefore + 1)));
     EXPECT_EQ(session->subs.size(), 1u); // the old watcher is gone
-    EXPECT_TRUE(LogMessages().contains(QStringLiteral("FldWrapAdd: Maildir|Inbox")));
+    EXPECT_TRUE(LogLinesWithoutStamps().contains(u"FldWrapAdd: Maildir|Inbox"_s));
 }
 
 } // namespace

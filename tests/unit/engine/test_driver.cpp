@@ -5,127 +5,126 @@
 
 #include <QFileInfo>
 
+using namespace Qt::StringLiterals;
+
 using Kind = AskedQuestion::Kind;
 
 namespace {
-const QString kStamp = QStringLiteral("QWKStowaway");
+const QString kStamp = u"QWKStowaway"_s;
 }
 
 TEST_F(EngineTest, NothingToDoReturnsFalseAfterTheStartLineAlone) {
     DoProto = true;
-    addMail(QStringLiteral("m"), {QStringLiteral("a.pdf")});
+    addMail(u"m"_s, {u"a.pdf"_s});
     EXPECT_FALSE(runFolder()); // no rules
-    addRule(QStringLiteral("R"));
+    addRule(u"R"_s);
     EXPECT_FALSE(StowawayNow(nullptr, nullptr, nullptr)); // neither folder nor item
-    EXPECT_EQ(logLines(), QStringList({QStringLiteral("StowawayNow/Start..."),
-                                       QStringLiteral("StowawayNow/Start...")}));
+    EXPECT_EQ(logLines(), QStringList({u"StowawayNow/Start..."_s, u"StowawayNow/Start..."_s}));
     EXPECT_TRUE(filesIn(out()).isEmpty());
     EXPECT_TRUE(user.questions().empty());
 }
 
 TEST_F(EngineTest, TwoRulesOnOneMailRunOneAfterTheOtherOverTheFirstAttachmentCount) {
-    udtRule pdf = MakeRule(QStringLiteral("PDFs"), out(QStringLiteral("pdf")));
+    udtRule pdf = MakeRule(u"PDFs"_s, out(u"pdf"_s));
     pdf.CheckFileFormat = vbTrue;
-    pdf.FileFormat = QStringLiteral("pdf");
+    pdf.FileFormat = u"pdf"_s;
     pdf.DelAttach = vbTrue;
     addRule(pdf);
-    addRule(QStringLiteral("All"), QStringLiteral("all"));
-    const FakeMessagePtr mail =
-        addMail(QStringLiteral("Two"), {QStringLiteral("a.pdf"), QStringLiteral("b.txt")});
+    addRule(u"All"_s, u"all"_s);
+    const FakeMessagePtr mail = addMail(u"Two"_s, {u"a.pdf"_s, u"b.txt"_s});
 
     EXPECT_TRUE(runFolder());
 
-    EXPECT_EQ(filesIn(out(QStringLiteral("pdf"))), QStringList{QStringLiteral("a.pdf")});
+    EXPECT_EQ(filesIn(out(u"pdf"_s)), QStringList{u"a.pdf"_s});
     // The first rule took a.pdf out of the mail, so the second finds b.txt at index 1 and
     // nothing at index 2, which it still asks for: the count was read once, before the rules.
-    EXPECT_EQ(filesIn(out(QStringLiteral("all"))), QStringList{QStringLiteral("b.txt")});
+    EXPECT_EQ(filesIn(out(u"all"_s)), QStringList{u"b.txt"_s});
     const QStringList& calls = mail->fails.calls();
-    EXPECT_GT(calls.lastIndexOf(QStringLiteral("AttachmentAt(2)")),
-              calls.indexOf(QStringLiteral("Save")));
-    EXPECT_EQ(calls.count(QStringLiteral("AttachmentCount")) >= 1, true);
+    EXPECT_GT(calls.lastIndexOf(u"AttachmentAt(2)"_s), calls.indexOf(u"Save"_s));
+    EXPECT_EQ(calls.count(u"AttachmentCount"_s) >= 1, true);
 
     EXPECT_EQ(mail->stored.mileage, kStamp);
     ASSERT_EQ(mail->stored.attachments.size(), 1u);
-    EXPECT_EQ(mail->stored.attachments[0]->fileName, QStringLiteral("b.txt"));
+    EXPECT_EQ(mail->stored.attachments[0]->fileName, u"b.txt"_s);
     const auto records = proto();
     ASSERT_EQ(records.size(), 2u);
-    EXPECT_EQ(records[0].Rule.get(), QStringLiteral("All"));
-    EXPECT_EQ(records[0].Attachment.get(), QStringLiteral("b.txt"));
-    EXPECT_EQ(records[1].Rule.get(), QStringLiteral("PDFs"));
-    EXPECT_EQ(records[1].State.get(), QStringLiteral("SX"));
+    EXPECT_EQ(records[0].Rule.get(), u"All"_s);
+    EXPECT_EQ(records[0].Attachment.get(), u"b.txt"_s);
+    EXPECT_EQ(records[1].Rule.get(), u"PDFs"_s);
+    EXPECT_EQ(records[1].State.get(), u"SX"_s);
     // Counted once per matching rule.
     const auto boxes = user.questions(Kind::MessageBox);
     ASSERT_FALSE(boxes.empty());
     EXPECT_EQ(boxes.back().prompt,
-              QStringLiteral("2 Nachricht(en) in 'Inbox' bearbeitet. Dabei wurde(n) 2 Datei(en) "
-                             "gespeichert und 1 Dateie(n) aus Nachrichten gelöscht."));
+              u"2 Nachricht(en) in 'Inbox' bearbeitet. Dabei wurde(n) 2 Datei(en) "
+              "gespeichert und 1 Dateie(n) aus Nachrichten gelöscht."_s);
 }
 
 TEST_F(EngineTest, AReadMailIsLeftByAPlainRunAndTakenByASpecialRule) {
     DoProto = true;
-    addRule(QStringLiteral("Table"), QStringLiteral("table"));
-    const FakeMessagePtr mail = addMail(QStringLiteral("Old"), {QStringLiteral("a.pdf")});
+    addRule(u"Table"_s, u"table"_s);
+    const FakeMessagePtr mail = addMail(u"Old"_s, {u"a.pdf"_s});
     mail->stored.unread = false;
     SWTest = false;
 
     EXPECT_TRUE(runItem(mail));
-    EXPECT_TRUE(filesIn(out(QStringLiteral("table"))).isEmpty());
-    EXPECT_TRUE(logLines().contains(QStringLiteral(
-        "Unread= False or .Mileage= 'QWKStowaway' or HidePaperClip= True or AttCnt= 0...")));
+    EXPECT_TRUE(filesIn(out(u"table"_s)).isEmpty());
+    EXPECT_TRUE(logLines().contains(
+        u"Unread= False or .Mileage= 'QWKStowaway' or HidePaperClip= True or AttCnt= 0..."_s));
 
-    udtRule special = MakeRule(QStringLiteral("Extras"), out(QStringLiteral("extras")));
+    udtRule special = MakeRule(u"Extras"_s, out(u"extras"_s));
     EXPECT_TRUE(runItem(mail, &special));
-    EXPECT_EQ(filesIn(out(QStringLiteral("extras"))), QStringList{QStringLiteral("a.pdf")});
-    EXPECT_TRUE(filesIn(out(QStringLiteral("table"))).isEmpty()); // the table is not used
+    EXPECT_EQ(filesIn(out(u"extras"_s)), QStringList{u"a.pdf"_s});
+    EXPECT_TRUE(filesIn(out(u"table"_s)).isEmpty()); // the table is not used
     EXPECT_EQ(mail->stored.mileage, kStamp);
-    EXPECT_TRUE(logLines().contains(QStringLiteral("WithSpecialRule: True")));
+    EXPECT_TRUE(logLines().contains(u"WithSpecialRule: True"_s));
 
     // Stamped now: the special rule leaves it too.
-    QFile::remove(out(QStringLiteral("extras/a.pdf")));
+    QFile::remove(out(u"extras/a.pdf"_s));
     EXPECT_TRUE(runItem(mail, &special));
-    EXPECT_TRUE(filesIn(out(QStringLiteral("extras"))).isEmpty());
-    EXPECT_TRUE(logLines().contains(QStringLiteral(
-        "SpecialRule and .Mileage= 'QWKStowaway' or HidePaperClip= True or AttCnt= 0...")));
+    EXPECT_TRUE(filesIn(out(u"extras"_s)).isEmpty());
+    EXPECT_TRUE(logLines().contains(
+        u"SpecialRule and .Mileage= 'QWKStowaway' or HidePaperClip= True or AttCnt= 0..."_s));
 }
 
 TEST_F(EngineTest, AnInactiveSpecialRuleProcessesNothing) {
     DoProto = true;
     SWTest = false;
-    addRule(QStringLiteral("Table"), QStringLiteral("table"));
-    const FakeMessagePtr mail = addMail(QStringLiteral("m"), {QStringLiteral("a.pdf")});
-    udtRule special = MakeRule(QStringLiteral("Extras"), out(QStringLiteral("extras")));
+    addRule(u"Table"_s, u"table"_s);
+    const FakeMessagePtr mail = addMail(u"m"_s, {u"a.pdf"_s});
+    udtRule special = MakeRule(u"Extras"_s, out(u"extras"_s));
     special.Active = vbFalse;
 
     EXPECT_TRUE(runItem(mail, &special));
 
-    EXPECT_TRUE(filesIn(out(QStringLiteral("extras"))).isEmpty());
-    EXPECT_TRUE(filesIn(out(QStringLiteral("table"))).isEmpty());
+    EXPECT_TRUE(filesIn(out(u"extras"_s)).isEmpty());
+    EXPECT_TRUE(filesIn(out(u"table"_s)).isEmpty());
     EXPECT_TRUE(mail->stored.mileage.isEmpty());
-    EXPECT_TRUE(logLines().contains(QStringLiteral("Deactivated Rule: Extras, skipped...")));
+    EXPECT_TRUE(logLines().contains(u"Deactivated Rule: Extras, skipped..."_s));
 }
 
 TEST_F(EngineTest, StampedHiddenClipAndBareMailsAreLeftAlone) {
-    addRule(QStringLiteral("R"));
-    addMail(QStringLiteral("stamped"), {QStringLiteral("a.pdf")})->stored.mileage = kStamp;
-    addMail(QStringLiteral("clip"), {QStringLiteral("b.pdf")})->stored.hidePaperClip = true;
-    addMail(QStringLiteral("bare"), {});
-    const FakeMessagePtr report = addMail(QStringLiteral("report"), {QStringLiteral("c.pdf")});
+    addRule(u"R"_s);
+    addMail(u"stamped"_s, {u"a.pdf"_s})->stored.mileage = kStamp;
+    addMail(u"clip"_s, {u"b.pdf"_s})->stored.hidePaperClip = true;
+    addMail(u"bare"_s, {});
+    const FakeMessagePtr report = addMail(u"report"_s, {u"c.pdf"_s});
     report->stored.itemClass = ItemClass::Report;
 
     EXPECT_TRUE(runFolder());
 
     EXPECT_TRUE(filesIn(out()).isEmpty());
-    EXPECT_TRUE(report->fails.calls().count(QStringLiteral("Subject")) == 0);
+    EXPECT_TRUE(report->fails.calls().count(u"Subject"_s) == 0);
     // Nothing matched in a real run: no summary at all.
     EXPECT_TRUE(user.questions().empty());
 }
 
 TEST_F(EngineTest, AMailWithOnlyHiddenOrInlineAttachmentsIsDoneWithoutFiles) {
-    addRule(QStringLiteral("R"));
-    const FakeMessagePtr mail = addMail(QStringLiteral("inline"), {});
-    mail->addAttachment(QStringLiteral("hidden.pdf")).hidden = true;
-    mail->addAttachment(QStringLiteral("image001.png")).contentId = QStringLiteral("img1@x");
-    mail->addAttachment(QStringLiteral("Forwarded")).type = AttachType::EmbeddedItem;
+    addRule(u"R"_s);
+    const FakeMessagePtr mail = addMail(u"inline"_s, {});
+    mail->addAttachment(u"hidden.pdf"_s).hidden = true;
+    mail->addAttachment(u"image001.png"_s).contentId = u"img1@x"_s;
+    mail->addAttachment(u"Forwarded"_s).type = AttachType::EmbeddedItem;
 
     EXPECT_TRUE(runFolder());
 
@@ -134,17 +133,17 @@ TEST_F(EngineTest, AMailWithOnlyHiddenOrInlineAttachmentsIsDoneWithoutFiles) {
     EXPECT_EQ(mail->saves, 1);
     EXPECT_EQ(mail->stored.attachments.size(), 3u);
     EXPECT_EQ(user.questions(Kind::MessageBox).back().prompt,
-              QStringLiteral("1 Nachricht(en) in 'Inbox' bearbeitet. Dabei wurde(n) 0 Datei(en) "
-                             "gespeichert."));
+              u"1 Nachricht(en) in 'Inbox' bearbeitet. Dabei wurde(n) 0 Datei(en) "
+              "gespeichert."_s);
 }
 
 TEST_F(EngineTest, AFormatRuleDoesNotMatchAMailWhoseOnlyFileOfThatFormatIsInline) {
-    udtRule rule = MakeRule(QStringLiteral("PNG"), out());
+    udtRule rule = MakeRule(u"PNG"_s, out());
     rule.CheckFileFormat = vbTrue;
-    rule.FileFormat = QStringLiteral("PNG");
+    rule.FileFormat = u"PNG"_s;
     addRule(rule);
-    const FakeMessagePtr mail = addMail(QStringLiteral("inline"), {});
-    mail->addAttachment(QStringLiteral("image001.png")).contentId = QStringLiteral("img1@x");
+    const FakeMessagePtr mail = addMail(u"inline"_s, {});
+    mail->addAttachment(u"image001.png"_s).contentId = u"img1@x"_s;
 
     EXPECT_TRUE(runFolder());
 
@@ -153,70 +152,65 @@ TEST_F(EngineTest, AFormatRuleDoesNotMatchAMailWhoseOnlyFileOfThatFormatIsInline
 }
 
 TEST_F(EngineTest, CardsAreNeverSaved) {
-    addRule(QStringLiteral("R"));
-    udtRule cards = MakeRule(QStringLiteral("Cards"), out(QStringLiteral("cards")));
+    addRule(u"R"_s);
+    udtRule cards = MakeRule(u"Cards"_s, out(u"cards"_s));
     cards.CheckFileFormat = vbTrue;
-    cards.FileFormat = QStringLiteral("vcf");
+    cards.FileFormat = u"vcf"_s;
     addRule(cards);
-    addMail(QStringLiteral("cards"), {QStringLiteral("anna.vcf"), QStringLiteral("BERT.VCF"),
-                                      QStringLiteral("carl.Vcf"), QStringLiteral("notes.txt")});
+    addMail(u"cards"_s, {u"anna.vcf"_s, u"BERT.VCF"_s, u"carl.Vcf"_s, u"notes.txt"_s});
 
     EXPECT_TRUE(runFolder());
 
-    EXPECT_EQ(filesIn(out()), QStringList{QStringLiteral("notes.txt")});
-    EXPECT_FALSE(QFileInfo::exists(out(QStringLiteral("cards"))));
+    EXPECT_EQ(filesIn(out()), QStringList{u"notes.txt"_s});
+    EXPECT_FALSE(QFileInfo::exists(out(u"cards"_s)));
     EXPECT_EQ(proto().size(), 1u);
 }
 
 TEST_F(EngineTest, AFailedSaveKeepsEarlierFilesAndLeavesTheMailForTheNextRun) {
     DoProto = true;
-    udtRule rule = MakeRule(QStringLiteral("R"), out());
+    udtRule rule = MakeRule(u"R"_s, out());
     rule.DelAttach = vbTrue;
     addRule(rule);
-    const FakeMessagePtr mail =
-        addMail(QStringLiteral("three"),
-                {QStringLiteral("1.pdf"), QStringLiteral("2.pdf"), QStringLiteral("3.pdf")});
+    const FakeMessagePtr mail = addMail(u"three"_s, {u"1.pdf"_s, u"2.pdf"_s, u"3.pdf"_s});
     FakeAttachmentData& second = *mail->stored.attachments[1];
     FakeAttachmentData& third = *mail->stored.attachments[2];
-    second.fails.failOn(QStringLiteral("SaveAsFile"),
-                        OpError::make(ErrNo::IoError, QStringLiteral("Part cannot be decoded")));
+    second.fails.failOn(u"SaveAsFile"_s,
+                        OpError::make(ErrNo::IoError, u"Part cannot be decoded"_s));
 
     EXPECT_TRUE(runFolder());
 
-    EXPECT_EQ(filesIn(out()), QStringList{QStringLiteral("1.pdf")});
-    EXPECT_EQ(third.fails.count(QStringLiteral("SaveAsFile")), 0);
+    EXPECT_EQ(filesIn(out()), QStringList{u"1.pdf"_s});
+    EXPECT_EQ(third.fails.count(u"SaveAsFile"_s), 0);
     EXPECT_EQ(mail->saves, 0);
     EXPECT_TRUE(mail->stored.mileage.isEmpty());
     EXPECT_EQ(mail->stored.attachments.size(), 3u);
     const auto records = proto();
     ASSERT_EQ(records.size(), 2u);
-    EXPECT_EQ(records[0].State.get(), QStringLiteral("! 57/Part cannot be decoded"));
-    EXPECT_EQ(records[0].Attachment.get(), QStringLiteral("2.pdf"));
-    EXPECT_EQ(records[1].State.get(), QStringLiteral("SX"));
-    const QString path2 = outFile(QStringLiteral("2.pdf"));
-    EXPECT_TRUE(logLines().contains(QStringLiteral("Error saving attachment: ") + path2));
-    EXPECT_TRUE(logLines().contains(QStringLiteral("Error: Part cannot be decoded")));
+    EXPECT_EQ(records[0].State.get(), u"! 57/Part cannot be decoded"_s);
+    EXPECT_EQ(records[0].Attachment.get(), u"2.pdf"_s);
+    EXPECT_EQ(records[1].State.get(), u"SX"_s);
+    const QString path2 = outFile(u"2.pdf"_s);
+    EXPECT_TRUE(logLines().contains(u"Error saving attachment: "_s + path2));
+    EXPECT_TRUE(logLines().contains(u"Error: Part cannot be decoded"_s));
     const auto boxes = user.questions(Kind::MessageBox);
     ASSERT_GE(boxes.size(), 1u);
-    EXPECT_EQ(boxes[0].prompt,
-              QStringLiteral("Anhang konnte nicht gespeichert werden:\n\nAnhang: ") + path2 +
-                  QStringLiteral("\nFehler: Part cannot be decoded"));
+    EXPECT_EQ(boxes[0].prompt, u"Anhang konnte nicht gespeichert werden:\n\nAnhang: "_s + path2 +
+                                   u"\nFehler: Part cannot be decoded"_s);
     EXPECT_EQ(boxes[0].icon, 48);
 
     // The next run takes the mail up again.
-    second.fails.clear(QStringLiteral("SaveAsFile"));
+    second.fails.clear(u"SaveAsFile"_s);
     EXPECT_TRUE(runFolder());
-    EXPECT_EQ(filesIn(out()), QStringList({QStringLiteral("1.pdf"), QStringLiteral("2.pdf"),
-                                           QStringLiteral("3.pdf")}));
+    EXPECT_EQ(filesIn(out()), QStringList({u"1.pdf"_s, u"2.pdf"_s, u"3.pdf"_s}));
     EXPECT_EQ(mail->stored.mileage, kStamp);
     EXPECT_TRUE(mail->stored.attachments.empty());
 }
 
 TEST_F(EngineTest, ARuleWhoseProjectWasDeletedLeavesTheMailAndWritesNothing) {
-    udtRule rule = MakeRule(QStringLiteral("P"), QStringLiteral("Gone"));
+    udtRule rule = MakeRule(u"P"_s, u"Gone"_s);
     rule.SaveBy = 3;
     addRule(rule);
-    const FakeMessagePtr mail = addMail(QStringLiteral("m"), {QStringLiteral("a.pdf")});
+    const FakeMessagePtr mail = addMail(u"m"_s, {u"a.pdf"_s});
     const QString cwd = QDir::currentPath();
     QDir::setCurrent(out());
 
@@ -228,93 +222,76 @@ TEST_F(EngineTest, ARuleWhoseProjectWasDeletedLeavesTheMailAndWritesNothing) {
     EXPECT_TRUE(mail->stored.mileage.isEmpty());
     const auto boxes = user.questions(Kind::MessageBox);
     ASSERT_EQ(boxes.size(), 1u);
-    EXPECT_EQ(boxes[0].prompt, QStringLiteral("Regel 'P' hat keinen gültigen Zielordner ('Gone'). "
-                                              "Die Nachricht bleibt unverändert."));
-}
-
-TEST_F(EngineTest, TheMailIsFetchedByItsEntryIdAloneWhenTheStoreRouteFails) {
-    addRule(QStringLiteral("R"));
-    addMail(QStringLiteral("m"), {QStringLiteral("a.pdf")});
-    session->fails.failOn(QStringLiteral("GetMessageFromID/2"));
-
-    EXPECT_TRUE(runFolder());
-    EXPECT_EQ(filesIn(out()), QStringList{QStringLiteral("a.pdf")});
+    EXPECT_EQ(boxes[0].prompt, u"Regel 'P' hat keinen gültigen Zielordner ('Gone'). "
+                               "Die Nachricht bleibt unverändert."_s);
 }
 
 TEST_F(EngineTest, AMailThatCannotBeFetchedIsReportedAndTheWalkGoesOn) {
-    addRule(QStringLiteral("R"));
-    addMail(QStringLiteral("lost"), {QStringLiteral("a.pdf")});
-    addMail(QStringLiteral("fine"), {QStringLiteral("b.pdf")});
-    session->fails.failOn(QStringLiteral("GetMessageFromID/2"));
-    session->fails.failOn(QStringLiteral("GetMessageFromID/1"),
-                          OpError::make(ErrNo::NotFound, QStringLiteral("Object not found")), 1);
+    addRule(u"R"_s);
+    addMail(u"lost"_s, {u"a.pdf"_s});
+    addMail(u"fine"_s, {u"b.pdf"_s});
+    session->fails.failOn(u"GetMessageFromID/2"_s);
+    session->fails.failOn(u"GetMessageFromID/1"_s,
+                          OpError::make(ErrNo::NotFound, u"Object not found"_s), 1);
 
     EXPECT_TRUE(runFolder());
 
-    EXPECT_EQ(filesIn(out()), QStringList{QStringLiteral("b.pdf")});
+    // The second mail came by its entry id alone, the store route being shut.
+    EXPECT_EQ(filesIn(out()), QStringList{u"b.pdf"_s});
     const auto boxes = user.questions(Kind::MessageBox);
     ASSERT_GE(boxes.size(), 1u);
-    EXPECT_EQ(boxes[0].prompt,
-              QStringLiteral("Fehler bei Zugriff auf Nachricht via RDO: Object not found"));
+    EXPECT_EQ(boxes[0].prompt, u"Fehler bei Zugriff auf Nachricht via RDO: Object not found"_s);
     EXPECT_EQ(boxes[0].icon, 48);
     // An "!" line: written with the LOG off too.
-    EXPECT_EQ(logLines(), QStringList{QStringLiteral(
-                              "! Fehler bei Zugriff auf Nachricht via RDO: Object not found")});
+    EXPECT_EQ(logLines(),
+              QStringList{u"! Fehler bei Zugriff auf Nachricht via RDO: Object not found"_s});
 }
 
 TEST_F(EngineTest, TheTestDialogDescribesEachAttachmentAndCanEndTheRun) {
     DoProto = true;
-    udtRule rule = MakeRule(QStringLiteral("Invoices"), out());
+    udtRule rule = MakeRule(u"Invoices"_s, out());
     rule.DelAttach = vbTrue;
     addRule(rule);
-    const FakeMessagePtr mail =
-        addMail(QStringLiteral("Invoice 42"), {QStringLiteral("a.pdf"), QStringLiteral("b.pdf")});
-    addMail(QStringLiteral("later"), {QStringLiteral("c.pdf")});
+    const FakeMessagePtr mail = addMail(u"Invoice 42"_s, {u"a.pdf"_s, u"b.pdf"_s});
+    addMail(u"later"_s, {u"c.pdf"_s});
     user.answerMsgBoxEx(2); // "Testlauf abbrechen"
 
     EXPECT_FALSE(runFolder(true));
 
     const auto asked = user.questions(Kind::MsgBoxEx);
     ASSERT_EQ(asked.size(), 1u);
-    EXPECT_EQ(asked[0].prompt,
-              QStringLiteral("Regel: Invoices\nNachricht: Invoice 42\nOrdner: Inbox\n"
-                             "Von: Anna Berg (anna@berg.example)\n"
-                             "An: Carl Dorn (carl@dorn.example)\n\n"
-                             "Der Anhang würde wie folgt gespeichert und aus der Nachricht "
-                             "gelöscht werden:\n\n") +
-                  outFile(QStringLiteral("a.pdf")) +
-                  QStringLiteral("\n\nTestlauf weiter durchführen?"));
-    EXPECT_EQ(asked[0].buttons,
-              QStringList({QStringLiteral("Weiter"), QStringLiteral("Testlauf abbrechen")}));
-    EXPECT_EQ(asked[0].title, gAppCaption + QStringLiteral(" · Testmodus:"));
+    EXPECT_EQ(asked[0].prompt, u"Regel: Invoices\nNachricht: Invoice 42\nOrdner: Inbox\n"
+                               "Von: Anna Berg (anna@berg.example)\n"
+                               "An: Carl Dorn (carl@dorn.example)\n\n"
+                               "Der Anhang würde wie folgt gespeichert und aus der Nachricht "
+                               "gelöscht werden:\n\n"_s +
+                                   outFile(u"a.pdf"_s) + u"\n\nTestlauf weiter durchführen?"_s);
+    EXPECT_EQ(asked[0].buttons, QStringList({u"Weiter"_s, u"Testlauf abbrechen"_s}));
+    EXPECT_EQ(asked[0].title, gAppCaption + u" · Testmodus:"_s);
     EXPECT_EQ(asked[0].icon, 32);
-    EXPECT_TRUE(logLines().contains(QStringLiteral("! Aborted...")));
+    EXPECT_TRUE(logLines().contains(u"! Aborted..."_s));
     EXPECT_TRUE(proto().empty());
     EXPECT_FALSE(QFileInfo::exists(out()));
     EXPECT_EQ(mail->saves, 0);
 }
 
 TEST_F(EngineTest, ATestRunSavesNothingButWritesRecordsAndShowsTheSummary) {
-    addRule(QStringLiteral("R"));
-    const FakeMessagePtr mail = addMail(QStringLiteral("m"), {QStringLiteral("a.pdf")});
-    QDir().mkpath(out());
-    QFile existing(outFile(QStringLiteral("a.pdf")));
-    ASSERT_TRUE(existing.open(QIODevice::WriteOnly));
-    existing.write("old");
-    existing.close();
+    addRule(u"R"_s);
+    const FakeMessagePtr mail = addMail(u"m"_s, {u"a.pdf"_s});
+    write(outFile(u"a.pdf"_s), "old");
     user.answerMsgBoxEx(1);
 
     EXPECT_TRUE(runFolder(true));
 
-    EXPECT_EQ(read(outFile(QStringLiteral("a.pdf"))), QByteArray("old"));
+    EXPECT_EQ(read(outFile(u"a.pdf"_s)), QByteArray("old"));
     EXPECT_TRUE(mail->stored.mileage.isEmpty());
     EXPECT_EQ(mail->saves, 0);
     ASSERT_EQ(proto().size(), 1u);
-    EXPECT_EQ(proto()[0].State.get(), QStringLiteral("TS"));
+    EXPECT_EQ(proto()[0].State.get(), u"TS"_s);
     // No conflict handling in a test run: the first path is shown.
     EXPECT_TRUE(user.questions(Kind::SaveFile).empty());
     EXPECT_EQ(user.questions(Kind::MessageBox).back().prompt,
-              QStringLiteral("1 Nachricht(en) in 'Inbox' bearbeitet."));
+              u"1 Nachricht(en) in 'Inbox' bearbeitet."_s);
 }
 
 struct SummaryCase {
@@ -333,13 +310,12 @@ TEST_P(ClosingSummary, ReadsAsTheLanguageAndTheCountersSay) {
     const SummaryCase c = GetParam();
     CurrLang = static_cast<uint8_t>(c.lang);
     Notify = static_cast<int16_t>(c.notify);
-    udtRule rule = MakeRule(QStringLiteral("R"), out());
+    udtRule rule = MakeRule(u"R"_s, out());
     rule.DelAttach = ToVb(c.deletes);
     rule.CheckSubj = vbTrue;
-    rule.Subject = QStringLiteral("invoice");
+    rule.Subject = u"invoice"_s;
     addRule(rule);
-    addMail(c.match ? QStringLiteral("Invoice") : QStringLiteral("Hello"),
-            {QStringLiteral("a.pdf"), QStringLiteral("b.pdf")});
+    addMail(c.match ? u"Invoice"_s : u"Hello"_s, {u"a.pdf"_s, u"b.pdf"_s});
 
     runFolder(c.test);
 
@@ -379,43 +355,41 @@ INSTANTIATE_TEST_SUITE_P(
     [](const testing::TestParamInfo<SummaryCase>& info) { return info.param.name; });
 
 TEST_F(EngineTest, NoSummaryWithoutARunFlagNorForASingleItem) {
-    addRule(QStringLiteral("R"));
-    const FakeMessagePtr first = addMail(QStringLiteral("m"), {QStringLiteral("a.pdf")});
+    addRule(u"R"_s);
+    const FakeMessagePtr first = addMail(u"m"_s, {u"a.pdf"_s});
     SWTest = false;
     SWRun = false; // a watcher's folder call without the run flag
     EXPECT_TRUE(StowawayNow(inbox, nullptr, nullptr));
-    EXPECT_EQ(filesIn(out()), QStringList{QStringLiteral("a.pdf")});
+    EXPECT_EQ(filesIn(out()), QStringList{u"a.pdf"_s});
 
-    const FakeMessagePtr second = addMail(QStringLiteral("n"), {QStringLiteral("b.pdf")});
+    const FakeMessagePtr second = addMail(u"n"_s, {u"b.pdf"_s});
     SWRun = true;
     EXPECT_TRUE(runItem(second));
-    EXPECT_EQ(filesIn(out()), QStringList({QStringLiteral("a.pdf"), QStringLiteral("b.pdf")}));
+    EXPECT_EQ(filesIn(out()), QStringList({u"a.pdf"_s, u"b.pdf"_s}));
     EXPECT_TRUE(user.questions().empty());
 }
 
 TEST_F(EngineTest, TheWalkIsShownOnTheSubProgressBar) {
-    addRule(QStringLiteral("R"));
-    addMail(QStringLiteral("m"), {QStringLiteral("a.pdf")});
-    addMail(QStringLiteral("n"), {QStringLiteral("b.pdf")});
+    addRule(u"R"_s);
+    addMail(u"m"_s, {u"a.pdf"_s});
+    addMail(u"n"_s, {u"b.pdf"_s});
     RecordingStatus status;
     SWTest = false;
     StowawayNow(inbox, nullptr, &status);
     EXPECT_EQ(status.calls(),
-              QStringList({QStringLiteral("sub 1 0.00"), QStringLiteral("sub 1 0.50"),
-                           QStringLiteral("sub 1 1.00"), QStringLiteral("sub 0 0.00")}));
+              QStringList({u"sub 1 0.00"_s, u"sub 1 0.50"_s, u"sub 1 1.00"_s, u"sub 0 0.00"_s}));
 }
 
 TEST_F(EngineTest, AnUnreadableFolderIsReportedInTheLog) {
-    addRule(QStringLiteral("R"));
-    inbox->fails.failOn(QStringLiteral("Items"),
-                        OpError::make(ErrNo::NoPermission, QStringLiteral("Permission denied")));
+    addRule(u"R"_s);
+    inbox->fails.failOn(u"Items"_s, OpError::make(ErrNo::NoPermission, u"Permission denied"_s));
     EXPECT_TRUE(runFolder());
-    EXPECT_EQ(logLines(), QStringList{QStringLiteral("! SWN/Items: Inbox: Permission denied")});
+    EXPECT_EQ(logLines(), QStringList{u"! SWN/Items: Inbox: Permission denied"_s});
 }
 
 TEST_F(EngineTest, TheProtocolIsOnDiskWhenTheCallReturns) {
-    addRule(QStringLiteral("R"));
-    addMail(QStringLiteral("m"), {QStringLiteral("a.pdf"), QStringLiteral("b.pdf")});
+    addRule(u"R"_s);
+    addMail(u"m"_s, {u"a.pdf"_s, u"b.pdf"_s});
     EXPECT_TRUE(runFolder());
-    EXPECT_EQ(QFileInfo(DataFilePath(QStringLiteral(".prt"))).size(), 2 * kProtoRecordSize);
+    EXPECT_EQ(QFileInfo(DataFilePath(u".prt"_s)).size(), 2 * kProtoRecordSize);
 }

@@ -3,13 +3,7 @@
 
 #include "engine/target_paths.h"
 
-namespace {
-void Touch(const QString& path) {
-    QDir().mkpath(QFileInfo(path).path());
-    QFile f(path);
-    ASSERT_TRUE(f.open(QIODevice::WriteOnly));
-}
-} // namespace
+using namespace Qt::StringLiterals;
 
 struct DateFolderCase {
     int saveFormat;
@@ -21,15 +15,15 @@ class DateFolders : public EngineTest, public testing::WithParamInterface<DateFo
 
 TEST_P(DateFolders, FollowTheRuleFormat) {
     const DateFolderCase c = GetParam();
-    const FakeMessagePtr message = addMail(QStringLiteral("m"), {});
+    const FakeMessagePtr message = addMail(u"m"_s, {});
     message->stored.receivedTime = Date(c.y, c.m, c.d);
-    udtRule rule = MakeRule(QStringLiteral("R"), QStringLiteral("/base"));
+    udtRule rule = MakeRule(u"R"_s, u"/base"_s);
     rule.SaveBy = 0;
     rule.SaveFormat = static_cast<int16_t>(c.saveFormat);
     QString base, target;
     GetRuleData(inbox->itemFor(message), rule, base, target, {}, {}, {}, {});
-    EXPECT_EQ(base, QStringLiteral("/base/"));
-    EXPECT_EQ(target, QStringLiteral("/base/") + QString::fromUtf8(c.expected));
+    EXPECT_EQ(base, u"/base/"_s);
+    EXPECT_EQ(target, u"/base/"_s + QString::fromUtf8(c.expected));
 }
 
 // Weeks start on Sunday, and the week of 1 January is week 1.
@@ -48,60 +42,57 @@ INSTANTIATE_TEST_SUITE_P(
 
 TEST_F(EngineTest, PartyFoldersAreCleanedAndTakeTheAddressFromItsAt) {
     DoProto = true;
-    const FakeMessagePtr message = addMail(QStringLiteral("m"), {});
+    const FakeMessagePtr message = addMail(u"m"_s, {});
     const MailItemPtr item = inbox->itemFor(message);
-    udtRule rule = MakeRule(QStringLiteral("R"), QStringLiteral("/base"));
+    udtRule rule = MakeRule(u"R"_s, u"/base"_s);
     QString base, target;
 
     rule.SaveBy = 1;
     rule.SaveFormat = 0;
-    GetRuleData(item, rule, base, target, QStringLiteral("Müller+Sohn/GmbH"),
-                QStringLiteral("info@mueller.example"), {}, {});
-    EXPECT_EQ(target, QStringLiteral("/base/Müller_Sohn_GmbH"));
+    GetRuleData(item, rule, base, target, u"Müller+Sohn/GmbH"_s, u"info@mueller.example"_s, {}, {});
+    EXPECT_EQ(target, u"/base/Müller_Sohn_GmbH"_s);
 
     rule.SaveFormat = 1;
-    rule.Sender = QStringLiteral("info@mueller.example");
-    GetRuleData(item, rule, base, target, {}, QStringLiteral("info@mueller.example"), {}, {});
-    EXPECT_EQ(target, QStringLiteral("/base/info-mueller.example"));
+    rule.Sender = u"info@mueller.example"_s;
+    GetRuleData(item, rule, base, target, {}, u"info@mueller.example"_s, {}, {});
+    EXPECT_EQ(target, u"/base/info-mueller.example"_s);
 
-    rule.Sender = QStringLiteral("@mueller.example");
-    GetRuleData(item, rule, base, target, {}, QStringLiteral("info@mueller.example"), {}, {});
-    EXPECT_EQ(target, QStringLiteral("/base/-mueller.example"));
+    rule.Sender = u"@mueller.example"_s;
+    GetRuleData(item, rule, base, target, {}, u"info@mueller.example"_s, {}, {});
+    EXPECT_EQ(target, u"/base/-mueller.example"_s);
 
     rule.SaveBy = 2;
-    rule.Recipient = QStringLiteral("@dorn.example");
-    GetRuleData(item, rule, base, target, QStringLiteral("x"), QStringLiteral("x@y"),
-                QStringLiteral("Carl"), QStringLiteral("carl@dorn.example"));
-    EXPECT_EQ(target, QStringLiteral("/base/-dorn.example"));
+    rule.Recipient = u"@dorn.example"_s;
+    GetRuleData(item, rule, base, target, u"x"_s, u"x@y"_s, u"Carl"_s, u"carl@dorn.example"_s);
+    EXPECT_EQ(target, u"/base/-dorn.example"_s);
 
-    EXPECT_EQ(
-        logLines().mid(logLines().size() - 2),
-        QStringList({QStringLiteral("GetRuleData: /base/, /base/"),
-                     QStringLiteral("GetRuleData: /base/+-dorn.example= /base/-dorn.example")}));
+    EXPECT_EQ(logLines().mid(logLines().size() - 2),
+              QStringList({u"GetRuleData: /base/, /base/"_s,
+                           u"GetRuleData: /base/+-dorn.example= /base/-dorn.example"_s}));
 }
 
 TEST_F(EngineTest, APartyNamedTwoDotsStaysInsideTheBaseFolder) {
-    const FakeMessagePtr message = addMail(QStringLiteral("m"), {});
-    udtRule rule = MakeRule(QStringLiteral("R"), QStringLiteral("/base"));
+    const FakeMessagePtr message = addMail(u"m"_s, {});
+    udtRule rule = MakeRule(u"R"_s, u"/base"_s);
     rule.SaveBy = 1;
     QString base, target;
-    GetRuleData(inbox->itemFor(message), rule, base, target, QStringLiteral(".."), {}, {}, {});
-    EXPECT_EQ(target, QStringLiteral("/base/__"));
-    EXPECT_EQ(logLines(), QStringList{QStringLiteral(
-                              "! GetRuleData: folder name '..' is not allowed, '__' used")});
+    GetRuleData(inbox->itemFor(message), rule, base, target, u".."_s, {}, {}, {});
+    EXPECT_EQ(target, u"/base/__"_s);
+    EXPECT_EQ(logLines(),
+              QStringList{u"! GetRuleData: folder name '..' is not allowed, '__' used"_s});
 }
 
 TEST_F(EngineTest, ProjectAndFolderRules) {
-    addProject(QStringLiteral("Alpha"), QStringLiteral("/projects/alpha"));
-    const FakeFolderPtr sub = inbox->addFolder(QStringLiteral("Work"));
-    const FakeMessagePtr message = addMail(QStringLiteral("m"), {}, sub);
+    addProject(u"Alpha"_s, u"/projects/alpha"_s);
+    const FakeFolderPtr sub = inbox->addFolder(u"Work"_s);
+    const FakeMessagePtr message = addMail(u"m"_s, {}, sub);
     const MailItemPtr item = sub->itemFor(message);
     QString base, target;
 
-    udtRule rule = MakeRule(QStringLiteral("R"), QStringLiteral("ALPHA"));
+    udtRule rule = MakeRule(u"R"_s, u"ALPHA"_s);
     rule.SaveBy = 3;
     GetRuleData(item, rule, base, target, {}, {}, {}, {});
-    EXPECT_EQ(base, QStringLiteral("/projects/alpha/"));
+    EXPECT_EQ(base, u"/projects/alpha/"_s);
     EXPECT_EQ(target, base);
 
     // A deleted project, a rule without a folder and a relative folder give no target at all:
@@ -110,59 +101,53 @@ TEST_F(EngineTest, ProjectAndFolderRules) {
         rule.SaveBy = static_cast<qint16>(saveBy);
         rule.Folder = QString::fromLatin1(folder);
         EXPECT_FALSE(GetRuleData(item, rule, base, target, {}, {}, {}, {})) << folder;
-        EXPECT_TRUE(logLines().last().startsWith(QStringLiteral("! GetRuleData: rule 'R'")));
+        EXPECT_TRUE(logLines().last().startsWith(u"! GetRuleData: rule 'R'"_s));
     }
 
     rule.SaveBy = 4;
-    rule.Folder = QStringLiteral("/keep");
+    rule.Folder = u"/keep"_s;
     rule.SaveFormat = 99; // keep the mail folder's structure
     GetRuleData(item, rule, base, target, {}, {}, {}, {});
-    EXPECT_EQ(target, QStringLiteral("/keep/Maildir/Inbox/Work/"));
+    EXPECT_EQ(target, u"/keep/Maildir/Inbox/Work/"_s);
     rule.SaveFormat = 0;
     GetRuleData(item, rule, base, target, {}, {}, {}, {});
-    EXPECT_EQ(target, QStringLiteral("/keep/"));
+    EXPECT_EQ(target, u"/keep/"_s);
     EXPECT_TRUE(user.questions().empty());
 }
 
 TEST_F(EngineTest, NumberingTakesTheNextNumberAboveTheHighestOfFourDigits) {
     const QString dir = out() + QLatin1Char('/');
-    Touch(dir + QStringLiteral("a.pdf"));
-    EXPECT_EQ(GetNextNumberName(dir + QStringLiteral("a.pdf")),
-              dir + QStringLiteral("a -0002.pdf"));
+    write(dir + u"a.pdf"_s);
+    EXPECT_EQ(GetNextNumberName(dir + u"a.pdf"_s), dir + u"a -0002.pdf"_s);
 
     // Neither three nor five digits count.
-    Touch(dir + QStringLiteral("a -12.pdf"));
-    Touch(dir + QStringLiteral("a -12345.pdf"));
-    EXPECT_EQ(GetNextNumberName(dir + QStringLiteral("a.pdf")),
-              dir + QStringLiteral("a -0002.pdf"));
+    write(dir + u"a -12.pdf"_s);
+    write(dir + u"a -12345.pdf"_s);
+    EXPECT_EQ(GetNextNumberName(dir + u"a.pdf"_s), dir + u"a -0002.pdf"_s);
 
     // Any extension counts, and so does a longer name that starts the same.
-    Touch(dir + QStringLiteral("a -0007.txt"));
-    EXPECT_EQ(GetNextNumberName(dir + QStringLiteral("a.pdf")),
-              dir + QStringLiteral("a -0008.pdf"));
-    Touch(dir + QStringLiteral("ab -0011.doc"));
-    EXPECT_EQ(GetNextNumberName(dir + QStringLiteral("a.pdf")),
-              dir + QStringLiteral("a -0012.pdf"));
+    write(dir + u"a -0007.txt"_s);
+    EXPECT_EQ(GetNextNumberName(dir + u"a.pdf"_s), dir + u"a -0008.pdf"_s);
+    write(dir + u"ab -0011.doc"_s);
+    EXPECT_EQ(GetNextNumberName(dir + u"a.pdf"_s), dir + u"a -0012.pdf"_s);
 
     // The extension is lower case, the base name keeps its case; no extension ends in a point.
-    Touch(dir + QStringLiteral("Report.PDF"));
-    EXPECT_EQ(GetNextNumberName(dir + QStringLiteral("Report.PDF")),
-              dir + QStringLiteral("Report -0002.pdf"));
-    Touch(dir + QStringLiteral("README"));
-    EXPECT_EQ(GetNextNumberName(dir + QStringLiteral("README")),
-              dir + QStringLiteral("README -0002."));
+    write(dir + u"Report.PDF"_s);
+    EXPECT_EQ(GetNextNumberName(dir + u"Report.PDF"_s), dir + u"Report -0002.pdf"_s);
+    write(dir + u"README"_s);
+    EXPECT_EQ(GetNextNumberName(dir + u"README"_s), dir + u"README -0002."_s);
     EXPECT_TRUE(user.questions().empty());
 }
 
 TEST_F(EngineTest, NumberingStopsAt9999WithAMessage) {
     CurrLang = 1;
     const QString dir = out() + QLatin1Char('/');
-    Touch(dir + QStringLiteral("a.pdf"));
-    Touch(dir + QStringLiteral("a -9999.pdf"));
-    EXPECT_TRUE(GetNextNumberName(dir + QStringLiteral("a.pdf")).isEmpty());
+    write(dir + u"a.pdf"_s);
+    write(dir + u"a -9999.pdf"_s);
+    EXPECT_TRUE(GetNextNumberName(dir + u"a.pdf"_s).isEmpty());
     ASSERT_EQ(user.questions().size(), 1u);
     EXPECT_EQ(user.questions()[0].prompt,
-              QStringLiteral("Automatic numbering wasn't able to find an unused number..."));
+              u"Automatic numbering wasn't able to find an unused number..."_s);
     EXPECT_EQ(user.questions()[0].icon, 48);
     EXPECT_EQ(user.beeps(), 1);
 }
@@ -170,14 +155,13 @@ TEST_F(EngineTest, NumberingStopsAt9999WithAMessage) {
 TEST_F(EngineTest, DateNamesCarryTheTimeAndAvoidATakenName) {
     const QString dir = out() + QLatin1Char('/');
     QDir().mkpath(out());
-    const QString first = GetNextDateName(dir + QStringLiteral("Scan.TIFF"));
-    const QRegularExpression form(
-        QRegularExpression::escape(dir) +
-        QStringLiteral("Scan \\d{4}-\\d\\d-\\d\\d \\d\\d-\\d\\d-\\d\\d\\.tiff"));
+    const QString first = GetNextDateName(dir + u"Scan.TIFF"_s);
+    const QRegularExpression form(QRegularExpression::escape(dir) +
+                                  u"Scan \\d{4}-\\d\\d-\\d\\d \\d\\d-\\d\\d-\\d\\d\\.tiff"_s);
     EXPECT_TRUE(form.match(first).hasMatch()) << first.toStdString();
-    Touch(first);
-    const QString second = GetNextDateName(dir + QStringLiteral("Scan.TIFF"));
+    write(first);
+    const QString second = GetNextDateName(dir + u"Scan.TIFF"_s);
     EXPECT_TRUE(form.match(second).hasMatch());
     EXPECT_NE(second, first);
-    EXPECT_TRUE(GetNextDateName(dir + QStringLiteral("README")).endsWith(QLatin1Char('.')));
+    EXPECT_TRUE(GetNextDateName(dir + u"README"_s).endsWith(QLatin1Char('.')));
 }
