@@ -4,6 +4,8 @@
 #include <QSaveFile>
 #include <functional>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 template <class T> Result<T> Answer(FailPlan& plan, const QString& operation, T value) {
@@ -19,20 +21,17 @@ class FakeAttachment final : public Attachment {
         : m_mail(std::move(mail)), m_data(std::move(data)) {}
 
     Result<QString> FileName() const override {
-        return Answer(m_data->fails, QStringLiteral("FileName"), m_data->fileName);
+        return Answer(m_data->fails, u"FileName"_s, m_data->fileName);
     }
-    Result<int> Type() const override {
-        return Answer(m_data->fails, QStringLiteral("Type"), m_data->type);
-    }
+    Result<int> Type() const override { return Answer(m_data->fails, u"Type"_s, m_data->type); }
     Result<bool> Hidden() const override {
-        return Answer(m_data->fails, QStringLiteral("Hidden"), m_data->hidden);
+        return Answer(m_data->fails, u"Hidden"_s, m_data->hidden);
     }
     Result<QString> ContentId() const override {
-        return Answer(m_data->fails, QStringLiteral("ContentId"), m_data->contentId);
+        return Answer(m_data->fails, u"ContentId"_s, m_data->contentId);
     }
     Result<qint64> Size() const override {
-        return Answer(m_data->fails, QStringLiteral("Size"),
-                      static_cast<qint64>(m_data->content.size()));
+        return Answer(m_data->fails, u"Size"_s, static_cast<qint64>(m_data->content.size()));
     }
     OpError SaveAsFile(const QString& path) override;
     OpError Delete() override;
@@ -46,77 +45,63 @@ class FakeMail final : public MailItem, public std::enable_shared_from_this<Fake
   public:
     explicit FakeMail(FakeMessagePtr message) : m_message(std::move(message)) {}
 
-    QString TypeName() const override { return QStringLiteral("FakeMail"); }
-    Result<int> Class() const override { return get(QStringLiteral("Class"), data().itemClass); }
-    Result<QString> EntryID() const override {
-        return get(QStringLiteral("EntryID"), data().entryId);
-    }
+    QString TypeName() const override { return u"FakeMail"_s; }
+    Result<int> Class() const override { return get(u"Class"_s, data().itemClass); }
+    Result<QString> EntryID() const override { return get(u"EntryID"_s, data().entryId); }
     Result<MailFolderPtr> Parent() const override {
-        return get<MailFolderPtr>(QStringLiteral("Parent"), m_message->folder.lock());
+        return get<MailFolderPtr>(u"Parent"_s, m_message->folder.lock());
     }
     Result<QString> StoreID() const override {
         const FakeFolderPtr folder = m_message->folder.lock();
-        return get(QStringLiteral("StoreID"), folder ? folder->StoreID().value : QString());
+        return get(u"StoreID"_s, folder ? folder->StoreID().value : QString());
     }
-    Result<QString> Subject() const override {
-        return get(QStringLiteral("Subject"), data().subject);
-    }
+    Result<QString> Subject() const override { return get(u"Subject"_s, data().subject); }
     OpError SetSubject(const QString& subject) override {
-        return set(QStringLiteral("SetSubject"), [&](FakeMessageData& d) { d.subject = subject; });
+        return set(u"SetSubject"_s, [&](FakeMessageData& d) { d.subject = subject; });
     }
-    Result<bool> UnRead() const override { return get(QStringLiteral("UnRead"), data().unread); }
+    Result<bool> UnRead() const override { return get(u"UnRead"_s, data().unread); }
     OpError SetUnRead(bool unread) override {
-        return set(QStringLiteral("SetUnRead"), [&](FakeMessageData& d) { d.unread = unread; });
+        return set(u"SetUnRead"_s, [&](FakeMessageData& d) { d.unread = unread; });
     }
-    Result<QString> SenderName() const override {
-        return get(QStringLiteral("SenderName"), data().senderName);
-    }
+    Result<QString> SenderName() const override { return get(u"SenderName"_s, data().senderName); }
     Result<QString> SenderEmailAddress() const override {
-        return get(QStringLiteral("SenderEmailAddress"), data().senderAddress);
+        return get(u"SenderEmailAddress"_s, data().senderAddress);
     }
     Result<std::vector<Recipient>> Recipients() const override {
-        return get(QStringLiteral("Recipients"), data().recipients);
+        return get(u"Recipients"_s, data().recipients);
     }
     Result<double> ReceivedTime() const override {
-        return get(QStringLiteral("ReceivedTime"), data().receivedTime);
+        return get(u"ReceivedTime"_s, data().receivedTime);
     }
     Result<bool> HidePaperClip() const override {
-        return get(QStringLiteral("HidePaperClip"), data().hidePaperClip);
+        return get(u"HidePaperClip"_s, data().hidePaperClip);
     }
-    Result<QString> Mileage() const override {
-        return get(QStringLiteral("Mileage"), data().mileage);
-    }
+    Result<QString> Mileage() const override { return get(u"Mileage"_s, data().mileage); }
     OpError SetMileage(const QString& mileage) override {
-        return set(QStringLiteral("SetMileage"), [&](FakeMessageData& d) { d.mileage = mileage; });
+        return set(u"SetMileage"_s, [&](FakeMessageData& d) { d.mileage = mileage; });
     }
-    Result<int> BodyFormat() const override {
-        return get(QStringLiteral("BodyFormat"), data().bodyFormat);
-    }
-    Result<QString> HTMLBody() const override {
-        return get(QStringLiteral("HTMLBody"), data().htmlBody);
-    }
+    Result<int> BodyFormat() const override { return get(u"BodyFormat"_s, data().bodyFormat); }
+    Result<QString> HTMLBody() const override { return get(u"HTMLBody"_s, data().htmlBody); }
     OpError SetHTMLBody(const QString& html) override {
-        return set(QStringLiteral("SetHTMLBody"), [&](FakeMessageData& d) { d.htmlBody = html; });
+        return set(u"SetHTMLBody"_s, [&](FakeMessageData& d) { d.htmlBody = html; });
     }
-    Result<QString> RTFBody() const override {
-        return get(QStringLiteral("RTFBody"), data().rtfBody);
-    }
+    Result<QString> RTFBody() const override { return get(u"RTFBody"_s, data().rtfBody); }
     OpError SetRTFBody(const QString& rtf) override {
-        return set(QStringLiteral("SetRTFBody"), [&](FakeMessageData& d) { d.rtfBody = rtf; });
+        return set(u"SetRTFBody"_s, [&](FakeMessageData& d) { d.rtfBody = rtf; });
     }
-    Result<QString> Body() const override { return get(QStringLiteral("Body"), data().body); }
+    Result<QString> Body() const override { return get(u"Body"_s, data().body); }
     OpError SetBody(const QString& text) override {
-        return set(QStringLiteral("SetBody"), [&](FakeMessageData& d) { d.body = text; });
+        return set(u"SetBody"_s, [&](FakeMessageData& d) { d.body = text; });
     }
     Result<int> InternetCodepage() const override {
-        return get(QStringLiteral("InternetCodepage"), data().internetCodepage);
+        return get(u"InternetCodepage"_s, data().internetCodepage);
     }
     OpError SetInternetCodepage(int codepage) override {
-        return set(QStringLiteral("SetInternetCodepage"),
+        return set(u"SetInternetCodepage"_s,
                    [&](FakeMessageData& d) { d.internetCodepage = codepage; });
     }
     OpError Save() override {
-        if (OpError error = m_message->fails.check(QStringLiteral("Save"))) return error;
+        if (OpError error = m_message->fails.check(u"Save"_s)) return error;
         if (m_working) {
             m_message->stored = *m_working;
             m_working.reset();
@@ -125,15 +110,14 @@ class FakeMail final : public MailItem, public std::enable_shared_from_this<Fake
         return {};
     }
     Result<int> AttachmentCount() const override {
-        return get(QStringLiteral("AttachmentCount"), static_cast<int>(data().attachments.size()));
+        return get(u"AttachmentCount"_s, static_cast<int>(data().attachments.size()));
     }
     Result<AttachmentPtr> AttachmentAt(int index) const override {
-        const QString op = QStringLiteral("AttachmentAt(%1)").arg(index);
+        const QString op = u"AttachmentAt(%1)"_s.arg(index);
         if (OpError error = m_message->fails.check(op)) return {nullptr, error};
         const auto& list = data().attachments;
         if (index < 1 || index > static_cast<int>(list.size()))
-            return {nullptr,
-                    OpError::make(ErrNo::Failed, QStringLiteral("Array index out of bounds"))};
+            return {nullptr, OpError::make(ErrNo::Failed, u"Array index out of bounds"_s)};
         auto self = std::const_pointer_cast<FakeMail>(shared_from_this());
         return {std::make_shared<FakeAttachment>(self, list[static_cast<size_t>(index - 1)]), {}};
     }
@@ -142,8 +126,7 @@ class FakeMail final : public MailItem, public std::enable_shared_from_this<Fake
     OpError removeAttachment(const FakeAttachmentDataPtr& attachment) {
         auto& list = edit().attachments;
         const auto it = std::find(list.begin(), list.end(), attachment);
-        if (it == list.end())
-            return OpError::make(ErrNo::Failed, QStringLiteral("Attachment already removed"));
+        if (it == list.end()) return OpError::make(ErrNo::Failed, u"Attachment already removed"_s);
         list.erase(it);
         return {};
     }
@@ -168,7 +151,7 @@ class FakeMail final : public MailItem, public std::enable_shared_from_this<Fake
 };
 
 OpError FakeAttachment::SaveAsFile(const QString& path) {
-    if (OpError error = m_data->fails.check(QStringLiteral("SaveAsFile")))
+    if (OpError error = m_data->fails.check(u"SaveAsFile"_s))
         return error; // like a real store: nothing half-written is left
     if (m_data->writesNothing) return {};
     QSaveFile file(path);
@@ -180,9 +163,9 @@ OpError FakeAttachment::SaveAsFile(const QString& path) {
 }
 
 OpError FakeAttachment::Delete() {
-    if (OpError error = m_data->fails.check(QStringLiteral("Delete"))) return error;
+    if (OpError error = m_data->fails.check(u"Delete"_s)) return error;
     const std::shared_ptr<FakeMail> mail = m_mail.lock();
-    if (!mail) return OpError::make(ErrNo::Failed, QStringLiteral("Mail released"));
+    if (!mail) return OpError::make(ErrNo::Failed, u"Mail released"_s);
     return mail->removeAttachment(m_data);
 }
 
@@ -211,7 +194,7 @@ FakeFolderPtr FakeFolder::addFolder(const QString& name) {
 FakeMessagePtr FakeFolder::addMessage(FakeMessageData data) {
     auto message = std::make_shared<FakeMessage>();
     if (data.entryId.isEmpty())
-        data.entryId = m_entryId + QStringLiteral("#") + QString::number(m_messages.size() + 1);
+        data.entryId = m_entryId + u"#"_s + QString::number(m_messages.size() + 1);
     message->stored = std::move(data);
     message->folder = weak_from_this();
     m_messages.push_back(message);
@@ -223,33 +206,33 @@ MailItemPtr FakeFolder::itemFor(const FakeMessagePtr& message) {
 }
 
 Result<QString> FakeFolder::Name() const {
-    return Answer(fails, QStringLiteral("Name"), m_name);
+    return Answer(fails, u"Name"_s, m_name);
 }
 Result<QString> FakeFolder::EntryID() const {
-    return Answer(fails, QStringLiteral("EntryID"), m_entryId);
+    return Answer(fails, u"EntryID"_s, m_entryId);
 }
 Result<QString> FakeFolder::StoreID() const {
-    return Answer(fails, QStringLiteral("StoreID"), m_storeId);
+    return Answer(fails, u"StoreID"_s, m_storeId);
 }
 Result<MailFolderPtr> FakeFolder::Parent() const {
-    return Answer<MailFolderPtr>(fails, QStringLiteral("Parent"), m_parent.lock());
+    return Answer<MailFolderPtr>(fails, u"Parent"_s, m_parent.lock());
 }
 Result<std::vector<MailItemPtr>> FakeFolder::Items() const {
     std::vector<MailItemPtr> items;
     for (const FakeMessagePtr& message : m_messages)
         items.push_back(std::make_shared<FakeMail>(message));
-    return Answer(fails, QStringLiteral("Items"), std::move(items));
+    return Answer(fails, u"Items"_s, std::move(items));
 }
 Result<int> FakeFolder::ItemCount() const {
-    return Answer(fails, QStringLiteral("ItemCount"), static_cast<int>(m_messages.size()));
+    return Answer(fails, u"ItemCount"_s, static_cast<int>(m_messages.size()));
 }
 Result<std::vector<MailFolderPtr>> FakeFolder::Folders() const {
-    return Answer(fails, QStringLiteral("Folders"),
+    return Answer(fails, u"Folders"_s,
                   std::vector<MailFolderPtr>(m_folders.begin(), m_folders.end()));
 }
 
 FakeFolderPtr FakeMailSession::addStore(const QString& name, const QString& storeId) {
-    auto top = std::make_shared<FakeFolder>(name, QStringLiteral("."), storeId);
+    auto top = std::make_shared<FakeFolder>(name, u"."_s, storeId);
     m_stores.push_back(top);
     return top;
 }
@@ -281,39 +264,37 @@ FakeMessagePtr FakeMailSession::findMessage(const QString& entryId, const QStrin
 
 Result<MailItemPtr> FakeMailSession::GetMessageFromID(const QString& entryId,
                                                       const QString& storeId) {
-    if (OpError error = fails.check(QStringLiteral("GetMessageFromID/2"))) return {nullptr, error};
+    if (OpError error = fails.check(u"GetMessageFromID/2"_s)) return {nullptr, error};
     const FakeMessagePtr message = findMessage(entryId, &storeId);
-    if (!message)
-        return {nullptr, OpError::make(ErrNo::NotFound, QStringLiteral("Message not found"))};
+    if (!message) return {nullptr, OpError::make(ErrNo::NotFound, u"Message not found"_s)};
     return {std::make_shared<FakeMail>(message), {}};
 }
 
 Result<MailItemPtr> FakeMailSession::GetMessageFromID(const QString& entryId) {
-    if (OpError error = fails.check(QStringLiteral("GetMessageFromID/1"))) return {nullptr, error};
+    if (OpError error = fails.check(u"GetMessageFromID/1"_s)) return {nullptr, error};
     const FakeMessagePtr message = findMessage(entryId, nullptr);
-    if (!message)
-        return {nullptr, OpError::make(ErrNo::NotFound, QStringLiteral("Message not found"))};
+    if (!message) return {nullptr, OpError::make(ErrNo::NotFound, u"Message not found"_s)};
     return {std::make_shared<FakeMail>(message), {}};
 }
 
 Result<MailFolderPtr> FakeMailSession::GetFolderFromID(const QString& entryId,
                                                        const QString& storeId) {
-    if (OpError error = fails.check(QStringLiteral("GetFolderFromID"))) return {nullptr, error};
+    if (OpError error = fails.check(u"GetFolderFromID"_s)) return {nullptr, error};
     for (const FakeFolderPtr& store : m_stores)
         if (storeId.isEmpty() || store->StoreID().value == storeId)
             if (FakeFolderPtr found = FindFolderIn(store, entryId)) return {found, {}};
-    return {nullptr, OpError::make(ErrNo::NotFound, QStringLiteral("Folder not found"))};
+    return {nullptr, OpError::make(ErrNo::NotFound, u"Folder not found"_s)};
 }
 
 Result<MailFolderPtr> FakeMailSession::GetDefaultInbox() {
-    if (OpError error = fails.check(QStringLiteral("GetDefaultInbox"))) return {nullptr, error};
+    if (OpError error = fails.check(u"GetDefaultInbox"_s)) return {nullptr, error};
     for (const FakeFolderPtr& store : m_stores)
         for (const FakeFolderPtr& sub : store->folders())
             if (sub->Name().value == QLatin1String("Inbox")) return {sub, {}};
-    return {nullptr, OpError::make(ErrNo::NotFound, QStringLiteral("No inbox"))};
+    return {nullptr, OpError::make(ErrNo::NotFound, u"No inbox"_s)};
 }
 
 Result<std::vector<MailFolderPtr>> FakeMailSession::Stores() {
-    if (OpError error = fails.check(QStringLiteral("Stores"))) return {{}, error};
+    if (OpError error = fails.check(u"Stores"_s)) return {{}, error};
     return {std::vector<MailFolderPtr>(m_stores.begin(), m_stores.end()), {}};
 }

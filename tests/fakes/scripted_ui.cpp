@@ -3,6 +3,8 @@
 #include <QCoreApplication>
 #include <QTextStream>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 QString IconText(int icon) {
     return QString::number(icon);
@@ -39,7 +41,7 @@ void ScriptedUserInteraction::note(const QString& line) {
 
 void ScriptedUserInteraction::beep() {
     ++m_beeps;
-    note(QStringLiteral("beep"));
+    note(u"beep"_s);
 }
 
 MsgAnswer ScriptedUserInteraction::messageBox(const QString& prompt, MsgButtons buttons,
@@ -59,8 +61,7 @@ MsgAnswer ScriptedUserInteraction::messageBox(const QString& prompt, MsgButtons 
         answer = m_messageBox.front();
         m_messageBox.pop_front();
     }
-    note(QStringLiteral("box[%1] %2 | %3 -> %4")
-             .arg(IconText(q.icon), title, prompt)
+    note(u"box[%1] %2 | %3 -> %4"_s.arg(IconText(q.icon), title, prompt)
              .arg(static_cast<int>(answer)));
     return answer;
 }
@@ -80,8 +81,8 @@ int ScriptedUserInteraction::msgBoxEx(const MsgBoxExRequest& request) {
         answer = m_msgBoxEx.front();
         m_msgBoxEx.pop_front();
     }
-    note(QStringLiteral("ask[%1] %2 | %3 [%4] -> %5")
-             .arg(IconText(q.icon), q.title, q.prompt, q.buttons.join(QStringLiteral(" / ")))
+    note(u"ask[%1] %2 | %3 [%4] -> %5"_s
+             .arg(IconText(q.icon), q.title, q.prompt, q.buttons.join(u" / "_s))
              .arg(answer));
     return answer;
 }
@@ -99,32 +100,31 @@ QString ScriptedUserInteraction::chooseSaveFile(const SaveFileRequest& request) 
         answer = m_saveFile.front();
         m_saveFile.pop_front();
     }
-    note(QStringLiteral("save-as %1 | %2%3 -> %4")
-             .arg(request.title, request.initialFolder, request.fileName, answer));
+    note(u"save-as %1 | %2%3 -> %4"_s.arg(request.title, request.initialFolder, request.fileName,
+                                          answer));
     return answer;
 }
 
 bool ScriptedUserInteraction::playSound(const QString& sound) {
     m_sounds << sound;
-    note(QStringLiteral("sound ") + sound);
+    note(u"sound "_s + sound);
     return true;
 }
 
 bool ScriptedUserInteraction::openWithShell(const QString& target) {
     m_opened << target;
-    note(QStringLiteral("open ") + target);
+    note(u"open "_s + target);
     return m_openSucceeds;
 }
 
 void ScriptedUserInteraction::showTrayNotification(const TrayNotification& notification) {
     m_trays.push_back(notification);
-    note(QStringLiteral("tray %1 | %2 -> %3")
-             .arg(notification.title, notification.text, notification.target));
+    note(u"tray %1 | %2 -> %3"_s.arg(notification.title, notification.text, notification.target));
 }
 
 void ScriptedUserInteraction::hideTrayNotification() {
     ++m_trayHides;
-    note(QStringLiteral("tray hidden"));
+    note(u"tray hidden"_s);
 }
 
 void ScriptedUserInteraction::pumpEvents() {
@@ -139,14 +139,13 @@ void ScriptedUserInteraction::setBusy(bool busy) {
 
 void ScriptedUserInteraction::showLastAction(const QString& text) {
     m_lastActions << text;
-    note(QStringLiteral("last action ") + text);
+    note(u"last action "_s + text);
 }
 
 void RecordingStatus::setMainProgress(bool visible, const QString& caption, double fill) {
-    m_calls
-        << QStringLiteral("main %1 %2 %3").arg(visible ? 1 : 0).arg(caption).arg(fill, 0, 'f', 2);
+    m_calls << u"main %1 %2 %3"_s.arg(visible ? 1 : 0).arg(caption).arg(fill, 0, 'f', 2);
 }
 
 void RecordingStatus::setSubProgress(bool visible, double fill) {
-    m_calls << QStringLiteral("sub %1 %2").arg(visible ? 1 : 0).arg(fill, 0, 'f', 2);
+    m_calls << u"sub %1 %2"_s.arg(visible ? 1 : 0).arg(fill, 0, 'f', 2);
 }

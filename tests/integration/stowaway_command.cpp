@@ -9,6 +9,8 @@
 #include <QDirIterator>
 #include <QFile>
 
+using namespace Qt::StringLiterals;
+
 QString StowawayCommandTest::program() {
     return QStringLiteral(STOWAWAY_PROGRAM);
 }
@@ -16,9 +18,7 @@ QString StowawayCommandTest::program() {
 std::unique_ptr<QProcess> StowawayCommandTest::startStowaway(const QStringList& args) {
     auto process = std::make_unique<QProcess>();
     const QStringList line =
-        launcher +
-        QStringList{program(), QStringLiteral("--maildir"), root, QStringLiteral("--no-input")} +
-        args;
+        launcher + QStringList{program(), u"--maildir"_s, root, u"--no-input"_s} + args;
     process->setProgram(line.first());
     process->setArguments(line.mid(1));
     process->start();
@@ -74,7 +74,7 @@ QMap<QString, QByteArray> StowawayCommandTest::filesUnder(const QString& dir) {
 udtRule StowawayCommandTest::SaveAllRule(const QString& target, bool removeAndLink) {
     udtRule rule;
     rule.Active = vbTrue;
-    rule.Name = QStringLiteral("All attachments");
+    rule.Name = u"All attachments"_s;
     rule.SaveBy = 4;
     rule.Folder = target;
     rule.FileExists = 2;

@@ -3,23 +3,24 @@
 
 #include "data/data_files.h"
 
+using namespace Qt::StringLiterals;
+
 TEST_F(StowawayCommandTest, FoldersListsTheStoreTreeAndTheDefaultWatchedInbox) {
-    folder(QStringLiteral(".Work"));
-    const CommandResult r = runStowaway({QStringLiteral("folders")});
+    folder(u".Work"_s);
+    const CommandResult r = runStowaway({u"folders"_s});
     EXPECT_EQ(r.exitCode, 0) << S(r.err);
-    EXPECT_TRUE(r.out.contains(QStringLiteral("\n  Work  (0 mails)"))) << S(r.out);
-    EXPECT_TRUE(r.out.contains(QStringLiteral("1. Mail|Inbox"))) << S(r.out);
-    EXPECT_TRUE(logText().contains(QStringLiteral("! Startup Stowaway"))) << S(logText());
+    EXPECT_TRUE(r.out.contains(u"\n  Work  (0 mails)"_s)) << S(r.out);
+    EXPECT_TRUE(r.out.contains(u"1. Mail|Inbox"_s)) << S(r.out);
+    EXPECT_TRUE(logText().contains(u"! Startup Stowaway"_s)) << S(logText());
 }
 
 TEST_F(StowawayCommandTest, ARunWithoutRulesSaysWhyNothingHappened) {
     // An empty rule table on disk stays empty (no sample rules).
-    QDir().mkpath(QFileInfo(DataFilePath(QStringLiteral(".rls"))).path());
-    QFile(DataFilePath(QStringLiteral(".rls"))).open(QIODevice::WriteOnly);
+    QDir().mkpath(QFileInfo(DataFilePath(u".rls"_s)).path());
+    QFile(DataFilePath(u".rls"_s)).open(QIODevice::WriteOnly);
     for (const char* command : {"run", "test"}) {
-        const CommandResult r =
-            runStowaway({QString::fromLatin1(command), QStringLiteral("--all")});
+        const CommandResult r = runStowaway({QString::fromLatin1(command), u"--all"_s});
         EXPECT_EQ(r.exitCode, 3) << command;
-        EXPECT_TRUE(r.err.contains(QStringLiteral("there are no rules"))) << S(r.err);
+        EXPECT_TRUE(r.err.contains(u"there are no rules"_s)) << S(r.err);
     }
 }

@@ -161,8 +161,8 @@ TEST_F(RealRunTest, RemovalWithLinksRewritesHtmlAndPlainMailsSoundlyUnderNewName
     SampleMail html = Mail(u"Anna Berg"_s, u"HTML only"_s,
                            QDateTime(QDate(2024, 5, 2), QTime(9, 0)), {u"Q1 report.pdf"_s});
     html.textBody.clear();
-    html.htmlBody = QStringLiteral("<html><body><p>Our logo: <img src=\"cid:logo@x\"></p>"
-                                   "<p>Quarterly numbers, Grüße</p></body></html>");
+    html.htmlBody = u"<html><body><p>Our logo: <img src=\"cid:logo@x\"></p>"
+                    "<p>Quarterly numbers, Grüße</p></body></html>"_s;
     SampleAttachment logo = SampleAttachment::file(u"logo.png"_s, "image/png", Content(u"png"_s));
     logo.contentId = u"logo@x"_s;
     html.attachments.push_back(logo);

@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+using namespace Qt::StringLiterals;
+
 TEST(Ansi, EveryByteSurvivesARoundTrip) {
     QByteArray all;
     for (int b = 0; b < 256; ++b)
@@ -10,8 +12,9 @@ TEST(Ansi, EveryByteSurvivesARoundTrip) {
 }
 
 TEST(Ansi, UmlautsEuroAndUnmappableCharacters) {
-    EXPECT_EQ(ToAnsi(QStringLiteral("Grüße €")), QByteArray("Gr\xfc\xdf" "e \x80"));
-    EXPECT_EQ(FromAnsi(QByteArray("\x84\x93")), QStringLiteral("„“"));
-    EXPECT_EQ(ToAnsi(QStringLiteral("a\u4e2db")), QByteArray("a?b"));
-    EXPECT_EQ(ToAnsi(QStringLiteral("x\U0001F600y")), QByteArray("x?y"));
+    EXPECT_EQ(ToAnsi(u"Grüße €"_s), QByteArray("Gr\xfc\xdf"
+                                               "e \x80"));
+    EXPECT_EQ(FromAnsi(QByteArray("\x84\x93")), u"„“"_s);
+    EXPECT_EQ(ToAnsi(u"a\u4e2db"_s), QByteArray("a?b"));
+    EXPECT_EQ(ToAnsi(u"x\U0001F600y"_s), QByteArray("x?y"));
 }

@@ -8,6 +8,8 @@
 #include <cmath>
 #include <limits>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 QDateTime Local(int y, int mo, int d, int h = 0, int mi = 0, int s = 0, int ms = 0) {
     return QDateTime(QDate(y, mo, d), QTime(h, mi, s, ms), Qt::LocalTime);
@@ -60,15 +62,14 @@ TEST_F(Dates, RoundsToTheNearestMillisecond) {
     EXPECT_EQ(OleToDate(0.5 + 0.4 * ms), Local(1899, 12, 30, 12));
     EXPECT_EQ(OleToDate(0.5 + 0.6 * ms), Local(1899, 12, 30, 12, 0, 0, 1));
     EXPECT_EQ(OleToDate(46347.0 - 0.2 * ms), Local(2026, 11, 21)); // rounds up into the next day
-    EXPECT_EQ(FormatDate(46347.0 - 0.2 * ms, QStringLiteral("yyyy-mm-dd hh-nn-ss")),
-              QStringLiteral("2026-11-21 00-00-00"));
+    EXPECT_EQ(FormatDate(46347.0 - 0.2 * ms, u"yyyy-mm-dd hh-nn-ss"_s), u"2026-11-21 00-00-00"_s);
 }
 
 TEST_F(Dates, ValuesOutsideTheCalendarAreInvalid) {
     for (double bad : {std::numeric_limits<double>::quiet_NaN(),
                        std::numeric_limits<double>::infinity(), 2958466.0, -657435.0, 1e300}) {
         EXPECT_FALSE(OleToDate(bad).isValid()) << bad;
-        EXPECT_EQ(FormatDate(bad, QStringLiteral("yyyy-mm-dd")), QString()) << bad;
+        EXPECT_EQ(FormatDate(bad, u"yyyy-mm-dd"_s), QString()) << bad;
     }
     EXPECT_TRUE(OleToDate(2958465.5).isValid());
     EXPECT_EQ(DateToOle(QDateTime()), 0.0);
@@ -76,7 +77,7 @@ TEST_F(Dates, ValuesOutsideTheCalendarAreInvalid) {
 
 TEST_F(Dates, UtcInputIsTakenAsLocalTime) {
     const QDateTime utc(QDate(2026, 1, 15), QTime(10, 0), Qt::UTC);
-    EXPECT_EQ(FormatDate(utc, QStringLiteral("hh:nn:ss")), QStringLiteral("11:00:00"));
+    EXPECT_EQ(FormatDate(utc, u"hh:nn:ss"_s), u"11:00:00"_s);
 }
 
 TEST_F(Dates, NowIsThePresentMoment) {
@@ -126,32 +127,27 @@ TEST_F(Dates, EveryPatternInBothLanguages) {
 TEST_F(Dates, ShortFieldsAndTheTwelveHourClock) {
     const QDateTime morning = Local(2026, 3, 1, 9, 7, 3); // a Sunday
     CurrLang = 0;
-    EXPECT_EQ(FormatDate(morning, QStringLiteral("Long Date")),
-              QString::fromUtf8("Sonntag, 1. März 2026"));
-    EXPECT_EQ(FormatDate(morning, QStringLiteral("h:nn")), QStringLiteral("9:07"));
-    EXPECT_EQ(FormatDate(morning, QStringLiteral("dd-mm-yyyy")), QStringLiteral("01-03-2026"));
-    EXPECT_EQ(FormatDate(morning, QStringLiteral("General Date")),
-              QStringLiteral("01.03.2026 09:07:03"));
-    EXPECT_EQ(FormatDate(Local(2026, 3, 1, 0, 30), QStringLiteral("h:nn")), QStringLiteral("0:30"));
+    EXPECT_EQ(FormatDate(morning, u"Long Date"_s), QString::fromUtf8("Sonntag, 1. März 2026"));
+    EXPECT_EQ(FormatDate(morning, u"h:nn"_s), u"9:07"_s);
+    EXPECT_EQ(FormatDate(morning, u"dd-mm-yyyy"_s), u"01-03-2026"_s);
+    EXPECT_EQ(FormatDate(morning, u"General Date"_s), u"01.03.2026 09:07:03"_s);
+    EXPECT_EQ(FormatDate(Local(2026, 3, 1, 0, 30), u"h:nn"_s), u"0:30"_s);
 
     CurrLang = 1;
-    EXPECT_EQ(FormatDate(morning, QStringLiteral("Long Date")),
-              QStringLiteral("Sunday, March 1, 2026"));
-    EXPECT_EQ(FormatDate(morning, QStringLiteral("General Date")),
-              QStringLiteral("3/1/2026 9:07:03 AM"));
-    EXPECT_EQ(FormatDate(Local(2026, 3, 1, 0, 5), QStringLiteral("General Date")),
-              QStringLiteral("3/1/2026 12:05:00 AM"));
-    EXPECT_EQ(FormatDate(Local(2026, 3, 1, 12, 0, 1), QStringLiteral("General Date")),
-              QStringLiteral("3/1/2026 12:00:01 PM"));
+    EXPECT_EQ(FormatDate(morning, u"Long Date"_s), u"Sunday, March 1, 2026"_s);
+    EXPECT_EQ(FormatDate(morning, u"General Date"_s), u"3/1/2026 9:07:03 AM"_s);
+    EXPECT_EQ(FormatDate(Local(2026, 3, 1, 0, 5), u"General Date"_s), u"3/1/2026 12:05:00 AM"_s);
+    EXPECT_EQ(FormatDate(Local(2026, 3, 1, 12, 0, 1), u"General Date"_s),
+              u"3/1/2026 12:00:01 PM"_s);
 }
 
 TEST_F(Dates, GeneralDateLeavesOutAnEmptyPart) {
     CurrLang = 0;
-    EXPECT_EQ(FormatDate(46347.0, QStringLiteral("General Date")), QStringLiteral("21.11.2026"));
-    EXPECT_EQ(FormatDate(0.75, QStringLiteral("General Date")), QStringLiteral("18:00:00"));
+    EXPECT_EQ(FormatDate(46347.0, u"General Date"_s), u"21.11.2026"_s);
+    EXPECT_EQ(FormatDate(0.75, u"General Date"_s), u"18:00:00"_s);
     CurrLang = 1;
-    EXPECT_EQ(FormatDate(46347.0, QStringLiteral("General Date")), QStringLiteral("11/21/2026"));
-    EXPECT_EQ(FormatDate(0.75, QStringLiteral("General Date")), QStringLiteral("6:00:00 PM"));
+    EXPECT_EQ(FormatDate(46347.0, u"General Date"_s), u"11/21/2026"_s);
+    EXPECT_EQ(FormatDate(0.75, u"General Date"_s), u"6:00:00 PM"_s);
 }
 
 TEST_F(Dates, WeeksStartOnSundayAndFirstJanuaryIsWeekOne) {
@@ -181,9 +177,8 @@ TEST_F(Dates, WeeksStartOnSundayAndFirstJanuaryIsWeekOne) {
     };
     for (const auto& c : cases) {
         EXPECT_EQ(WeekOfYear(c.date), c.week) << c.date.toString(Qt::ISODate).toStdString();
-        EXPECT_EQ(
-            FormatDate(QDateTime(c.date, QTime(12, 0), Qt::LocalTime), QStringLiteral("yyyy-ww")),
-            QStringLiteral("%1-%2").arg(c.date.year()).arg(c.week));
+        EXPECT_EQ(FormatDate(QDateTime(c.date, QTime(12, 0), Qt::LocalTime), u"yyyy-ww"_s),
+                  u"%1-%2"_s.arg(c.date.year()).arg(c.week));
     }
     EXPECT_EQ(WeekOfYear(QDate()), 0);
 }

@@ -8,6 +8,8 @@
 #include <QThread>
 #include <gtest/gtest.h>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 class ExecProg : public FreshState {
   protected:
@@ -34,11 +36,10 @@ class ExecProg : public FreshState {
 
 TEST_F(ExecProg, StartsAProgramAndSeesItEnd) {
     // The child runs until the test lets it go, so "running" never depends on timing.
-    const QString release = path(QStringLiteral("release"));
+    const QString release = path(u"release"_s);
     clsExecProg exec;
-    exec.setProgName(QStringLiteral("/bin/sh"));
-    exec.setProgParas(
-        QStringLiteral("-c \"while [ ! -e '%1' ]; do sleep 0.02; done\"").arg(release));
+    exec.setProgName(u"/bin/sh"_s);
+    exec.setProgParas(u"-c \"while [ ! -e '%1' ]; do sleep 0.02; done\""_s.arg(release));
     exec.ExecProg();
     ASSERT_FALSE(exec.EPError());
     EXPECT_TRUE(exec.IsRunning());
@@ -53,7 +54,7 @@ TEST_F(ExecProg, StartsAProgramAndSeesItEnd) {
 
 TEST_F(ExecProg, HandsAQuotedPathAsOneArgumentInTheWorkingFolder) {
     // What a rule's application gets: the saved file's full path in double quotes.
-    const QString script = path(QStringLiteral("app.sh"));
+    const QString script = path(u"app.sh"_s);
     {
         QFile f(script);
         ASSERT_TRUE(f.open(QIODevice::WriteOnly));
@@ -62,7 +63,7 @@ TEST_F(ExecProg, HandsAQuotedPathAsOneArgumentInTheWorkingFolder) {
         f.close();
         ASSERT_TRUE(f.setPermissions(QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner));
     }
-    const QString saved = path(QStringLiteral("Invoice März 2026.pdf"));
+    const QString saved = path(u"Invoice März 2026.pdf"_s);
     clsExecProg exec;
     exec.setProgName(script);
     exec.setProgParas(QLatin1Char('"') + saved + QLatin1Char('"'));
@@ -72,28 +73,28 @@ TEST_F(ExecProg, HandsAQuotedPathAsOneArgumentInTheWorkingFolder) {
     ASSERT_FALSE(exec.EPError());
     ASSERT_TRUE(WaitUntilEnded(exec));
 
-    QFile result(path(QStringLiteral("result.txt")));
+    QFile result(path(u"result.txt"_s));
     ASSERT_TRUE(result.open(QIODevice::ReadOnly));
     EXPECT_EQ(QString::fromUtf8(result.readAll()),
-              QStringLiteral("1|%1|%2").arg(saved, QDir(dir.path()).canonicalPath()));
+              u"1|%1|%2"_s.arg(saved, QDir(dir.path()).canonicalPath()));
 }
 
 TEST_F(ExecProg, FailedStartsSetTheError) {
-    const QString missing = path(QStringLiteral("no such program"));
-    const QString notExecutable = path(QStringLiteral("plain.txt"));
+    const QString missing = path(u"no such program"_s);
+    const QString notExecutable = path(u"plain.txt"_s);
     QFile(notExecutable).open(QIODevice::WriteOnly);
     for (const QString& prog : {missing, notExecutable}) {
         clsExecProg exec;
         exec.setProgName(prog);
-        exec.setProgParas(QStringLiteral("\"/tmp/some file.pdf\""));
+        exec.setProgParas(u"\"/tmp/some file.pdf\""_s);
         exec.ExecProg();
         EXPECT_TRUE(exec.EPError()) << prog.toStdString();
         EXPECT_FALSE(exec.IsRunning());
     }
 
     clsExecProg inMissingFolder;
-    inMissingFolder.setProgName(QStringLiteral("/bin/true"));
-    inMissingFolder.setWorkDir(path(QStringLiteral("gone")));
+    inMissingFolder.setProgName(u"/bin/true"_s);
+    inMissingFolder.setWorkDir(path(u"gone"_s));
     inMissingFolder.ExecProg();
     EXPECT_TRUE(inMissingFolder.EPError());
 }
@@ -108,7 +109,7 @@ TEST_F(ExecProg, NothingToStartIsAnError) {
 }
 
 TEST_F(ExecProg, ADocumentGoesToTheDesktopAndLeavesNoProcess) {
-    const QString doc = path(QStringLiteral("letter.odt"));
+    const QString doc = path(u"letter.odt"_s);
     clsExecProg exec;
     exec.setProgParas(doc);
     exec.ExecProg();

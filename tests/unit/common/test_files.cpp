@@ -9,6 +9,8 @@
 #include <QTemporaryDir>
 #include <gtest/gtest.h>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 class Files : public FreshState {
   protected:
@@ -28,42 +30,41 @@ class Files : public FreshState {
 };
 
 TEST_F(Files, FindsAFileByItsPath) {
-    write(QStringLiteral("report 2026.pdf"), QByteArray(1500, 'x'));
+    write(u"report 2026.pdf"_s, QByteArray(1500, 'x'));
     const QDateTime written(QDate(2026, 11, 21), QTime(14, 5, 9), Qt::LocalTime);
-    QFile file(path(QStringLiteral("report 2026.pdf")));
+    QFile file(path(u"report 2026.pdf"_s));
     ASSERT_TRUE(file.open(QIODevice::ReadWrite));
     ASSERT_TRUE(file.setFileTime(written, QFileDevice::FileModificationTime));
     file.close();
 
     FileFindData data;
     ASSERT_TRUE(GetFileFindData(file.fileName(), data));
-    EXPECT_EQ(data.fileName, QStringLiteral("report 2026.pdf"));
+    EXPECT_EQ(data.fileName, u"report 2026.pdf"_s);
     EXPECT_EQ(data.size, 1500);
     EXPECT_FALSE(data.isDirectory);
-    EXPECT_EQ(FormatDate(data.lastWriteTime, QStringLiteral("yyyy-mm-dd hh-nn-ss")),
-              QStringLiteral("2026-11-21 14-05-09"));
+    EXPECT_EQ(FormatDate(data.lastWriteTime, u"yyyy-mm-dd hh-nn-ss"_s), u"2026-11-21 14-05-09"_s);
     EXPECT_GT(data.creationTime, 0);
     EXPECT_GT(data.lastAccessTime, 0);
 }
 
 TEST_F(Files, FindsAFolderButNotAPathEndingInASeparator) {
-    ASSERT_TRUE(QDir(dir.path()).mkdir(QStringLiteral("sub")));
+    ASSERT_TRUE(QDir(dir.path()).mkdir(u"sub"_s));
     FileFindData data;
-    ASSERT_TRUE(GetFileFindData(path(QStringLiteral("sub")), data));
+    ASSERT_TRUE(GetFileFindData(path(u"sub"_s), data));
     EXPECT_TRUE(data.isDirectory);
-    EXPECT_EQ(data.fileName, QStringLiteral("sub"));
-    EXPECT_FALSE(GetFileFindData(path(QStringLiteral("sub/")), data));
-    EXPECT_FALSE(GetFileFindData(path(QStringLiteral("sub/..")), data));
+    EXPECT_EQ(data.fileName, u"sub"_s);
+    EXPECT_FALSE(GetFileFindData(path(u"sub/"_s), data));
+    EXPECT_FALSE(GetFileFindData(path(u"sub/.."_s), data));
 }
 
 TEST_F(Files, MissingThingsAreNotFound) {
     FileFindData data;
-    data.fileName = QStringLiteral("untouched");
-    EXPECT_FALSE(GetFileFindData(path(QStringLiteral("nothing.txt")), data));
-    EXPECT_FALSE(GetFileFindData(path(QStringLiteral("nowhere/*.txt")), data));
-    EXPECT_FALSE(GetFileFindData(path(QStringLiteral("*.none")), data));
+    data.fileName = u"untouched"_s;
+    EXPECT_FALSE(GetFileFindData(path(u"nothing.txt"_s), data));
+    EXPECT_FALSE(GetFileFindData(path(u"nowhere/*.txt"_s), data));
+    EXPECT_FALSE(GetFileFindData(path(u"*.none"_s), data));
     EXPECT_FALSE(GetFileFindData(QString(), data));
-    EXPECT_EQ(data.fileName, QStringLiteral("untouched"));
+    EXPECT_EQ(data.fileName, u"untouched"_s);
 }
 
 TEST_F(Files, PatternsInTheLastPartFindTheFirstMatchByName) {
@@ -94,7 +95,7 @@ TEST_F(Files, FileTimesBecomeLocalDays) {
     };
     for (const auto& c : cases) {
         const double days = FileTimeToDate(c.fileTime);
-        EXPECT_EQ(OleToDate(days).toString(QStringLiteral("yyyy-MM-dd HH:mm:ss.zzz")),
+        EXPECT_EQ(OleToDate(days).toString(u"yyyy-MM-dd HH:mm:ss.zzz"_s),
                   QString::fromUtf8(c.local))
             << c.fileTime;
     }
@@ -104,16 +105,16 @@ TEST_F(Files, FileTimesBecomeLocalDays) {
 }
 
 TEST_F(Files, TypeNamesFromTheMimeDatabase) {
-    EXPECT_EQ(GetFileTypeName(QStringLiteral("pdf"), false), QStringLiteral("PDF document"));
-    EXPECT_EQ(GetFileTypeName(QStringLiteral("PDF"), true), QStringLiteral("PDF document"));
+    EXPECT_EQ(GetFileTypeName(u"pdf"_s, false), u"PDF document"_s);
+    EXPECT_EQ(GetFileTypeName(u"PDF"_s, true), u"PDF document"_s);
 
     for (const char* unknown : {"qzx", "", "a/b"}) {
         const QString ext = QString::fromUtf8(unknown);
         CurrLang = 0;
-        EXPECT_EQ(GetFileTypeName(ext, true), ext + QStringLiteral("-Datei")) << unknown;
+        EXPECT_EQ(GetFileTypeName(ext, true), ext + u"-Datei"_s) << unknown;
         CurrLang = 1;
-        EXPECT_EQ(GetFileTypeName(ext, true), ext + QStringLiteral(" file")) << unknown;
-        EXPECT_EQ(GetFileTypeName(ext, false), QStringLiteral("???")) << unknown;
+        EXPECT_EQ(GetFileTypeName(ext, true), ext + u" file"_s) << unknown;
+        EXPECT_EQ(GetFileTypeName(ext, false), u"???"_s) << unknown;
     }
 }
 } // namespace

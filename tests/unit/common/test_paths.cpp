@@ -3,6 +3,8 @@
 #include <QStringList>
 #include <gtest/gtest.h>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 struct PathCase {
     const char* function;
@@ -90,7 +92,7 @@ INSTANTIATE_TEST_SUITE_P(Table, PathHelpers, testing::ValuesIn(kCases));
 
 TEST(PathHelpers, WalkUpFromADeepFolderEndsAtTheRoot) {
     QStringList walk;
-    for (QString p = QStringLiteral("/srv/mail/2026/"); !p.isEmpty(); p = GetParentFolder(p))
+    for (QString p = u"/srv/mail/2026/"_s; !p.isEmpty(); p = GetParentFolder(p))
         walk << p;
     EXPECT_EQ(walk, QStringList({"/srv/mail/2026/", "/srv/mail", "/srv", "/"}));
 }

@@ -9,6 +9,8 @@
 
 #include <vector>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 class Shell : public FreshState {
   protected:
@@ -20,8 +22,8 @@ class Shell : public FreshState {
 };
 
 TEST_F(Shell, OpenWithShellHandsTheTargetToTheDesktop) {
-    OpenWithShell(QStringLiteral("/home/u/Mail Files/plan.pdf"));
-    EXPECT_EQ(ui.opened, QStringList{QStringLiteral("/home/u/Mail Files/plan.pdf")});
+    OpenWithShell(u"/home/u/Mail Files/plan.pdf"_s);
+    EXPECT_EQ(ui.opened, QStringList{u"/home/u/Mail Files/plan.pdf"_s});
     EXPECT_EQ(ui.pumps, 1);
     EXPECT_EQ(ui.beeps, 0);
     EXPECT_TRUE(ui.boxes.empty());
@@ -30,13 +32,13 @@ TEST_F(Shell, OpenWithShellHandsTheTargetToTheDesktop) {
 TEST_F(Shell, AFailedOpenBeepsAndSaysSoInGermanOnly) {
     ui.openSucceeds = false;
     CurrLang = 1;
-    OpenWithShell(QStringLiteral("/nowhere/x.pdf"));
+    OpenWithShell(u"/nowhere/x.pdf"_s);
     EXPECT_EQ(ui.beeps, 1);
     ASSERT_EQ(ui.boxes.size(), 1u);
-    EXPECT_EQ(ui.boxes[0].prompt, QStringLiteral("Client konnte nicht gestartet werden..."));
+    EXPECT_EQ(ui.boxes[0].prompt, u"Client konnte nicht gestartet werden..."_s);
     EXPECT_EQ(ui.boxes[0].buttons, MsgButtons::OK);
     EXPECT_EQ(ui.boxes[0].icon, MsgIcon::Information);
-    EXPECT_EQ(ui.boxes[0].title, QStringLiteral("!!! Problem !!!"));
+    EXPECT_EQ(ui.boxes[0].title, u"!!! Problem !!!"_s);
 }
 
 TEST_F(Shell, NotAvailableInBothLanguages) {
@@ -46,11 +48,11 @@ TEST_F(Shell, NotAvailableInBothLanguages) {
     ShowNotAvailable();
     EXPECT_EQ(ui.beeps, 2);
     ASSERT_EQ(ui.boxes.size(), 2u);
-    EXPECT_EQ(ui.boxes[0].prompt, QStringLiteral("Funktion noch nicht freigegeben..."));
-    EXPECT_EQ(ui.boxes[1].prompt, QStringLiteral("Function not available yet..."));
+    EXPECT_EQ(ui.boxes[0].prompt, u"Funktion noch nicht freigegeben..."_s);
+    EXPECT_EQ(ui.boxes[1].prompt, u"Function not available yet..."_s);
     for (const ShownBox& box : ui.boxes) {
         EXPECT_EQ(box.icon, MsgIcon::Exclamation);
-        EXPECT_EQ(box.title, QStringLiteral("Quillworks Stowaway v2.50"));
+        EXPECT_EQ(box.title, u"Quillworks Stowaway v2.50"_s);
     }
 }
 

@@ -2,24 +2,24 @@
 
 #include <gtest/gtest.h>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 TEST(CleanFileName, ReplacesExactlyTheTenCharacters) {
-    EXPECT_EQ(CleanFileName(QStringLiteral("a\"b\\c/d:e+f*g?h<i>j|k")),
-              QStringLiteral("a_b_c_d_e_f_g_h_i_j_k"));
-    EXPECT_EQ(CleanFileName(QStringLiteral("Invoice+Copy.pdf")),
-              QStringLiteral("Invoice_Copy.pdf"));
+    EXPECT_EQ(CleanFileName(u"a\"b\\c/d:e+f*g?h<i>j|k"_s), u"a_b_c_d_e_f_g_h_i_j_k"_s);
+    EXPECT_EQ(CleanFileName(u"Invoice+Copy.pdf"_s), u"Invoice_Copy.pdf"_s);
     // Dots, blanks, control characters and look-alikes pass.
-    const QString passing = QStringLiteral("a. b\tc\u0001 \uFF0A\uFF1F ~#%&'=;,.[]{}().txt");
+    const QString passing = u"a. b\tc\u0001 \uFF0A\uFF1F ~#%&'=;,.[]{}().txt"_s;
     EXPECT_EQ(CleanFileName(passing), passing);
     EXPECT_EQ(CleanFileName(QString()), QString());
 }
 
 TEST(CleanFileName, KeepsTheLength) {
-    const QString hostile = QStringLiteral("../../etc/passwd:*?\U0001F600");
+    const QString hostile = u"../../etc/passwd:*?\U0001F600"_s;
     const QString cleaned = CleanFileName(hostile);
     EXPECT_EQ(cleaned.size(), hostile.size());
     EXPECT_FALSE(cleaned.contains(QLatin1Char('/')));
-    EXPECT_EQ(cleaned, QStringLiteral(".._.._etc_passwd___\U0001F600"));
+    EXPECT_EQ(cleaned, u".._.._etc_passwd___\U0001F600"_s);
 }
 
 struct EntityRow {
@@ -31,8 +31,8 @@ class HtmlEncodeRows : public testing::TestWithParam<EntityRow> {};
 
 TEST_P(HtmlEncodeRows, WritesTheEntity) {
     const EntityRow row = GetParam();
-    EXPECT_EQ(HtmlEncode(QStringLiteral("x") + QChar(row.character) + QStringLiteral("y")),
-              QStringLiteral("x") + QLatin1String(row.entity) + QStringLiteral("y"));
+    EXPECT_EQ(HtmlEncode(u"x"_s + QChar(row.character) + u"y"_s),
+              u"x"_s + QLatin1String(row.entity) + u"y"_s);
 }
 
 INSTANTIATE_TEST_SUITE_P(
@@ -47,20 +47,20 @@ INSTANTIATE_TEST_SUITE_P(
                     EntityRow{u'\u00B0', "&deg;"}, EntityRow{u'|', "&brvbar;"}));
 
 TEST(HtmlEncode, EncodesTheAmpersandOnceAndNothingElse) {
-    EXPECT_EQ(HtmlEncode(QStringLiteral("Müller & Söhne <b>\"Maß\"</b>")),
-              QStringLiteral("M&uuml;ller &amp; S&ouml;hne <b>\"Ma&szlig;\"</b>"));
+    EXPECT_EQ(HtmlEncode(u"Müller & Söhne <b>\"Maß\"</b>"_s),
+              u"M&uuml;ller &amp; S&ouml;hne <b>\"Ma&szlig;\"</b>"_s);
     // An entity in the input is text: its ampersand is encoded, the rest stays.
-    EXPECT_EQ(HtmlEncode(QStringLiteral("&auml;")), QStringLiteral("&amp;auml;"));
-    EXPECT_EQ(HtmlEncode(QStringLiteral("äöü")), QStringLiteral("&auml;&ouml;&uuml;"));
-    EXPECT_EQ(HtmlEncode(QStringLiteral("a<b>c'd\u00E9")), QStringLiteral("a<b>c'd\u00E9"));
+    EXPECT_EQ(HtmlEncode(u"&auml;"_s), u"&amp;auml;"_s);
+    EXPECT_EQ(HtmlEncode(u"äöü"_s), u"&auml;&ouml;&uuml;"_s);
+    EXPECT_EQ(HtmlEncode(u"a<b>c'd\u00E9"_s), u"a<b>c'd\u00E9"_s);
     EXPECT_EQ(HtmlEncode(QString()), QString());
 }
 
 TEST(StripAtNull, CutsBeforeTheFirstNul) {
-    EXPECT_EQ(StripAtNull(QString::fromUtf16(u"abc\0def", 7)), QStringLiteral("abc"));
+    EXPECT_EQ(StripAtNull(QString::fromUtf16(u"abc\0def", 7)), u"abc"_s);
     EXPECT_EQ(StripAtNull(QString::fromUtf16(u"\0abc", 4)), QString());
-    EXPECT_EQ(StripAtNull(QString::fromUtf16(u"ab\0\0", 4)), QStringLiteral("ab"));
-    EXPECT_EQ(StripAtNull(QStringLiteral("abc")), QStringLiteral("abc"));
+    EXPECT_EQ(StripAtNull(QString::fromUtf16(u"ab\0\0", 4)), u"ab"_s);
+    EXPECT_EQ(StripAtNull(u"abc"_s), u"abc"_s);
     EXPECT_EQ(StripAtNull(QString()), QString());
 }
 

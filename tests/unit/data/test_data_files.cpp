@@ -11,6 +11,8 @@
 
 #include <unistd.h>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 QString Path(const char* ext) {
     return DataFilePath(QLatin1String(ext));
@@ -22,7 +24,7 @@ QString LogText() {
 
 // Files the save may have left behind besides the data files.
 QStringList Leftovers(const QString& folder) {
-    return FolderEntries(folder).filter(QStringLiteral(".tmp"));
+    return FolderEntries(folder).filter(u".tmp"_s);
 }
 } // namespace
 
@@ -34,14 +36,14 @@ TEST_F(DataFiles, FirstStartKeepsSamplesInMemoryAndWritesOnlyTheBlockedFormats) 
     EXPECT_EQ(ProjectsCount, 2);
     EXPECT_EQ(WatchFoldersCount, 1);
     EXPECT_EQ(WatchFolders[1].Active, vbTrue);
-    EXPECT_EQ(WatchFolders[1].Path.get(), QStringLiteral("Maildir|Inbox"));
+    EXPECT_EQ(WatchFolders[1].Path.get(), u"Maildir|Inbox"_s);
     EXPECT_EQ(ProtoCount, 0);
     EXPECT_EQ(BlockedCount, 51);
     EXPECT_FALSE(RulesChanged || ProjectsChanged || WatchFoldersChanged || ProtoChanged ||
                  BlockedChanged);
 
     SaveData();
-    EXPECT_EQ(FolderEntries(GetDataFolder()), QStringList{QStringLiteral("QWKStowaway.ble")});
+    EXPECT_EQ(FolderEntries(GetDataFolder()), QStringList{u"QWKStowaway.ble"_s});
     EXPECT_EQ(QFileInfo(Path(".ble")).size(), 51 * 37);
 }
 
@@ -57,9 +59,9 @@ TEST_F(DataFiles, ExistingFilesAreReadAndCountsFollowTheirLength) {
     EXPECT_EQ(ProtoCount, 3);
     EXPECT_EQ(ProtoEntries[3].Mail.raw(), QString(100, QLatin1Char('x')));
     EXPECT_EQ(ProjectsCount, 2);
-    EXPECT_EQ(Projects[1].Name.get(), QStringLiteral("Alpha"));
+    EXPECT_EQ(Projects[1].Name.get(), u"Alpha"_s);
     EXPECT_FALSE(RulesChanged || ProjectsChanged || ProtoChanged);
-    EXPECT_TRUE(LogText().contains(QStringLiteral("7 bytes dropped")));
+    EXPECT_TRUE(LogText().contains(u"7 bytes dropped"_s));
 
     ProtoChanged = true;
     SaveData();
@@ -88,7 +90,7 @@ TEST_F(DataFiles, DeletedBlockedFormatsComeBackWhole) {
              Record(37, {{0, "ZIP"}, {3, Padded("Archiv", 30)}, {33, Le16(0)}, {35, Le16(0)}}));
     LoadData(GoodInbox);
     ASSERT_EQ(BlockedCount, 1);
-    EXPECT_EQ(BlockedFormats[1].Extension.get(), QStringLiteral("ZIP"));
+    EXPECT_EQ(BlockedFormats[1].Extension.get(), u"ZIP"_s);
 
     QFile::remove(Path(".ble"));
     ResetGlobals();
@@ -107,7 +109,7 @@ TEST_F(DataFiles, ADataFileThatIsAFolderGivesAnEmptyTableAndSurvivesASave) {
     LoadData(GoodInbox);
     EXPECT_EQ(RulesCount, 0);
     EXPECT_EQ(BlockedCount, 51); // the defaults still guard this session
-    EXPECT_TRUE(LogText().contains(QStringLiteral("! LoadData: can't read ") + Path(".rls")));
+    EXPECT_TRUE(LogText().contains(u"! LoadData: can't read "_s + Path(".rls")));
 
     Rules.push_back(udtRule{});
     RulesCount = 1;
@@ -115,7 +117,7 @@ TEST_F(DataFiles, ADataFileThatIsAFolderGivesAnEmptyTableAndSurvivesASave) {
     SaveData();
     EXPECT_TRUE(QFileInfo(Path(".rls")).isDir());
     EXPECT_TRUE(RulesChanged); // still pending: the rule lives on in memory
-    EXPECT_TRUE(LogText().contains(QStringLiteral("! SaveData: can't write ") + Path(".rls")));
+    EXPECT_TRUE(LogText().contains(u"! SaveData: can't write "_s + Path(".rls")));
     EXPECT_EQ(Leftovers(GetDataFolder()), QStringList());
 }
 
@@ -127,20 +129,20 @@ TEST_F(DataFiles, TooManyRulesForTheCountLeaveTheTableEmptyAndTheFileKept) {
     }
     LoadData(GoodInbox);
     EXPECT_EQ(RulesCount, 0);
-    EXPECT_TRUE(LogText().contains(QStringLiteral("holds 32768 records")));
+    EXPECT_TRUE(LogText().contains(u"holds 32768 records"_s));
 
     Rules.push_back(udtRule{});
     RulesCount = 1;
     RulesChanged = true;
     SaveData();
     EXPECT_EQ(QFileInfo(Path(".rls")).size(), 1025);
-    EXPECT_EQ(QFileInfo(Path(".rls") + QStringLiteral(".bak")).size(), 32768LL * 1025);
+    EXPECT_EQ(QFileInfo(Path(".rls") + u".bak"_s).size(), 32768LL * 1025);
 }
 
 TEST_F(DataFiles, AFailedSaveKeepsTheOldFileAndTheChange) {
     WriteAll(Path(".prj"), Record(350, {{0, Padded("Alt", 100)}}));
     LoadData(GoodInbox);
-    Projects[1].Name = QStringLiteral("Neu");
+    Projects[1].Name = u"Neu"_s;
     ProjectsChanged = true;
 
     const QString folder = GetDataFolder();
@@ -149,13 +151,13 @@ TEST_F(DataFiles, AFailedSaveKeepsTheOldFileAndTheChange) {
         ASSERT_EQ(chmod(QFile::encodeName(folder).constData(), 0500), 0);
         SaveData();
         chmod(QFile::encodeName(folder).constData(), 0700);
-        EXPECT_TRUE(LogText().contains(QStringLiteral("! SaveData: can't write ")));
+        EXPECT_TRUE(LogText().contains(u"! SaveData: can't write "_s));
     } else {
         // Permissions do not stop root; a data folder below a regular file fails for everybody.
         const QByteArray saved = qgetenv("XDG_DATA_HOME");
-        const QString blocker = TestEnv::home() + QStringLiteral("/blocker");
+        const QString blocker = TestEnv::home() + u"/blocker"_s;
         WriteAll(blocker, "x");
-        qputenv("XDG_DATA_HOME", QFile::encodeName(blocker + QStringLiteral("/share")));
+        qputenv("XDG_DATA_HOME", QFile::encodeName(blocker + u"/share"_s));
         SaveData();
         qputenv("XDG_DATA_HOME", saved);
         EXPECT_EQ(ReadAll(blocker), QByteArray("x"));
@@ -167,7 +169,7 @@ TEST_F(DataFiles, AFailedSaveKeepsTheOldFileAndTheChange) {
 
 TEST(ReplaceFileAtomically, ReplacesContentAndModeAndNamesTheFailure) {
     QTemporaryDir dir;
-    const QString path = dir.filePath(QStringLiteral("f"));
+    const QString path = dir.filePath(u"f"_s);
     WriteAll(path, "old");
     QFile::setPermissions(path, QFile::ReadOwner | QFile::WriteOwner);
     ASSERT_TRUE(ReplaceFileAtomically(path, "new"));
@@ -175,7 +177,7 @@ TEST(ReplaceFileAtomically, ReplacesContentAndModeAndNamesTheFailure) {
     EXPECT_FALSE(QFileInfo(path).permissions() & (QFile::ReadGroup | QFile::ReadOther));
 
     QString why;
-    EXPECT_FALSE(ReplaceFileAtomically(dir.filePath(QStringLiteral("missing/f")), "x", &why));
+    EXPECT_FALSE(ReplaceFileAtomically(dir.filePath(u"missing/f"_s), "x", &why));
     EXPECT_FALSE(why.isEmpty());
-    EXPECT_EQ(FolderEntries(dir.path()), QStringList{QStringLiteral("f")});
+    EXPECT_EQ(FolderEntries(dir.path()), QStringList{u"f"_s});
 }

@@ -7,12 +7,14 @@
 #include "support/test_env.h"
 #include "unit/data/data_test_util.h"
 
+using namespace Qt::StringLiterals;
+
 class Defaults : public FreshState {};
 
 namespace {
 InboxInfo FailingInbox() {
     InboxInfo info;
-    info.errorDescription = QStringLiteral("store offline");
+    info.errorDescription = u"store offline"_s;
     return info;
 }
 QString Documents() {
@@ -91,17 +93,16 @@ TEST_F(Defaults, AnUnreachableInboxBeepsWarnsAndGivesAnInactiveRecord) {
 
 TEST_F(Defaults, BlockedFormatsAsStored) {
     LoadData(GoodInbox);
-    const QByteArray file = ReadAll(DataFilePath(QStringLiteral(".ble")));
+    const QByteArray file = ReadAll(DataFilePath(u".ble"_s));
     ASSERT_EQ(file.size(), 51 * 37);
     EXPECT_EQ(
         file.mid(18 * 37, 37),
         Record(37, {{0, "JS "}, {3, Padded("JScript-Datei", 30)}, {33, Le16(-1)}, {35, Le16(-1)}}));
     EXPECT_EQ(file.mid(17 * 37 + 3, 30), QByteArray("Internet Communication Setting"));
     EXPECT_EQ(file.mid(33 * 37 + 3, 30), QByteArray("Photo CD-/MS Visual Test-Scrip"));
-    EXPECT_TRUE(IsFormatBlocked(QStringLiteral("JS")));
+    EXPECT_TRUE(IsFormatBlocked(u"JS"_s));
 
-    const udtBlockedFormat user =
-        AddBlockedFormat(QStringLiteral("docm"), QStringLiteral("M"), false);
-    EXPECT_EQ(user.Extension.raw(), QStringLiteral("DOC"));
+    const udtBlockedFormat user = AddBlockedFormat(u"docm"_s, u"M"_s, false);
+    EXPECT_EQ(user.Extension.raw(), u"DOC"_s);
     EXPECT_EQ(user.System, vbFalse);
 }

@@ -6,19 +6,20 @@
 
 #include <QRegularExpression>
 
+using namespace Qt::StringLiterals;
+
 class Log : public FreshState {};
 
 namespace {
-const QString kStamp = QStringLiteral("\\d\\d\\.\\d\\d\\.\\d{4} - \\d\\d:\\d\\d:\\d\\d - ");
+const QString kStamp = u"\\d\\d\\.\\d\\d\\.\\d{4} - \\d\\d:\\d\\d:\\d\\d - "_s;
 
 // Asserts that the LOG holds exactly these lines, each behind a time stamp.
 void ExpectLines(const QStringList& messages) {
-    QString pattern = QStringLiteral("^");
+    QString pattern = u"^"_s;
     for (const QString& m : messages)
-        pattern += kStamp + QRegularExpression::escape(m) + QStringLiteral("\r\n");
+        pattern += kStamp + QRegularExpression::escape(m) + u"\r\n"_s;
     const QString text = QString::fromLatin1(ReadAll(LogFilePath()));
-    EXPECT_TRUE(QRegularExpression(pattern + QStringLiteral("$")).match(text).hasMatch())
-        << text.toStdString();
+    EXPECT_TRUE(QRegularExpression(pattern + u"$"_s).match(text).hasMatch()) << text.toStdString();
 }
 } // namespace
 
@@ -26,24 +27,23 @@ TEST_F(Log, WithoutDoProtoOnlyBangLinesAreWritten) {
     WriteLog("StowawayNow/not written");
     WriteLog("! Startup Stowaway 2.50...");
     WriteLog("del"); // needs DoProto as well
-    ExpectLines({QStringLiteral("! Startup Stowaway 2.50...")});
+    ExpectLines({u"! Startup Stowaway 2.50..."_s});
 }
 
 TEST_F(Log, MarksAndLineFormat) {
     DoProto = true;
     WriteLog("SWN/first");
-    QString separator = QStringLiteral("^");
+    QString separator = u"^"_s;
     WriteLog(separator);
-    EXPECT_EQ(separator, QString(75, QLatin1Char('^')) + QStringLiteral("\r\n"));
+    EXPECT_EQ(separator, QString(75, QLatin1Char('^')) + u"\r\n"_s);
     WriteLog("two\nlines\r\nand a third");
-    ExpectLines({QStringLiteral("SWN/first"),
-                 QString(75, QLatin1Char('^')) + QStringLiteral("\r\n"),
-                 QStringLiteral("two\r\nlines\r\nand a third")});
+    ExpectLines({u"SWN/first"_s, QString(75, QLatin1Char('^')) + u"\r\n"_s,
+                 u"two\r\nlines\r\nand a third"_s});
 
     WriteLog("del");
     EXPECT_FALSE(QFile::exists(LogFilePath()));
     WriteLog("after");
-    ExpectLines({QStringLiteral("after")});
+    ExpectLines({u"after"_s});
 }
 
 TEST_F(Log, TextIsWindows1252) {

@@ -9,6 +9,8 @@
 #include <QFileInfo>
 #include <QTimer>
 
+using namespace Qt::StringLiterals;
+
 class Protocol : public FreshState {};
 
 namespace {
@@ -16,7 +18,7 @@ udtProtoEntry Entry(const QString& attachment) {
     udtProtoEntry e;
     e.Date = 45000.25;
     e.Attachment = attachment;
-    e.State = QStringLiteral("S");
+    e.State = u"S"_s;
     return e;
 }
 
@@ -34,17 +36,17 @@ void WaitForFileSize(const QString& path, qint64 size) {
 } // namespace
 
 TEST_F(Protocol, NewestEntryFirstAndSavedByTheEventLoop) {
-    AddProto(Entry(QStringLiteral("a.pdf")));
-    AddProto(Entry(QStringLiteral("b.pdf")));
-    AddProto(Entry(QStringLiteral("c.pdf")));
+    AddProto(Entry(u"a.pdf"_s));
+    AddProto(Entry(u"b.pdf"_s));
+    AddProto(Entry(u"c.pdf"_s));
     ASSERT_EQ(ProtoCount, 3);
     ASSERT_EQ(ProtoEntries.size(), 4u);
-    EXPECT_EQ(ProtoEntries[1].Attachment.get(), QStringLiteral("c.pdf"));
-    EXPECT_EQ(ProtoEntries[3].Attachment.get(), QStringLiteral("a.pdf"));
+    EXPECT_EQ(ProtoEntries[1].Attachment.get(), u"c.pdf"_s);
+    EXPECT_EQ(ProtoEntries[3].Attachment.get(), u"a.pdf"_s);
     EXPECT_TRUE(ProtoChanged);
-    EXPECT_FALSE(QFile::exists(DataFilePath(QStringLiteral(".prt")))); // nothing written yet
+    EXPECT_FALSE(QFile::exists(DataFilePath(u".prt"_s))); // nothing written yet
 
-    const QString path = DataFilePath(QStringLiteral(".prt"));
+    const QString path = DataFilePath(u".prt"_s);
     WaitForFileSize(path, 3 * 1313);
     const QByteArray bytes = ReadAll(path);
     ASSERT_EQ(bytes.size(), 3 * 1313);
@@ -55,10 +57,10 @@ TEST_F(Protocol, NewestEntryFirstAndSavedByTheEventLoop) {
 
 TEST_F(Protocol, FlushWritesAtOnceWithOtherPendingTables) {
     RulesChanged = true; // an edit of the dialog rides along
-    AddProto(Entry(QStringLiteral("x.txt")));
+    AddProto(Entry(u"x.txt"_s));
     FlushProtocol();
-    EXPECT_EQ(QFileInfo(DataFilePath(QStringLiteral(".prt"))).size(), 1313);
-    EXPECT_EQ(QFileInfo(DataFilePath(QStringLiteral(".rls"))).size(), 0);
+    EXPECT_EQ(QFileInfo(DataFilePath(u".prt"_s)).size(), 1313);
+    EXPECT_EQ(QFileInfo(DataFilePath(u".rls"_s)).size(), 0);
     EXPECT_FALSE(ProtoChanged || RulesChanged);
 }
 
@@ -83,12 +85,12 @@ TEST_F(Protocol, IsFormatBlockedComparesTrimmedExtensionsWithCase) {
 
 TEST_F(Protocol, GetProjectFolderIgnoresCaseAndBlanks) {
     Projects.resize(3);
-    Projects[1].Name = QStringLiteral("Projekt-Logos");
-    Projects[1].Folder = QStringLiteral("/data/logos");
-    Projects[2].Name = QStringLiteral("  Ärger GmbH");
-    Projects[2].Folder = QStringLiteral("/data/ärger/");
+    Projects[1].Name = u"Projekt-Logos"_s;
+    Projects[1].Folder = u"/data/logos"_s;
+    Projects[2].Name = u"  Ärger GmbH"_s;
+    Projects[2].Folder = u"/data/ärger/"_s;
     ProjectsCount = 2;
-    EXPECT_EQ(GetProjectFolder(QStringLiteral("PROJEKT-logos")), QStringLiteral("/data/logos/"));
-    EXPECT_EQ(GetProjectFolder(QStringLiteral("ärger gmbh ")), QStringLiteral("/data/ärger/"));
-    EXPECT_EQ(GetProjectFolder(QStringLiteral("Projekt")), QString());
+    EXPECT_EQ(GetProjectFolder(u"PROJEKT-logos"_s), u"/data/logos/"_s);
+    EXPECT_EQ(GetProjectFolder(u"ärger gmbh "_s), u"/data/ärger/"_s);
+    EXPECT_EQ(GetProjectFolder(u"Projekt"_s), QString());
 }

@@ -4,26 +4,28 @@
 
 #include <gtest/gtest.h>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 // Every 16-bit field gets its own value, so a swap of two fields or of the byte order shows.
 udtRule SampleRule() {
     udtRule r;
     r.Active = 1;
-    r.Name = QStringLiteral("Rechnung März");
+    r.Name = u"Rechnung März"_s;
     r.CheckSender = 2;
-    r.Sender = QStringLiteral("@example.com");
+    r.Sender = u"@example.com"_s;
     r.CheckRecp = 3;
-    r.Recipient = QStringLiteral("Zoë <z@example.org>");
+    r.Recipient = u"Zoë <z@example.org>"_s;
     r.CheckSubj = 4;
-    r.Subject = QStringLiteral("Angebot 5 €");
+    r.Subject = u"Angebot 5 €"_s;
     r.CheckFileFormat = 5;
-    r.FileFormat = QStringLiteral("PDF");
+    r.FileFormat = u"PDF"_s;
     r.SaveBy = 0x0306;
     r.SaveFormat = 99;
-    r.Folder = QStringLiteral("/srv/Ablage");
+    r.Folder = u"/srv/Ablage"_s;
     r.FileExists = 0xA2;
-    r.Execute = QStringLiteral("xdg-open '%1'");
+    r.Execute = u"xdg-open '%1'"_s;
     r.DelAttach = 8;
     r.Notify = 9;
     r.Hyperlink = vbTrue;
@@ -55,17 +57,17 @@ QByteArray SampleRuleBytes() {
 udtProtoEntry SampleEntry() {
     udtProtoEntry e;
     e.Date = 45000.5;
-    e.Mail = QStringLiteral("Grüße");
-    e.EntryID = QStringLiteral("1700000000.M1P2.host");
-    e.StoreID = QStringLiteral("/home/u/Maildir");
-    e.Attachment = QStringLiteral("plan.pdf");
-    e.FileFormat = QStringLiteral("PDF");
-    e.Sender = QStringLiteral("a@example.com");
-    e.Recipient = QStringLiteral("b@example.org");
-    e.Rule = QStringLiteral("R1");
-    e.Folder = QStringLiteral("/tmp/x/");
-    e.Project = QStringLiteral("P");
-    e.State = QStringLiteral("TSX");
+    e.Mail = u"Grüße"_s;
+    e.EntryID = u"1700000000.M1P2.host"_s;
+    e.StoreID = u"/home/u/Maildir"_s;
+    e.Attachment = u"plan.pdf"_s;
+    e.FileFormat = u"PDF"_s;
+    e.Sender = u"a@example.com"_s;
+    e.Recipient = u"b@example.org"_s;
+    e.Rule = u"R1"_s;
+    e.Folder = u"/tmp/x/"_s;
+    e.Project = u"P"_s;
+    e.State = u"TSX"_s;
     return e;
 }
 
@@ -95,8 +97,8 @@ struct LayoutCase {
 
 std::vector<LayoutCase> LayoutCases() {
     udtBlockedFormat b;
-    b.Extension = QStringLiteral("JS");
-    b.Description = QStringLiteral("JScript-Datei (Verschlüsselt)");
+    b.Extension = u"JS"_s;
+    b.Description = u"JScript-Datei (Verschlüsselt)"_s;
     b.Active = vbTrue;
     b.System = vbFalse;
     const QByteArray blockedBytes = Record(37, {{0, "JS "},
@@ -129,7 +131,7 @@ TEST(RecordLayout, EncodedBytesFollowTheOffsetTables) {
 TEST(RecordLayout, OverlongAndForeignTextKeepsTheRecordSize) {
     udtRule r;
     r.Name = QString(101, QLatin1Char('n'));
-    r.Subject = QStringLiteral("a\U0001F600b\u4e2dc"); // a pair of UTF-16 units becomes one "?"
+    r.Subject = u"a\U0001F600b\u4e2dc"_s; // a pair of UTF-16 units becomes one "?"
     r.CheckFileFormat = 5;
     const QByteArray bytes = EncodeRule(r);
     ASSERT_EQ(bytes.size(), 1025);

@@ -8,6 +8,8 @@
 
 #include <QFileInfo>
 
+using namespace Qt::StringLiterals;
+
 class Settings : public FreshState {};
 
 namespace {
@@ -25,7 +27,7 @@ void SpoilGlobals() {
     Notify = 9;
     NotifyTime = 99;
     NotifySound = false;
-    SoundName = QStringLiteral("x");
+    SoundName = u"x"_s;
 }
 
 void ExpectStartValues() {
@@ -36,7 +38,7 @@ void ExpectStartValues() {
     EXPECT_EQ(Notify, 1);
     EXPECT_EQ(NotifyTime, 5);
     EXPECT_TRUE(NotifySound);
-    EXPECT_EQ(SoundName, QStringLiteral("Moog 1"));
+    EXPECT_EQ(SoundName, u"Moog 1"_s);
 }
 } // namespace
 
@@ -44,8 +46,7 @@ TEST_F(Settings, AnEmptyStoreGivesTheDefaults) {
     SpoilGlobals();
     ReadSettingsIntoGlobals();
     ExpectStartValues();
-    EXPECT_EQ(SettingsFilePath(),
-              TestEnv::home() + QStringLiteral("/.config/Quillworks/Quillworks.conf"));
+    EXPECT_EQ(SettingsFilePath(), TestEnv::home() + u"/.config/Quillworks/Quillworks.conf"_s);
 }
 
 TEST_F(Settings, AGarbageFileGivesTheDefaultsAndIsSetAsideAtTheNextWrite) {
@@ -57,9 +58,9 @@ TEST_F(Settings, AGarbageFileGivesTheDefaultsAndIsSetAsideAtTheNextWrite) {
     ReadSettingsIntoGlobals();
     ExpectStartValues();
 
-    SaveSetting(QStringLiteral("SoundName"), QStringLiteral("Glocke"));
-    EXPECT_EQ(GetSetting(QStringLiteral("SoundName"), QString()), QStringLiteral("Glocke"));
-    EXPECT_TRUE(ReadAll(SettingsFilePath() + QStringLiteral(".damaged")).endsWith(garbage));
+    SaveSetting(u"SoundName"_s, u"Glocke"_s);
+    EXPECT_EQ(GetSetting(u"SoundName"_s, QString()), u"Glocke"_s);
+    EXPECT_TRUE(ReadAll(SettingsFilePath() + u".damaged"_s).endsWith(garbage));
     EXPECT_EQ(ReadAll(SettingsFilePath()).trimmed(), QByteArray("[OlStowaway]\nSoundName=Glocke"));
     EXPECT_TRUE(ReadAll(LogFilePath()).contains("! Settings: "));
 }
@@ -78,11 +79,11 @@ TEST_F(Settings, YesNoIsOnlyOneAndNumbersAreLeading) {
     for (const Case& c : cases) {
         SCOPED_TRACE(std::string(c.key) + "=" + c.stored);
         SaveSetting(QLatin1String(c.key), QLatin1String(c.stored));
-        EXPECT_EQ(GetBoolSetting(QLatin1String(c.key), QStringLiteral("1")), c.yes);
-        EXPECT_EQ(GetNumberSetting(QLatin1String(c.key), QStringLiteral("5")), c.number);
+        EXPECT_EQ(GetBoolSetting(QLatin1String(c.key), u"1"_s), c.yes);
+        EXPECT_EQ(GetNumberSetting(QLatin1String(c.key), u"5"_s), c.number);
     }
-    SaveSetting(QStringLiteral("NotifyTime"), QStringLiteral("70000")); // too big for 16 bits
-    SaveSetting(QStringLiteral("CurrLang"), QStringLiteral("1"));
+    SaveSetting(u"NotifyTime"_s, u"70000"_s); // too big for 16 bits
+    SaveSetting(u"CurrLang"_s, u"1"_s);
     NotifyTime = 8;
     ReadSettingsIntoGlobals();
     EXPECT_EQ(NotifyTime, 8);
@@ -91,29 +92,22 @@ TEST_F(Settings, YesNoIsOnlyOneAndNumbersAreLeading) {
 }
 
 TEST_F(Settings, ValuesAreTextInTheirOwnApplicationAndSection) {
-    SaveSetting(QStringLiteral("LastPath"), QStringLiteral("/home/u/A, B/Größe"));
-    SaveSetting(QStringLiteral("Other"), QStringLiteral("Sect"), QStringLiteral("LastPath"),
-                QStringLiteral("o"));
-    EXPECT_EQ(GetSetting(QStringLiteral("LastPath"), QString()),
-              QStringLiteral("/home/u/A, B/Größe"));
-    EXPECT_EQ(GetSetting(QStringLiteral("Other"), QStringLiteral("Sect"),
-                         QStringLiteral("LastPath"), QString()),
-              QStringLiteral("o"));
-    EXPECT_EQ(GetSetting(QStringLiteral("Other"), QStringLiteral("Else"),
-                         QStringLiteral("LastPath"), QStringLiteral("d")),
-              QStringLiteral("d"));
+    SaveSetting(u"LastPath"_s, u"/home/u/A, B/Größe"_s);
+    SaveSetting(u"Other"_s, u"Sect"_s, u"LastPath"_s, u"o"_s);
+    EXPECT_EQ(GetSetting(u"LastPath"_s, QString()), u"/home/u/A, B/Größe"_s);
+    EXPECT_EQ(GetSetting(u"Other"_s, u"Sect"_s, u"LastPath"_s, QString()), u"o"_s);
+    EXPECT_EQ(GetSetting(u"Other"_s, u"Else"_s, u"LastPath"_s, u"d"_s), u"d"_s);
     EXPECT_TRUE(ReadAll(SettingsFilePath()).contains("[OlStowaway]"));
-    EXPECT_TRUE(
-        ReadAll(TestEnv::home() + QStringLiteral("/.config/Other/Other.conf")).contains("[Sect]"));
+    EXPECT_TRUE(ReadAll(TestEnv::home() + u"/.config/Other/Other.conf"_s).contains("[Sect]"));
 
     // A hand-written value with a comma is still one text.
     WriteStore("[OlStowaway]\nSoundName=Moog 1, loud\n");
-    EXPECT_EQ(GetSetting(QStringLiteral("SoundName"), QString()), QStringLiteral("Moog 1, loud"));
+    EXPECT_EQ(GetSetting(u"SoundName"_s, QString()), u"Moog 1, loud"_s);
 }
 
 TEST_F(Settings, AnUnwritableStoreIsIgnored) {
     // A regular file where the store's folder belongs fails for every user.
-    WriteAll(TestEnv::home() + QStringLiteral("/.config"), "not a folder");
-    SaveSetting(QStringLiteral("SWActive"), QStringLiteral("1"));
-    EXPECT_FALSE(GetBoolSetting(QStringLiteral("SWActive"), QStringLiteral("0")));
+    WriteAll(TestEnv::home() + u"/.config"_s, "not a folder");
+    SaveSetting(u"SWActive"_s, u"1"_s);
+    EXPECT_FALSE(GetBoolSetting(u"SWActive"_s, u"0"_s));
 }

@@ -1,29 +1,27 @@
 // The "[SW]" mark and the block of saved files in HTML, rich-text and plain bodies.
 #include "fakes/engine_fixture.h"
 
+using namespace Qt::StringLiterals;
+
 namespace {
-const QString kCrLf = QStringLiteral("\r\n");
+const QString kCrLf = u"\r\n"_s;
 const QString kTilde = QString(60, QLatin1Char('~'));
 
 class Annotation : public EngineTest {
   protected:
     // A rule that deletes what it saves, into a folder with a blank and an umlaut.
     udtRule& deletingRule(bool hyperlink) {
-        udtRule& rule = addRule(QStringLiteral("R"), QStringLiteral("out dir/Müller"));
+        udtRule& rule = addRule(u"R"_s, u"out dir/Müller"_s);
         rule.DelAttach = vbTrue;
         rule.Hyperlink = ToVb(hyperlink);
         return rule;
     }
-    QString saved(const QString& name) const {
-        return root + QStringLiteral("/out dir/Müller/") + name;
-    }
+    QString saved(const QString& name) const { return root + u"/out dir/Müller/"_s + name; }
     QString linked(const QString& name) const {
-        return QStringLiteral("file://") +
-               QString(saved(name)).replace(QLatin1Char(' '), QStringLiteral("%20"));
+        return u"file://"_s + QString(saved(name)).replace(QLatin1Char(' '), u"%20"_s);
     }
     FakeMessagePtr mailWith(int format, const QString& body) {
-        const FakeMessagePtr mail =
-            addMail(QStringLiteral("Offer"), {QStringLiteral("a b.pdf"), QStringLiteral("c.pdf")});
+        const FakeMessagePtr mail = addMail(u"Offer"_s, {u"a b.pdf"_s, u"c.pdf"_s});
         mail->stored.bodyFormat = format;
         if (format == BodyFormat::Html)
             mail->stored.htmlBody = body;
@@ -37,30 +35,27 @@ class Annotation : public EngineTest {
 
 // HtmlEncode of the umlauts in the path; the rest of it stands as it is.
 QString Entities(QString text) {
-    return text.replace(QStringLiteral("ü"), QStringLiteral("&uuml;"));
+    return text.replace(u"ü"_s, u"&uuml;"_s);
 }
 } // namespace
 
 TEST_F(Annotation, HtmlGetsLinksBeforeTheClosingBodyTag) {
     deletingRule(true);
     const FakeMessagePtr mail =
-        mailWith(BodyFormat::Html, QStringLiteral("  <html><body><p>Hi</p></BODY></html>  "));
+        mailWith(BodyFormat::Html, u"  <html><body><p>Hi</p></BODY></html>  "_s);
 
     EXPECT_TRUE(runFolder());
 
     const QString block =
-        QStringLiteral("<br>") + kTilde +
-        QStringLiteral("<br>Quillworks Stowaway v2.50 &bull; Gespeicherte Anh&auml;nge: <br><br>") +
-        QStringLiteral("<a href=\"") + linked(QStringLiteral("a b.pdf")) + QStringLiteral("\">") +
-        Entities(saved(QStringLiteral("a b.pdf"))) + QStringLiteral("</a><br>") +
-        QStringLiteral("<a href=\"") + linked(QStringLiteral("c.pdf")) + QStringLiteral("\">") +
-        Entities(saved(QStringLiteral("c.pdf"))) + QStringLiteral("</a><br>");
-    EXPECT_EQ(mail->stored.htmlBody,
-              QStringLiteral("<html><body><p>Hi</p>") + block + QStringLiteral("</BODY></html>"));
+        u"<br>"_s + kTilde +
+        u"<br>Quillworks Stowaway v2.50 &bull; Gespeicherte Anh&auml;nge: <br><br>"_s +
+        u"<a href=\""_s + linked(u"a b.pdf"_s) + u"\">"_s + Entities(saved(u"a b.pdf"_s)) +
+        u"</a><br>"_s + u"<a href=\""_s + linked(u"c.pdf"_s) + u"\">"_s +
+        Entities(saved(u"c.pdf"_s)) + u"</a><br>"_s;
+    EXPECT_EQ(mail->stored.htmlBody, u"<html><body><p>Hi</p>"_s + block + u"</BODY></html>"_s);
     EXPECT_EQ(mail->stored.internetCodepage, 28591);
     const QStringList& calls = mail->fails.calls();
-    EXPECT_LT(calls.lastIndexOf(QStringLiteral("SetInternetCodepage")),
-              calls.lastIndexOf(QStringLiteral("SetHTMLBody")));
+    EXPECT_LT(calls.lastIndexOf(u"SetInternetCodepage"_s), calls.lastIndexOf(u"SetHTMLBody"_s));
     EXPECT_EQ(mail->saves, 1); // removal and list land together
     EXPECT_TRUE(mail->stored.attachments.empty());
 }
@@ -68,89 +63,84 @@ TEST_F(Annotation, HtmlGetsLinksBeforeTheClosingBodyTag) {
 TEST_F(Annotation, HtmlWithoutLinksInEnglish) {
     CurrLang = 1;
     deletingRule(false);
-    const FakeMessagePtr mail = mailWith(BodyFormat::Html, QStringLiteral("<body>x</body>"));
+    const FakeMessagePtr mail = mailWith(BodyFormat::Html, u"<body>x</body>"_s);
     EXPECT_TRUE(runFolder());
-    EXPECT_EQ(
-        mail->stored.htmlBody,
-        QStringLiteral("<body>x<br>") + kTilde +
-            QStringLiteral("<br>Quillworks Stowaway v2.50 &bull; Saved attachments: <br><br>") +
-            Entities(saved(QStringLiteral("a b.pdf"))) + QStringLiteral("<br>") +
-            Entities(saved(QStringLiteral("c.pdf"))) + QStringLiteral("<br></body>"));
+    EXPECT_EQ(mail->stored.htmlBody,
+              u"<body>x<br>"_s + kTilde +
+                  u"<br>Quillworks Stowaway v2.50 &bull; Saved attachments: <br><br>"_s +
+                  Entities(saved(u"a b.pdf"_s)) + u"<br>"_s + Entities(saved(u"c.pdf"_s)) +
+                  u"<br></body>"_s);
 }
 
 TEST_F(Annotation, AnHtmlBodyWithoutItsClosingTagIsReplacedByTheBlock) {
     deletingRule(false);
-    const FakeMessagePtr first = mailWith(BodyFormat::Html, QStringLiteral("<body>one</body>"));
-    const FakeMessagePtr second = mailWith(BodyFormat::Html, QStringLiteral("<p>two</p>"));
-    second->stored.attachments[0]->fileName = QStringLiteral("d.pdf");
-    second->stored.attachments[1]->fileName = QStringLiteral("e.pdf");
+    const FakeMessagePtr first = mailWith(BodyFormat::Html, u"<body>one</body>"_s);
+    const FakeMessagePtr second = mailWith(BodyFormat::Html, u"<p>two</p>"_s);
+    second->stored.attachments[0]->fileName = u"d.pdf"_s;
+    second->stored.attachments[1]->fileName = u"e.pdf"_s;
 
     EXPECT_TRUE(runFolder());
 
     // The mail's own text is lost; what the body before it in this run became stands in front.
-    const QString block2 = QStringLiteral("<br>") + kTilde +
-                           QStringLiteral("<br>Quillworks Stowaway v2.50 &bull; Gespeicherte "
-                                          "Anh&auml;nge: <br><br>") +
-                           Entities(saved(QStringLiteral("d.pdf"))) + QStringLiteral("<br>") +
-                           Entities(saved(QStringLiteral("e.pdf"))) + QStringLiteral("<br>");
+    const QString block2 = u"<br>"_s + kTilde +
+                           u"<br>Quillworks Stowaway v2.50 &bull; Gespeicherte "
+                           "Anh&auml;nge: <br><br>"_s +
+                           Entities(saved(u"d.pdf"_s)) + u"<br>"_s + Entities(saved(u"e.pdf"_s)) +
+                           u"<br>"_s;
     EXPECT_EQ(second->stored.htmlBody, first->stored.htmlBody + block2);
-    EXPECT_FALSE(second->stored.htmlBody.contains(QStringLiteral("two")));
+    EXPECT_FALSE(second->stored.htmlBody.contains(u"two"_s));
 }
 
 TEST_F(Annotation, PlainTextGetsTheListAtItsEnd) {
     deletingRule(true);
-    const FakeMessagePtr mail = mailWith(BodyFormat::Plain, QStringLiteral("  Hello\r\nBye  "));
+    const FakeMessagePtr mail = mailWith(BodyFormat::Plain, u"  Hello\r\nBye  "_s);
     EXPECT_TRUE(runFolder());
-    EXPECT_EQ(mail->stored.body,
-              QStringLiteral("Hello\r\nBye") + kCrLf + kCrLf + kTilde + kCrLf +
-                  QStringLiteral("Quillworks Stowaway v2.50 · Gespeicherte Anhänge: ") + kCrLf +
-                  kCrLf + linked(QStringLiteral("a b.pdf")) + kCrLf +
-                  linked(QStringLiteral("c.pdf")) + kCrLf + kCrLf + kCrLf);
+    EXPECT_EQ(mail->stored.body, u"Hello\r\nBye"_s + kCrLf + kCrLf + kTilde + kCrLf +
+                                     u"Quillworks Stowaway v2.50 · Gespeicherte Anhänge: "_s +
+                                     kCrLf + kCrLf + linked(u"a b.pdf"_s) + kCrLf +
+                                     linked(u"c.pdf"_s) + kCrLf + kCrLf + kCrLf);
 }
 
 TEST_F(Annotation, PlainTextWithoutLinksListsThePaths) {
     deletingRule(false);
-    const FakeMessagePtr mail = mailWith(7, QStringLiteral("Hello")); // any other format is plain
+    const FakeMessagePtr mail = mailWith(7, u"Hello"_s); // any other format is plain
     EXPECT_TRUE(runFolder());
-    EXPECT_TRUE(mail->stored.body.endsWith(saved(QStringLiteral("a b.pdf")) + kCrLf +
-                                           saved(QStringLiteral("c.pdf")) + kCrLf + kCrLf + kCrLf));
+    EXPECT_TRUE(mail->stored.body.endsWith(saved(u"a b.pdf"_s) + kCrLf + saved(u"c.pdf"_s) + kCrLf +
+                                           kCrLf + kCrLf));
 }
 
 TEST_F(Annotation, RichTextGetsParagraphsBeforeTheLastBrace) {
     deletingRule(true);
-    const FakeMessagePtr mail = mailWith(BodyFormat::RichText, QStringLiteral("{\\rtf1 Hello}"));
+    const FakeMessagePtr mail = mailWith(BodyFormat::RichText, u"{\\rtf1 Hello}"_s);
     EXPECT_TRUE(runFolder());
-    const QString par = QStringLiteral("\\par ");
-    EXPECT_EQ(mail->stored.rtfBody,
-              QStringLiteral("{\\rtf1 Hello") + kTilde + par +
-                  QStringLiteral("Quillworks Stowaway v2.50 · Gespeicherte Anhänge: ") + par + par +
-                  linked(QStringLiteral("a b.pdf")) + par + linked(QStringLiteral("c.pdf")) + par +
-                  par + QStringLiteral("}"));
+    const QString par = u"\\par "_s;
+    EXPECT_EQ(mail->stored.rtfBody, u"{\\rtf1 Hello"_s + kTilde + par +
+                                        u"Quillworks Stowaway v2.50 · Gespeicherte Anhänge: "_s +
+                                        par + par + linked(u"a b.pdf"_s) + par +
+                                        linked(u"c.pdf"_s) + par + par + u"}"_s);
 }
 
 TEST_F(Annotation, WithoutDeletionTheMailIsOnlyStampedAndSaved) {
-    SaveSetting(QStringLiteral("MarkMail"), QStringLiteral("1"));
-    udtRule& rule = addRule(QStringLiteral("R"));
+    SaveSetting(u"MarkMail"_s, u"1"_s);
+    udtRule& rule = addRule(u"R"_s);
     rule.Hyperlink = vbTrue;
-    const FakeMessagePtr mail = mailWith(BodyFormat::Html, QStringLiteral("<body>x</body>"));
+    const FakeMessagePtr mail = mailWith(BodyFormat::Html, u"<body>x</body>"_s);
     EXPECT_TRUE(runFolder());
-    EXPECT_EQ(mail->stored.htmlBody, QStringLiteral("<body>x</body>"));
-    EXPECT_EQ(mail->stored.subject, QStringLiteral("Offer"));
-    EXPECT_EQ(mail->stored.mileage, QStringLiteral("QWKStowaway"));
+    EXPECT_EQ(mail->stored.htmlBody, u"<body>x</body>"_s);
+    EXPECT_EQ(mail->stored.subject, u"Offer"_s);
+    EXPECT_EQ(mail->stored.mileage, u"QWKStowaway"_s);
     EXPECT_EQ(mail->saves, 1);
 }
 
 TEST_F(Annotation, AFailedBodyWriteIsLoggedAndTheMailStillSaved) {
     deletingRule(false);
-    const FakeMessagePtr mail = mailWith(BodyFormat::Html, QStringLiteral("<body>x</body>"));
-    mail->fails.failOn(QStringLiteral("SetHTMLBody"),
-                       OpError::make(ErrNo::Failed, QStringLiteral("Body is read-only")));
+    const FakeMessagePtr mail = mailWith(BodyFormat::Html, u"<body>x</body>"_s);
+    mail->fails.failOn(u"SetHTMLBody"_s, OpError::make(ErrNo::Failed, u"Body is read-only"_s));
     EXPECT_TRUE(runFolder());
-    EXPECT_EQ(logLines(),
-              QStringList{QStringLiteral("! Error setting .HTMLBody: Body is read-only")});
+    EXPECT_EQ(logLines(), QStringList{u"! Error setting .HTMLBody: Body is read-only"_s});
     EXPECT_EQ(mail->saves, 1);
-    EXPECT_EQ(mail->stored.htmlBody, QStringLiteral("<body>x</body>"));
-    EXPECT_EQ(mail->stored.mileage, QStringLiteral("QWKStowaway"));
+    EXPECT_EQ(mail->stored.htmlBody, u"<body>x</body>"_s);
+    EXPECT_EQ(mail->stored.mileage, u"QWKStowaway"_s);
 }
 
 struct MarkCase {
@@ -163,10 +153,10 @@ class Marking : public EngineTest, public testing::WithParamInterface<MarkCase> 
 
 TEST_P(Marking, FollowsTheSettingOnceOnly) {
     const MarkCase c = GetParam();
-    SaveSetting(QStringLiteral("MarkMail"), QString::fromUtf8(c.setting));
-    udtRule& rule = addRule(QStringLiteral("R"));
+    SaveSetting(u"MarkMail"_s, QString::fromUtf8(c.setting));
+    udtRule& rule = addRule(u"R"_s);
     rule.DelAttach = vbTrue;
-    const FakeMessagePtr mail = addMail(QString::fromUtf8(c.subject), {QStringLiteral("a.pdf")});
+    const FakeMessagePtr mail = addMail(QString::fromUtf8(c.subject), {u"a.pdf"_s});
     EXPECT_TRUE(runFolder());
     EXPECT_EQ(mail->stored.subject, QString::fromUtf8(c.expected));
 }
@@ -180,18 +170,18 @@ INSTANTIATE_TEST_SUITE_P(Settings, Marking,
                                          MarkCase{"3", "Offer", "Offer"}));
 
 TEST_F(EngineTest, TheMarkLooksAtTheDeletionsOfTheWholeRun) {
-    SaveSetting(QStringLiteral("MarkMail"), QStringLiteral("1"));
-    udtRule& rule = addRule(QStringLiteral("R"));
+    SaveSetting(u"MarkMail"_s, u"1"_s);
+    udtRule& rule = addRule(u"R"_s);
     rule.DelAttach = vbTrue;
-    const FakeMessagePtr first = addMail(QStringLiteral("First"), {QStringLiteral("a.pdf")});
-    const FakeMessagePtr second = addMail(QStringLiteral("Second"), {});
-    second->addAttachment(QStringLiteral("logo.png")).contentId = QStringLiteral("logo@x");
+    const FakeMessagePtr first = addMail(u"First"_s, {u"a.pdf"_s});
+    const FakeMessagePtr second = addMail(u"Second"_s, {});
+    second->addAttachment(u"logo.png"_s).contentId = u"logo@x"_s;
 
     EXPECT_TRUE(runFolder());
 
-    EXPECT_EQ(first->stored.subject, QStringLiteral("[SW] First"));
+    EXPECT_EQ(first->stored.subject, u"[SW] First"_s);
     // Nothing was taken out of the second mail, but the run had deleted one already.
-    EXPECT_EQ(second->stored.subject, QStringLiteral("[SW] Second"));
-    EXPECT_EQ(second->stored.body, QStringLiteral("Hello"));
+    EXPECT_EQ(second->stored.subject, u"[SW] Second"_s);
+    EXPECT_EQ(second->stored.body, u"Hello"_s);
     EXPECT_EQ(second->stored.attachments.size(), 1u);
 }

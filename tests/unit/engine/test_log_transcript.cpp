@@ -1,6 +1,8 @@
 // The LOG of a whole run over a small folder, line by line, time stamps stripped.
 #include "fakes/engine_fixture.h"
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 // The LOG of a mail block, a rule block and the rest share these pieces.
@@ -129,32 +131,31 @@ class LogTranscript : public EngineTest {
     void SetUp() override {
         EngineTest::SetUp();
         DoProto = true;
-        udtRule invoices = MakeRule(QStringLiteral("Invoices"), out());
+        udtRule invoices = MakeRule(u"Invoices"_s, out());
         invoices.CheckSubj = vbTrue;
-        invoices.Subject = QStringLiteral("invoice");
+        invoices.Subject = u"invoice"_s;
         invoices.SaveFormat = 0;
         invoices.DelAttach = vbTrue;
         invoices.Hyperlink = vbTrue;
         addRule(invoices);
-        udtRule off = MakeRule(QStringLiteral("Off"), out(QStringLiteral("off")));
+        udtRule off = MakeRule(u"Off"_s, out(u"off"_s));
         off.Active = vbFalse;
         addRule(off);
-        udtRule orders = MakeRule(QStringLiteral("Orders"), out(QStringLiteral("orders")));
+        udtRule orders = MakeRule(u"Orders"_s, out(u"orders"_s));
         orders.CheckSubj = vbTrue;
-        orders.Subject = QStringLiteral("order");
+        orders.Subject = u"order"_s;
         addRule(orders);
 
-        const FakeMessagePtr invoice =
-            addMail(QStringLiteral("Invoice 42"), {QStringLiteral("a b.pdf")});
-        invoice->addAttachment(QStringLiteral("logo.png")).contentId = QStringLiteral("logo@x");
-        addMail(QStringLiteral("Hello"), {QStringLiteral("b.pdf")})->stored.unread = false;
+        const FakeMessagePtr invoice = addMail(u"Invoice 42"_s, {u"a b.pdf"_s});
+        invoice->addAttachment(u"logo.png"_s).contentId = u"logo@x"_s;
+        addMail(u"Hello"_s, {u"b.pdf"_s})->stored.unread = false;
     }
 
     QStringList expected(std::initializer_list<const char*> pieces) const {
         QString text;
         for (const char* piece : pieces)
             text += QString::fromUtf8(piece);
-        text.replace(QStringLiteral("{ROOT}"), root);
+        text.replace(u"{ROOT}"_s, root);
         QStringList lines = text.split(QLatin1Char('\n'));
         lines.removeLast(); // the text ends with a line end
         return lines;

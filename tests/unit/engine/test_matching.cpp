@@ -3,6 +3,8 @@
 
 #include "engine/matching.h"
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 struct MatchCase {
@@ -19,7 +21,7 @@ void PrintTo(const MatchCase& c, std::ostream* os) {
 udtRule RuleOf(const std::vector<const char*>& criteria) {
     udtRule rule;
     rule.Active = vbTrue;
-    rule.Name = QStringLiteral("R");
+    rule.Name = u"R"_s;
     for (const char* c : criteria) {
         const QString text = QString::fromUtf8(c);
         const QString value = text.mid(2);
@@ -54,10 +56,10 @@ TEST_P(Matching, HoldsAsTheCriteriaSay) {
     DoProto = true;
     // From "Anna Berg" <anna@berg.example>, to Carl Dorn first and Eva Fink second; subject
     // "Your Invoice 42"; attachments: an inline logo.png, a card, report.PDF.
-    const FakeMessagePtr message = addMail(QStringLiteral("Your Invoice 42"), {});
-    message->addAttachment(QStringLiteral("logo.png")).contentId = QStringLiteral("logo@x");
-    message->addAttachment(QStringLiteral("anna.vcf"));
-    message->addAttachment(QStringLiteral("report.PDF"));
+    const FakeMessagePtr message = addMail(u"Your Invoice 42"_s, {});
+    message->addAttachment(u"logo.png"_s).contentId = u"logo@x"_s;
+    message->addAttachment(u"anna.vcf"_s);
+    message->addAttachment(u"report.PDF"_s);
 
     QString sn, sa, rn, ra;
     EXPECT_EQ(MatchesRule(inbox->itemFor(message), RuleOf(c.criteria), sn, sa, rn, ra), c.expected);
@@ -67,10 +69,10 @@ TEST_P(Matching, HoldsAsTheCriteriaSay) {
         expectedLog << QString::fromUtf8(line);
     EXPECT_EQ(logLines(), expectedLog);
     // The outputs are set whatever the result.
-    EXPECT_EQ(sn, QStringLiteral("Anna Berg"));
-    EXPECT_EQ(sa, QStringLiteral("anna@berg.example"));
-    EXPECT_EQ(rn, QStringLiteral("Carl Dorn"));
-    EXPECT_EQ(ra, QStringLiteral("carl@dorn.example"));
+    EXPECT_EQ(sn, u"Anna Berg"_s);
+    EXPECT_EQ(sa, u"anna@berg.example"_s);
+    EXPECT_EQ(rn, u"Carl Dorn"_s);
+    EXPECT_EQ(ra, u"carl@dorn.example"_s);
 }
 
 INSTANTIATE_TEST_SUITE_P(
@@ -118,22 +120,22 @@ INSTANTIATE_TEST_SUITE_P(
     [](const testing::TestParamInfo<MatchCase>& info) { return info.param.name; });
 
 TEST_F(EngineTest, ADomainRuleFailsOnAnAddressWithoutAt) {
-    const FakeMessagePtr message = addMail(QStringLiteral("m"), {});
-    message->stored.senderAddress = QStringLiteral("/O=EXCHANGE/CN=ANNA");
+    const FakeMessagePtr message = addMail(u"m"_s, {});
+    message->stored.senderAddress = u"/O=EXCHANGE/CN=ANNA"_s;
     QString sn, sa, rn, ra;
-    udtRule rule = MakeRule(QStringLiteral("R"), out());
+    udtRule rule = MakeRule(u"R"_s, out());
     rule.CheckSender = vbTrue;
-    rule.Sender = QStringLiteral("@berg.example");
+    rule.Sender = u"@berg.example"_s;
     EXPECT_FALSE(MatchesRule(inbox->itemFor(message), rule, sn, sa, rn, ra));
 }
 
 TEST_F(EngineTest, AMailWithoutRecipientsFailsARecipientCriterion) {
-    const FakeMessagePtr message = addMail(QStringLiteral("m"), {});
+    const FakeMessagePtr message = addMail(u"m"_s, {});
     message->stored.recipients.clear();
-    QString sn, sa, rn = QStringLiteral("old"), ra = QStringLiteral("old");
-    udtRule rule = MakeRule(QStringLiteral("R"), out());
+    QString sn, sa, rn = u"old"_s, ra = u"old"_s;
+    udtRule rule = MakeRule(u"R"_s, out());
     rule.CheckRecp = vbTrue;
-    rule.Recipient = QStringLiteral("carl dorn");
+    rule.Recipient = u"carl dorn"_s;
     EXPECT_FALSE(MatchesRule(inbox->itemFor(message), rule, sn, sa, rn, ra));
     EXPECT_TRUE(rn.isEmpty());
     EXPECT_TRUE(ra.isEmpty());
@@ -141,16 +143,15 @@ TEST_F(EngineTest, AMailWithoutRecipientsFailsARecipientCriterion) {
 
 TEST_F(EngineTest, AMailThatCannotBeFetchedForMatchingIsReported) {
     CurrLang = 1;
-    const FakeMessagePtr message = addMail(QStringLiteral("m"), {});
-    session->fails.failOn(QStringLiteral("GetMessageFromID/2"));
-    session->fails.failOn(QStringLiteral("GetMessageFromID/1"),
-                          OpError::make(ErrNo::NotFound, QStringLiteral("Object not found")));
-    QString sn = QStringLiteral("kept"), sa, rn, ra;
-    EXPECT_FALSE(
-        MatchesRule(inbox->itemFor(message), MakeRule(QStringLiteral("R"), out()), sn, sa, rn, ra));
-    EXPECT_EQ(sn, QStringLiteral("kept"));
+    const FakeMessagePtr message = addMail(u"m"_s, {});
+    session->fails.failOn(u"GetMessageFromID/2"_s);
+    session->fails.failOn(u"GetMessageFromID/1"_s,
+                          OpError::make(ErrNo::NotFound, u"Object not found"_s));
+    QString sn = u"kept"_s, sa, rn, ra;
+    EXPECT_FALSE(MatchesRule(inbox->itemFor(message), MakeRule(u"R"_s, out()), sn, sa, rn, ra));
+    EXPECT_EQ(sn, u"kept"_s);
     ASSERT_EQ(user.questions().size(), 1u);
     EXPECT_EQ(user.questions()[0].prompt,
-              QStringLiteral("MR/Error accessing items by RDO interface: Object not found"));
+              u"MR/Error accessing items by RDO interface: Object not found"_s);
     EXPECT_EQ(user.beeps(), 1);
 }

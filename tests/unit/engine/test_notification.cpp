@@ -4,12 +4,13 @@
 #include "data/defaults.h"
 #include "engine/notification.h"
 
+using namespace Qt::StringLiterals;
+
 using Kind = AskedQuestion::Kind;
 
 namespace {
-const QStringList kOne{QStringLiteral("Scan 1.pdf|/data/in/Scan 1.pdf")};
-const QStringList kTwo{QStringLiteral("a.pdf|/data/in/a.pdf"),
-                       QStringLiteral("b.exe|/data/in/b.exe")};
+const QStringList kOne{u"Scan 1.pdf|/data/in/Scan 1.pdf"_s};
+const QStringList kTwo{u"a.pdf|/data/in/a.pdf"_s, u"b.exe|/data/in/b.exe"_s};
 } // namespace
 
 struct NotifyCase {
@@ -30,25 +31,23 @@ TEST_P(NotifyTexts, InTheBoxAndInTheBalloon) {
     const QString title = gAppCaption + QString::fromUtf8(c.title);
 
     Notify = 1;
-    NotifyUser(list, QStringLiteral("Anna Berg"), QStringLiteral("anna@berg.example"));
+    NotifyUser(list, u"Anna Berg"_s, u"anna@berg.example"_s);
     const auto asked = user.questions(Kind::MsgBoxEx);
     ASSERT_EQ(asked.size(), 1u);
     EXPECT_EQ(asked[0].title, title);
     EXPECT_EQ(asked[0].prompt, QString::fromUtf8(c.text));
     EXPECT_EQ(asked[0].icon, 64);
-    EXPECT_EQ(asked[0].buttons,
-              QStringList({QStringLiteral("Ok"),
-                           c.lang == 0 ? QStringLiteral("Öffnen") : QStringLiteral("Open")}));
+    EXPECT_EQ(asked[0].buttons, QStringList({u"Ok"_s, c.lang == 0 ? u"Öffnen"_s : u"Open"_s}));
 
     Notify = 2;
-    NotifyUser(list, QStringLiteral("Anna Berg"), QString());
+    NotifyUser(list, u"Anna Berg"_s, QString());
     ASSERT_EQ(user.trays().size(), 1u);
     const TrayNotification& tray = user.trays()[0];
     EXPECT_EQ(tray.title, title);
     EXPECT_EQ(tray.text, QString::fromUtf8(c.text));
     EXPECT_EQ(tray.target, QString::fromUtf8(c.target));
     EXPECT_EQ(tray.toolTip, gAppCaption);
-    EXPECT_EQ(tray.menuCaption, QStringLiteral("Info..."));
+    EXPECT_EQ(tray.menuCaption, u"Info..."_s);
     EXPECT_EQ(tray.timeoutMs, 30000);
     EXPECT_EQ(user.trayHides(), 1);
     EXPECT_EQ(user.busyChanges(), std::vector<bool>({true, false}));
@@ -82,20 +81,19 @@ TEST_F(EngineTest, OpenShowsAFileUnlessItsFormatIsBlockedAndAFolderAlways) {
     NotifySound = false;
 
     user.answerMsgBoxEx(2);
-    NotifyUser(kOne, QStringLiteral("Anna"), QString());
+    NotifyUser(kOne, u"Anna"_s, QString());
     user.answerMsgBoxEx(2);
-    NotifyUser({QStringLiteral("b.exe|/data/in/b.exe")}, QStringLiteral("Anna"), QString());
+    NotifyUser({u"b.exe|/data/in/b.exe"_s}, u"Anna"_s, QString());
     user.answerMsgBoxEx(2);
-    NotifyUser(kTwo, QStringLiteral("Anna"), QString()); // several: the folder, no format test
+    NotifyUser(kTwo, u"Anna"_s, QString()); // several: the folder, no format test
     user.answerMsgBoxEx(1);
-    NotifyUser(kOne, QStringLiteral("Anna"), QString());
+    NotifyUser(kOne, u"Anna"_s, QString());
 
-    EXPECT_EQ(user.opened(),
-              QStringList({QStringLiteral("/data/in/Scan 1.pdf"), QStringLiteral("/data/in/")}));
+    EXPECT_EQ(user.opened(), QStringList({u"/data/in/Scan 1.pdf"_s, u"/data/in/"_s}));
     const auto boxes = user.questions(Kind::MessageBox);
     ASSERT_EQ(boxes.size(), 1u);
-    EXPECT_EQ(boxes[0].prompt, QStringLiteral("Dateien dieses Typs sind blockiert und können nicht "
-                                              "ausgeführt oder geöffnet werden!"));
+    EXPECT_EQ(boxes[0].prompt, u"Dateien dieses Typs sind blockiert und können nicht "
+                               "ausgeführt oder geöffnet werden!"_s);
     EXPECT_EQ(boxes[0].icon, 16);
     EXPECT_EQ(user.beeps(), 5); // one per box, one for the blocked file
     EXPECT_TRUE(user.sounds().isEmpty());
@@ -105,44 +103,43 @@ TEST_F(EngineTest, NothingSavedIsSilentUnlessOnlyTheSoundIsOn) {
     NotifySound = true;
     for (int mode : {1, 2}) {
         Notify = static_cast<int16_t>(mode);
-        NotifyUser({}, QStringLiteral("Anna"), QString());
+        NotifyUser({}, u"Anna"_s, QString());
     }
     EXPECT_TRUE(user.transcript().isEmpty());
 
     Notify = 0;
-    NotifyUser({}, QStringLiteral("Anna"), QString());
-    EXPECT_EQ(user.sounds(), QStringList{SoundFilePath(QStringLiteral("Moog 1"))});
+    NotifyUser({}, u"Anna"_s, QString());
+    EXPECT_EQ(user.sounds(), QStringList{SoundFilePath(u"Moog 1"_s)});
     EXPECT_TRUE(user.questions().empty());
 
     NotifySound = false;
-    NotifyUser(kOne, QStringLiteral("Anna"), QString());
+    NotifyUser(kOne, u"Anna"_s, QString());
     EXPECT_EQ(user.transcript().size(), 1);
 }
 
 TEST_F(EngineTest, TheSoundReplacesTheBeepOfTheBox) {
     Notify = 1;
     NotifySound = true;
-    SoundName = QStringLiteral("Chime");
-    NotifyUser(kOne, QStringLiteral("Anna"), QString());
-    EXPECT_EQ(user.sounds(), QStringList{SoundFilePath(QStringLiteral("Chime"))});
-    EXPECT_TRUE(
-        SoundFilePath(QStringLiteral("Chime")).endsWith(QStringLiteral("/Sounds/Chime.wav")));
+    SoundName = u"Chime"_s;
+    NotifyUser(kOne, u"Anna"_s, QString());
+    EXPECT_EQ(user.sounds(), QStringList{SoundFilePath(u"Chime"_s)});
+    EXPECT_TRUE(SoundFilePath(u"Chime"_s).endsWith(u"/Sounds/Chime.wav"_s));
     EXPECT_EQ(user.beeps(), 0);
 }
 
 TEST_F(EngineTest, RulesNotifyInRealRunsAndInTestRunsOnlyWhenAsked) {
     Notify = 1;
     NotifySound = false;
-    udtRule& rule = addRule(QStringLiteral("R"));
+    udtRule& rule = addRule(u"R"_s);
     rule.Notify = vbTrue;
     const auto notes = [&] {
         int n = 0;
         for (const auto& q : user.questions(Kind::MsgBoxEx))
-            n += q.title.endsWith(QStringLiteral("Neuer Anhang:"));
+            n += q.title.endsWith(u"Neuer Anhang:"_s);
         return n;
     };
 
-    addMail(QStringLiteral("m"), {QStringLiteral("a.pdf")});
+    addMail(u"m"_s, {u"a.pdf"_s});
     runFolder(true);
     EXPECT_EQ(notes(), 0);
     TestNotifies = true;
@@ -150,7 +147,7 @@ TEST_F(EngineTest, RulesNotifyInRealRunsAndInTestRunsOnlyWhenAsked) {
     EXPECT_EQ(notes(), 1);
     runFolder(false);
     EXPECT_EQ(notes(), 2);
-    addMail(QStringLiteral("n"), {QStringLiteral("b.pdf")});
+    addMail(u"n"_s, {u"b.pdf"_s});
     SWTest = false;
     SWRun = false; // a folder call without the run flag
     StowawayNow(inbox, nullptr, nullptr);
@@ -169,29 +166,21 @@ TEST_F(EngineTest, ProgressBarsShowShares) {
     ShowSubProgress(-1, -1, &status);
     ShowSubProgress(1, 2, nullptr);
     EXPECT_EQ(status.calls(),
-              QStringList({QStringLiteral("main 1  0.00"), QStringLiteral("main 1 50% 0.50"),
-                           QStringLiteral("main 1 33% 0.33"), QStringLiteral("main 0  0.00"),
-                           QStringLiteral("sub 1 0.00"), QStringLiteral("sub 1 0.75"),
-                           QStringLiteral("sub 0 0.00")}));
+              QStringList({u"main 1  0.00"_s, u"main 1 50% 0.50"_s, u"main 1 33% 0.33"_s,
+                           u"main 0  0.00"_s, u"sub 1 0.00"_s, u"sub 1 0.75"_s, u"sub 0 0.00"_s}));
 }
 
 TEST_F(EngineTest, LastActionTexts) {
-    EXPECT_EQ(LastActionStart(), QStringLiteral("Initialisierung..."));
-    EXPECT_EQ(LastActionNewMail(QStringLiteral("Inbox")),
-              QStringLiteral("Neue Nachricht(en) in 'Inbox'..."));
-    EXPECT_EQ(LastActionNewPost(QStringLiteral("News")),
-              QStringLiteral("Neue(r) Post(s) in 'News'..."));
+    EXPECT_EQ(LastActionStart(), u"Initialisierung..."_s);
+    EXPECT_EQ(LastActionNewMail(u"Inbox"_s), u"Neue Nachricht(en) in 'Inbox'..."_s);
+    EXPECT_EQ(LastActionNewPost(u"News"_s), u"Neue(r) Post(s) in 'News'..."_s);
     const QRegularExpression germanRun(
-        QStringLiteral("^Ausführung für 'Inbox', \\w+, \\d+\\. \\w+ \\d{4}, \\d{1,2}:\\d\\d$"));
-    EXPECT_TRUE(germanRun.match(LastActionRealRun(QStringLiteral("Inbox"))).hasMatch());
+        u"^Ausführung für 'Inbox', \\w+, \\d+\\. \\w+ \\d{4}, \\d{1,2}:\\d\\d$"_s);
+    EXPECT_TRUE(germanRun.match(LastActionRealRun(u"Inbox"_s)).hasMatch());
     CurrLang = 1;
-    EXPECT_EQ(LastActionStart(), QStringLiteral("Initialize..."));
-    EXPECT_EQ(LastActionNewMail(QStringLiteral("Inbox")),
-              QStringLiteral("New mail(s) in 'Inbox'..."));
-    EXPECT_EQ(LastActionNewPost(QStringLiteral("News")),
-              QStringLiteral("New post(s) in 'News'..."));
-    EXPECT_TRUE(LastActionTestRun(QStringLiteral("Inbox"))
-                    .startsWith(QStringLiteral("Test run on 'Inbox', ")));
-    EXPECT_TRUE(LastActionFlagsReset(QStringLiteral("Inbox"))
-                    .startsWith(QStringLiteral("Flags resetted for 'Inbox', ")));
+    EXPECT_EQ(LastActionStart(), u"Initialize..."_s);
+    EXPECT_EQ(LastActionNewMail(u"Inbox"_s), u"New mail(s) in 'Inbox'..."_s);
+    EXPECT_EQ(LastActionNewPost(u"News"_s), u"New post(s) in 'News'..."_s);
+    EXPECT_TRUE(LastActionTestRun(u"Inbox"_s).startsWith(u"Test run on 'Inbox', "_s));
+    EXPECT_TRUE(LastActionFlagsReset(u"Inbox"_s).startsWith(u"Flags resetted for 'Inbox', "_s));
 }

@@ -9,6 +9,8 @@
 
 #include <unistd.h>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 // Every entry below `dir`, as paths relative to it.
@@ -23,24 +25,24 @@ QStringList Tree(const QString& dir) {
 }
 
 OpError WriteText(const QString& path, const QByteArray& text) {
-    return WriteFileInFolder(path, QStringLiteral("fallback.bin"), [&](int fd) {
+    return WriteFileInFolder(path, u"fallback.bin"_s, [&](int fd) {
         return ::write(fd, text.constData(), size_t(text.size())) == text.size()
                    ? OpError::none()
-                   : OpError::make(ErrNo::IoError, QStringLiteral("short write"));
+                   : OpError::make(ErrNo::IoError, u"short write"_s);
     });
 }
 
 } // namespace
 
 TEST_F(MaildirTest, HostileNamesInAMailStayInsideTheTargetFolder) {
-    deliverDataFile(QStringLiteral("hostile-names.eml"));
+    deliverDataFile(u"hostile-names.eml"_s);
     const MailItemPtr item = onlyMail();
     ASSERT_TRUE(item);
-    const QString base = TestEnv::home() + QStringLiteral("/out");
-    const QString target = base + QStringLiteral("/target");
+    const QString base = TestEnv::home() + u"/out"_s;
+    const QString target = base + u"/target"_s;
     QDir().mkpath(target);
 
-    const QString longName = QString(251, QLatin1Char('x')) + QStringLiteral(".pdf");
+    const QString longName = QString(251, QLatin1Char('x')) + u".pdf"_s;
     // A "/" never reaches a path; the engine cleans the backslashes.
     const std::vector<std::string> names = {".._.._x",     "_etc_x",    "a\\b\\..\\c",
                                             "a_b_c_d.txt", S(longName), "ATT00001.dat",
@@ -61,28 +63,28 @@ TEST_F(MaildirTest, HostileNamesInAMailStayInsideTheTargetFolder) {
     saved.sort();
     QStringList expected;
     for (const QString& name : saved)
-        expected << QStringLiteral("target/") + name;
-    expected.prepend(QStringLiteral("target"));
+        expected << u"target/"_s + name;
+    expected.prepend(u"target"_s);
     expected.sort();
     EXPECT_EQ(Tree(base), expected);
 }
 
 TEST_F(MaildirTest, NamesThatCannotBeAFileGetASensibleForm) {
-    const QString target = TestEnv::home() + QStringLiteral("/target");
+    const QString target = TestEnv::home() + u"/target"_s;
     QDir().mkpath(target);
     const QString longBase = QString(300, QChar(0x00e4)); // two bytes each in UTF-8
     struct Case {
         QString name;
         QString stored;
     } cases[] = {
-        {QString(), QStringLiteral("fallback.bin")},
-        {QStringLiteral("."), QStringLiteral("fallback.bin")},
-        {QStringLiteral(".."), QStringLiteral("fallback.bin")},
-        {QStringLiteral("a\x01z\tb\x7f.txt"), QStringLiteral("a_z_b_.txt")},
-        {longBase + QStringLiteral(".pdf"), QString(125, QChar(0x00e4)) + QStringLiteral(".pdf")},
+        {QString(), u"fallback.bin"_s},
+        {u"."_s, u"fallback.bin"_s},
+        {u".."_s, u"fallback.bin"_s},
+        {u"a\x01z\tb\x7f.txt"_s, u"a_z_b_.txt"_s},
+        {longBase + u".pdf"_s, QString(125, QChar(0x00e4)) + u".pdf"_s},
         {QString(300, QLatin1Char('y')), QString(255, QLatin1Char('y'))},
-        {QStringLiteral("report") + QString(300, QLatin1Char('.')),
-         QStringLiteral("report") + QString(249, QLatin1Char('.'))},
+        {u"report"_s + QString(300, QLatin1Char('.')),
+         u"report"_s + QString(249, QLatin1Char('.'))},
     };
     for (const Case& c : cases) {
         ASSERT_FALSE(WriteText(target + QLatin1Char('/') + c.name, "content")) << S(c.name);
@@ -102,34 +104,33 @@ TEST_F(MaildirTest, NamesThatCannotBeAFileGetASensibleForm) {
 }
 
 TEST_F(MaildirTest, ALinkAtTheTargetNameIsReplacedNotFollowed) {
-    const QString target = TestEnv::home() + QStringLiteral("/target");
-    const QString elsewhere = TestEnv::home() + QStringLiteral("/elsewhere.txt");
+    const QString target = TestEnv::home() + u"/target"_s;
+    const QString elsewhere = TestEnv::home() + u"/elsewhere.txt"_s;
     QDir().mkpath(target);
     QFile victim(elsewhere);
     ASSERT_TRUE(victim.open(QIODevice::WriteOnly));
     victim.write("keep me");
     victim.close();
     ASSERT_EQ(::symlink(QFile::encodeName(elsewhere).constData(),
-                        QFile::encodeName(target + QStringLiteral("/a.pdf")).constData()),
+                        QFile::encodeName(target + u"/a.pdf"_s).constData()),
               0);
-    ASSERT_EQ(::symlink("/nonexistent/dangling",
-                        QFile::encodeName(target + QStringLiteral("/b.pdf")).constData()),
-              0);
+    ASSERT_EQ(
+        ::symlink("/nonexistent/dangling", QFile::encodeName(target + u"/b.pdf"_s).constData()), 0);
 
-    ASSERT_FALSE(WriteText(target + QStringLiteral("/a.pdf"), "new"));
-    ASSERT_FALSE(WriteText(target + QStringLiteral("/b.pdf"), "new"));
+    ASSERT_FALSE(WriteText(target + u"/a.pdf"_s, "new"));
+    ASSERT_FALSE(WriteText(target + u"/b.pdf"_s, "new"));
     EXPECT_EQ(readFile(elsewhere), QByteArray("keep me"));
     for (const char* name : {"/a.pdf", "/b.pdf"}) {
         EXPECT_FALSE(QFileInfo(target + QLatin1String(name)).isSymLink());
         EXPECT_EQ(readFile(target + QLatin1String(name)), QByteArray("new"));
     }
-    EXPECT_FALSE(QFileInfo::exists(QStringLiteral("/nonexistent/dangling")));
+    EXPECT_FALSE(QFileInfo::exists(u"/nonexistent/dangling"_s));
 }
 
 TEST_F(MaildirTest, SaveReplacesWholeOrLeavesWhatWasThere) {
-    const QString target = TestEnv::home() + QStringLiteral("/target");
-    QDir().mkpath(target + QStringLiteral("/adir"));
-    const QString file = target + QStringLiteral("/a.pdf");
+    const QString target = TestEnv::home() + u"/target"_s;
+    QDir().mkpath(target + u"/adir"_s);
+    const QString file = target + u"/a.pdf"_s;
     ASSERT_FALSE(WriteText(file, "first version, longer"));
     ASSERT_FALSE(WriteText(file, "second"));
     EXPECT_EQ(readFile(file), QByteArray("second"));
@@ -137,21 +138,21 @@ TEST_F(MaildirTest, SaveReplacesWholeOrLeavesWhatWasThere) {
     // A writer that fails half-way leaves the old file and no temporary one.
     const OpError failed = WriteFileInFolder(file, {}, [](int fd) {
         (void)!::write(fd, "par", 3);
-        return OpError::make(ErrNo::IoError, QStringLiteral("disk full"));
+        return OpError::make(ErrNo::IoError, u"disk full"_s);
     });
     EXPECT_TRUE(failed);
     EXPECT_EQ(readFile(file), QByteArray("second"));
     // A folder at the name is an error, not a write into it.
-    EXPECT_TRUE(WriteText(target + QStringLiteral("/adir"), "x"));
-    EXPECT_EQ(Tree(target), (QStringList{QStringLiteral("a.pdf"), QStringLiteral("adir")}));
+    EXPECT_TRUE(WriteText(target + u"/adir"_s, "x"));
+    EXPECT_EQ(Tree(target), (QStringList{u"a.pdf"_s, u"adir"_s}));
 
     // The target folder must be there, and be a folder of its own, not a link to one.
-    EXPECT_EQ(WriteText(target + QStringLiteral("/missing/a.pdf"), "x").number, ErrNo::NotFound);
-    const QString link = TestEnv::home() + QStringLiteral("/link");
+    EXPECT_EQ(WriteText(target + u"/missing/a.pdf"_s, "x").number, ErrNo::NotFound);
+    const QString link = TestEnv::home() + u"/link"_s;
     ASSERT_EQ(::symlink(QFile::encodeName(target).constData(), QFile::encodeName(link).constData()),
               0);
-    const OpError viaLink = WriteText(link + QStringLiteral("/c.pdf"), "x");
+    const OpError viaLink = WriteText(link + u"/c.pdf"_s, "x");
     EXPECT_TRUE(viaLink.description.contains(QLatin1String("symbolic link")))
         << S(viaLink.description);
-    EXPECT_FALSE(QFileInfo::exists(target + QStringLiteral("/c.pdf")));
+    EXPECT_FALSE(QFileInfo::exists(target + u"/c.pdf"_s));
 }

@@ -5,6 +5,8 @@
 
 #include <QTemporaryDir>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 struct Shown {
@@ -29,27 +31,26 @@ std::vector<Shown> AttachmentsOf(const MailItemPtr& item) {
 
 TEST_F(MaildirTest, AttachmentsInDocumentOrderWithNamesTypesAndSizes) {
     SampleMail mail;
-    mail.htmlBody = QStringLiteral("<p><img src=\"cid:pic1@x\"></p>");
+    mail.htmlBody = u"<p><img src=\"cid:pic1@x\"></p>"_s;
     const QByteArray pdf(1000, '\x7f');
     mail.attachments.push_back(
-        SampleAttachment::file(QStringLiteral("Übersicht März.pdf"), "application/pdf", pdf));
-    mail.attachments.push_back(SampleAttachment::file(
-        QStringLiteral("Grüße.txt"), "text/plain", "qp text äöü\n",
-        SampleAttachment::Encoding::QuotedPrintable, SampleAttachment::NameStyle::Rfc2047));
+        SampleAttachment::file(u"Übersicht März.pdf"_s, "application/pdf", pdf));
+    mail.attachments.push_back(SampleAttachment::file(u"Grüße.txt"_s, "text/plain", "qp text äöü\n",
+                                                      SampleAttachment::Encoding::QuotedPrintable,
+                                                      SampleAttachment::NameStyle::Rfc2047));
     SampleAttachment picture =
-        SampleAttachment::file(QStringLiteral("pic.png"), "image/png", QByteArray(70, 'p'));
-    picture.contentId = QStringLiteral("pic1@x");
+        SampleAttachment::file(u"pic.png"_s, "image/png", QByteArray(70, 'p'));
+    picture.contentId = u"pic1@x"_s;
     mail.attachments.push_back(picture);
     mail.attachments.push_back(SampleAttachment::file(QString(), "image/png", QByteArray(5, 'i')));
     mail.attachments.push_back(SampleAttachment::file(QString(), "image/jpeg", QByteArray(6, 'j')));
     mail.attachments.push_back(
         SampleAttachment::file(QString(), "application/pdf", QByteArray(7, 'd')));
     mail.attachments.push_back(
-        SampleAttachment::file(QStringLiteral("Jörg.vcf"), "text/vcard", "BEGIN:VCARD\r\n"));
+        SampleAttachment::file(u"Jörg.vcf"_s, "text/vcard", "BEGIN:VCARD\r\n"));
     SampleMail inner;
-    inner.subject = QStringLiteral("Weitergeleitet");
-    inner.attachments.push_back(
-        SampleAttachment::file(QStringLiteral("inner.pdf"), "application/pdf", pdf));
+    inner.subject = u"Weitergeleitet"_s;
+    inner.attachments.push_back(SampleAttachment::file(u"inner.pdf"_s, "application/pdf", pdf));
     mail.attachedMessages.push_back(inner);
     deliver(mail);
 
@@ -98,14 +99,14 @@ TEST_F(MaildirTest, NamesInEveryEncodingComeOutWhole) {
 }
 
 TEST_F(MaildirTest, ChunkedBase64IsSavedWhole) {
-    deliverDataFile(QStringLiteral("chunked-base64-attachment.eml"));
+    deliverDataFile(u"chunked-base64-attachment.eml"_s);
     const MailItemPtr item = onlyMail();
     ASSERT_EQ(item->AttachmentCount().value, 1);
     const AttachmentPtr a = item->AttachmentAt(1).value;
     EXPECT_EQ(a->Size().value, 135);
     QTemporaryDir target;
-    ASSERT_FALSE(a->SaveAsFile(target.filePath(QStringLiteral("fox.txt"))));
-    EXPECT_EQ(readFile(target.filePath(QStringLiteral("fox.txt"))),
+    ASSERT_FALSE(a->SaveAsFile(target.filePath(u"fox.txt"_s)));
+    EXPECT_EQ(readFile(target.filePath(u"fox.txt"_s)),
               QByteArray("The quick brown fox jumps over the lazy dog.\n").repeated(3));
 }
 
@@ -139,17 +140,16 @@ TEST_F(MaildirTest, ContentThatCannotBeDecodedWholeIsAFailedSave) {
         QFile::remove(path);
     }
     // What came before the cut is whole.
-    deliverDataFile(QStringLiteral("truncated-multipart.eml"));
+    deliverDataFile(u"truncated-multipart.eml"_s);
     const MailItemPtr item = onlyMail();
     EXPECT_EQ(S(item->Body().value), "The mail was cut off in transit.");
     QTemporaryDir target;
-    EXPECT_FALSE(
-        item->AttachmentAt(1).value->SaveAsFile(target.filePath(QStringLiteral("whole.pdf"))));
-    EXPECT_TRUE(readFile(target.filePath(QStringLiteral("whole.pdf"))).startsWith("%PDF-1.4"));
+    EXPECT_FALSE(item->AttachmentAt(1).value->SaveAsFile(target.filePath(u"whole.pdf"_s)));
+    EXPECT_TRUE(readFile(target.filePath(u"whole.pdf"_s)).startsWith("%PDF-1.4"));
 }
 
 TEST_F(MaildirTest, AMailGMimeCannotSurviveIsRefusedWithAClearError) {
-    deliverDataFile(QStringLiteral("long-parameter-name.eml"));
+    deliverDataFile(u"long-parameter-name.eml"_s);
     const auto listed = inbox()->Items().value;
     ASSERT_EQ(listed.size(), 1u);
     // Still listed as a mail, so the fetch reports it.
@@ -157,11 +157,11 @@ TEST_F(MaildirTest, AMailGMimeCannotSurviveIsRefusedWithAClearError) {
     const auto fetched = session().GetMessageFromID(listed[0]->EntryID().value, root);
     EXPECT_FALSE(fetched.ok());
     EXPECT_TRUE(fetched.error.description.startsWith(
-        QStringLiteral("Mail refused: a header parameter name of 72 characters")))
+        u"Mail refused: a header parameter name of 72 characters"_s))
         << S(fetched.error.description);
     EXPECT_TRUE(fetched.error.description.contains(QLatin1String("long-parameter-name.sample")));
     EXPECT_TRUE(listed[0]->AttachmentCount().error);
-    EXPECT_TRUE(listed[0]->SetMileage(QStringLiteral("QWKStowaway")));
+    EXPECT_TRUE(listed[0]->SetMileage(u"QWKStowaway"_s));
 }
 
 TEST_F(MaildirTest, CapsOnNestingPartsAndHeaderSize) {
@@ -172,8 +172,7 @@ TEST_F(MaildirTest, CapsOnNestingPartsAndHeaderSize) {
     MaildirSession capped({{root, {}}}, limits);
     SampleMail mail;
     for (int i = 0; i < 25; ++i)
-        mail.attachments.push_back(
-            SampleAttachment::file(QStringLiteral("f%1.txt").arg(i), "text/plain", "x"));
+        mail.attachments.push_back(SampleAttachment::file(u"f%1.txt"_s.arg(i), "text/plain", "x"));
     deliver(mail);
     SampleMail deep;
     SampleMail* level = &deep;
@@ -192,7 +191,7 @@ TEST_F(MaildirTest, CapsOnNestingPartsAndHeaderSize) {
         const auto fetched = capped.GetMessageFromID(item->EntryID().value, root);
         if (fetched.ok()) continue;
         ++refused;
-        EXPECT_TRUE(fetched.error.description.startsWith(QStringLiteral("Mail refused: ")))
+        EXPECT_TRUE(fetched.error.description.startsWith(u"Mail refused: "_s))
             << S(fetched.error.description);
     }
     EXPECT_EQ(refused, 3);
@@ -212,7 +211,7 @@ TEST_F(MaildirTest, DamagedFilesInAFolderNeitherCrashNorStopTheOthers) {
         QByteArray("Content-Type: text/plain; filename*0*=''%; filename*9999*=x; name*=\n\n."),
     };
     for (const QByteArray& bytes : junk) {
-        QFile f(root + QStringLiteral("/cur/") + NewUniqueName() + QStringLiteral(":2,"));
+        QFile f(root + u"/cur/"_s + NewUniqueName() + u":2,"_s);
         ASSERT_TRUE(f.open(QIODevice::WriteOnly));
         f.write(bytes);
     }
@@ -234,7 +233,7 @@ TEST_F(MaildirTest, DamagedFilesInAFolderNeitherCrashNorStopTheOthers) {
         for (int i = 1; i <= fetched.value->AttachmentCount().value; ++i)
             fetched.value->AttachmentAt(i).value->FileName();
         fetched.value->Body();
-        fetched.value->SetMileage(QStringLiteral("QWKStowaway"));
+        fetched.value->SetMileage(u"QWKStowaway"_s);
         EXPECT_FALSE(fetched.value->Save());
     }
     EXPECT_GE(readable, 2);

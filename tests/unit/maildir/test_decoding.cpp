@@ -7,6 +7,8 @@
 
 #include <gtest/gtest.h>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 std::string S(const QString& s) {
     return s.toStdString();
@@ -54,18 +56,17 @@ TEST(HeaderText, EncodedWordsComeOutWhole) {
         QByteArray raw;
         QString text;
     } cases[] = {
-        {"=?UTF-8?B?cmVwb3J0Lg==?= =?UTF-8?B?cGRm?=", QStringLiteral("report.pdf")},
-        {"=?UTF-8?B?cmVwb3J0Lg==?==?UTF-8?B?cGRm?=", QStringLiteral("report.pdf")},
-        {"=?UTF-8?Q?Gr=C3?=\r\n =?UTF-8?Q?=BC=C3=9Fe?=",
-         QStringLiteral("Grüße")}, // split character
-        {"=?iso-8859-1?q?B=FCro_Plan?=", QStringLiteral("Büro Plan")},
-        {"=?ISO-8859-1?Q?=E4?= =?UTF-8?Q?=C3=B6?=", QStringLiteral("äö")}, // two charsets
-        {"Re: =?utf-8?q?caf=C3=A9?= and more", QStringLiteral("Re: café and more")},
-        {"=?utf-8*de?Q?Stra=C3=9Fe?=", QStringLiteral("Straße")}, // with language
-        {"plain =? not a word ?=", QStringLiteral("plain =? not a word ?=")},
-        {"caf\xc3\xa9", QStringLiteral("café")}, // raw UTF-8
-        {"caf\xe9", QStringLiteral("café")},     // raw Windows-1252
-        {"=?x-unknown?Q?abc?=", QStringLiteral("abc")},
+        {"=?UTF-8?B?cmVwb3J0Lg==?= =?UTF-8?B?cGRm?=", u"report.pdf"_s},
+        {"=?UTF-8?B?cmVwb3J0Lg==?==?UTF-8?B?cGRm?=", u"report.pdf"_s},
+        {"=?UTF-8?Q?Gr=C3?=\r\n =?UTF-8?Q?=BC=C3=9Fe?=", u"Grüße"_s}, // split character
+        {"=?iso-8859-1?q?B=FCro_Plan?=", u"Büro Plan"_s},
+        {"=?ISO-8859-1?Q?=E4?= =?UTF-8?Q?=C3=B6?=", u"äö"_s}, // two charsets
+        {"Re: =?utf-8?q?caf=C3=A9?= and more", u"Re: café and more"_s},
+        {"=?utf-8*de?Q?Stra=C3=9Fe?=", u"Straße"_s}, // with language
+        {"plain =? not a word ?=", u"plain =? not a word ?="_s},
+        {"caf\xc3\xa9", u"café"_s}, // raw UTF-8
+        {"caf\xe9", u"café"_s},     // raw Windows-1252
+        {"=?x-unknown?Q?abc?=", u"abc"_s},
     };
     for (const Case& c : cases)
         EXPECT_EQ(S(DecodeEncodedWords(c.raw)), S(c.text)) << c.raw.constData();
@@ -77,23 +78,19 @@ TEST(MimeParams, NamesFromEveryFormMailersUse) {
         QByteArray param;
         QString value;
     } cases[] = {
-        {"attachment; filename=\"a b.pdf\"", "filename", QStringLiteral("a b.pdf")},
-        {"attachment; filename=a b.pdf ; size=3", "filename", QStringLiteral("a b.pdf")},
-        {"attachment; filename=\"say \\\"hi\\\".txt\"", "filename",
-         QStringLiteral("say \"hi\".txt")},
-        {"attachment; FileName=x.txt", "filename", QStringLiteral("x.txt")},
-        {"attachment (a comment); filename=x.txt", "filename", QStringLiteral("x.txt")},
-        {"attachment; filename*=UTF-8''%C3%A4rger.txt", "filename", QStringLiteral("ärger.txt")},
-        {"attachment; filename*=iso-8859-1'de'%E4rger.txt", "filename",
-         QStringLiteral("ärger.txt")},
-        {"attachment; filename*1*=%BC.txt; filename*0*=UTF-8''%C3", "filename",
-         QStringLiteral("ü.txt")},
+        {"attachment; filename=\"a b.pdf\"", "filename", u"a b.pdf"_s},
+        {"attachment; filename=a b.pdf ; size=3", "filename", u"a b.pdf"_s},
+        {"attachment; filename=\"say \\\"hi\\\".txt\"", "filename", u"say \"hi\".txt"_s},
+        {"attachment; FileName=x.txt", "filename", u"x.txt"_s},
+        {"attachment (a comment); filename=x.txt", "filename", u"x.txt"_s},
+        {"attachment; filename*=UTF-8''%C3%A4rger.txt", "filename", u"ärger.txt"_s},
+        {"attachment; filename*=iso-8859-1'de'%E4rger.txt", "filename", u"ärger.txt"_s},
+        {"attachment; filename*1*=%BC.txt; filename*0*=UTF-8''%C3", "filename", u"ü.txt"_s},
         {"attachment; filename*0=\"long \"; filename*1=\"name.txt\"", "filename",
-         QStringLiteral("long name.txt")},
-        {"attachment; filename=\"old.txt\"; filename*=UTF-8''new.txt", "filename",
-         QStringLiteral("new.txt")},
+         u"long name.txt"_s},
+        {"attachment; filename=\"old.txt\"; filename*=UTF-8''new.txt", "filename", u"new.txt"_s},
         {"application/pdf; name=\"=?UTF-8?B?cmVwb3J0Lg==?= =?UTF-8?B?cGRm?=\"", "name",
-         QStringLiteral("report.pdf")},
+         u"report.pdf"_s},
     };
     for (const Case& c : cases) {
         const auto value = DecodedParam(ParseHeaderParams(c.header), c.param);
@@ -168,7 +165,7 @@ TEST(Prescan, CapsWhatOneMailMayCost) {
         const OpError error = PrescanMail(c.mail, limits);
         EXPECT_EQ(bool(error), c.refused) << c.mail.left(60).constData();
         if (c.refused) {
-            EXPECT_TRUE(error.description.startsWith(QStringLiteral("Mail refused: ")));
+            EXPECT_TRUE(error.description.startsWith(u"Mail refused: "_s));
             EXPECT_TRUE(error.description.contains(QLatin1String(c.why))) << S(error.description);
         }
     }

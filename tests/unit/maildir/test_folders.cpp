@@ -5,6 +5,8 @@
 
 #include <sys/stat.h>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 QStringList Paths(const MailFolderPtr& folder) {
@@ -23,15 +25,15 @@ MailFolderPtr Child(const MailFolderPtr& folder, const QString& name) {
 } // namespace
 
 TEST_F(MaildirTest, FolderTreeOfBothLayouts) {
-    folder(QStringLiteral(".Work"));
-    folder(QStringLiteral(".Work.Sub"));
-    folder(QStringLiteral(".Archive.2024")); // ".Archive" itself has no mail
-    folder(QStringLiteral(".Entw&APw-rfe")); // IMAP's modified UTF-7
-    folder(QStringLiteral("Projects"));
-    folder(QStringLiteral("Projects/Alpha"));
-    folder(QStringLiteral("Lists/Qt"));                   // "Lists" itself has no mail
-    QDir(root).mkpath(QStringLiteral(".notmuch/xapian")); // not a mail folder
-    QDir(root).mkpath(QStringLiteral("Empty"));
+    folder(u".Work"_s);
+    folder(u".Work.Sub"_s);
+    folder(u".Archive.2024"_s); // ".Archive" itself has no mail
+    folder(u".Entw&APw-rfe"_s); // IMAP's modified UTF-7
+    folder(u"Projects"_s);
+    folder(u"Projects/Alpha"_s);
+    folder(u"Lists/Qt"_s);                   // "Lists" itself has no mail
+    QDir(root).mkpath(u".notmuch/xapian"_s); // not a mail folder
+    QDir(root).mkpath(u"Empty"_s);
 
     const auto stores = session().Stores();
     ASSERT_TRUE(stores.ok());
@@ -69,45 +71,42 @@ TEST_F(MaildirTest, FolderTreeOfBothLayouts) {
         EXPECT_EQ(hasMail, c.hasMail) << S(c.id);
     }
     EXPECT_EQ(S(GetFolderPath(inbox())), "Mail|Inbox");
-    EXPECT_EQ(S(GetFolderPath(inbox(), QStringLiteral("/"))), "Mail/Inbox");
+    EXPECT_EQ(S(GetFolderPath(inbox(), u"/"_s)), "Mail/Inbox");
     EXPECT_FALSE(top->Parent().value);
 }
 
 TEST_F(MaildirTest, FolderIdsThatNameNothingOrLeaveTheStoreAreRefused) {
-    folder(QStringLiteral(".Work"));
-    QDir(TestEnv::home()).mkpath(QStringLiteral("Outside/cur"));
+    folder(u".Work"_s);
+    QDir(TestEnv::home()).mkpath(u"Outside/cur"_s);
     for (const char* id : {"Missing", ".Missing", "../Outside", ".Work/../../Outside", "/etc", "",
                            "Work/", ".Work/cur", "a//b"}) {
         const auto found = session().GetFolderFromID(QString::fromLatin1(id), root);
         EXPECT_FALSE(found.ok()) << id;
         EXPECT_EQ(found.error.number, ErrNo::NotFound) << id;
     }
-    EXPECT_FALSE(
-        session().GetFolderFromID(QStringLiteral("."), TestEnv::home()).ok()); // no such store
+    EXPECT_FALSE(session().GetFolderFromID(u"."_s, TestEnv::home()).ok()); // no such store
     // A store's id is its root, however it is spelt.
-    EXPECT_TRUE(
-        session().GetFolderFromID(QStringLiteral(".Work"), root + QStringLiteral("/./")).ok());
+    EXPECT_TRUE(session().GetFolderFromID(u".Work"_s, root + u"/./"_s).ok());
 }
 
 TEST_F(MaildirTest, AMailFolderThatCannotBeReadIsAnErrorNotAnEmptyFolder) {
-    const QString dir = folder(QStringLiteral(".Broken"));
-    QDir(dir).rmdir(QStringLiteral("cur"));
-    QFile blocker(dir + QStringLiteral("/cur"));
+    const QString dir = folder(u".Broken"_s);
+    QDir(dir).rmdir(u"cur"_s);
+    QFile blocker(dir + u"/cur"_s);
     ASSERT_TRUE(blocker.open(QIODevice::WriteOnly));
-    const auto broken = session().GetFolderFromID(QStringLiteral(".Broken"), root);
+    const auto broken = session().GetFolderFromID(u".Broken"_s, root);
     ASSERT_TRUE(broken.ok());
     const auto items = broken.value->Items();
     EXPECT_TRUE(items.error);
     EXPECT_TRUE(items.error.description.contains(QLatin1String("Cannot read the mail folder")))
         << S(items.error.description);
     EXPECT_TRUE(broken.value->ItemCount().error);
-    QDir(root).rename(QStringLiteral(".Broken"), QStringLiteral(".Gone"));
+    QDir(root).rename(u".Broken"_s, u".Gone"_s);
     EXPECT_EQ(broken.value->Items().error.number, ErrNo::NotFound);
 }
 
 TEST_F(MaildirTest, TheStoreIsNamedAfterItsRootOrTheNameGiven) {
-    MaildirSession named(
-        {{root, QStringLiteral("Private")}, {folder(QStringLiteral("Other")), {}}});
+    MaildirSession named({{root, u"Private"_s}, {folder(u"Other"_s), {}}});
     const auto stores = named.Stores().value;
     ASSERT_EQ(stores.size(), 2u);
     EXPECT_EQ(S(GetFolderPath(named.GetDefaultInbox().value)), "Private|Inbox");
@@ -118,17 +117,16 @@ TEST_F(MaildirTest, ItemsComeByDeliveryTimeThenNameFromNewAndCur) {
     const QDateTime base = QDateTime::currentDateTime().addDays(-1);
     SampleMail mail;
     mail.date = base.addSecs(30);
-    mail.subject = QStringLiteral("third");
+    mail.subject = u"third"_s;
     deliver(mail);
     mail.date = base;
-    mail.subject = QStringLiteral("first");
+    mail.subject = u"first"_s;
     deliver(mail, {}, {false, true});
     mail.date = base.addSecs(10);
-    mail.subject = QStringLiteral("second");
+    mail.subject = u"second"_s;
     deliver(mail, {}, {true, false});
-    QFile::copy(TestEnv::dataFile(QStringLiteral("mails/news-post.eml")),
-                root + QStringLiteral("/cur/.hidden"));
-    QDir(root).mkpath(QStringLiteral("cur/a-directory"));
+    QFile::copy(TestEnv::dataFile(u"mails/news-post.eml"_s), root + u"/cur/.hidden"_s);
+    QDir(root).mkpath(u"cur/a-directory"_s);
 
     const auto items = inbox()->Items();
     ASSERT_TRUE(items.ok());
@@ -143,14 +141,14 @@ TEST_F(MaildirTest, ItemsComeByDeliveryTimeThenNameFromNewAndCur) {
 }
 
 TEST_F(MaildirTest, AMailIsFoundByTheUniquePartOfItsName) {
-    const QString path = deliver(SampleMail{}, QStringLiteral(".Work"), {true, false});
+    const QString path = deliver(SampleMail{}, u".Work"_s, {true, false});
     const QString unique = ParseMaildirFileName(QFileInfo(path).fileName()).unique;
     const auto item = session().GetMessageFromID(unique, root);
     ASSERT_TRUE(item.ok()) << S(item.error.description);
     EXPECT_EQ(S(item.value->EntryID().value), S(unique));
     EXPECT_EQ(S(GetFolderPath(item.value->Parent().value)), "Mail|Work");
     EXPECT_TRUE(session().GetMessageFromID(unique).ok());
-    EXPECT_FALSE(session().GetMessageFromID(QStringLiteral("1.nothing.host")).ok());
+    EXPECT_FALSE(session().GetMessageFromID(u"1.nothing.host"_s).ok());
     EXPECT_FALSE(session().GetMessageFromID(unique, TestEnv::home()).ok());
 }
 
@@ -180,10 +178,9 @@ TEST(MaildirNames, UniquePartFlagsAndFreshNames) {
                       n.flags.contains(QLatin1Char(flag)))
                 << c.name << ' ' << flag;
     }
-    EXPECT_EQ(S(FlagsWith(QStringLiteral("RF"), QLatin1Char('S'))), "FRS");
-    EXPECT_EQ(S(FlagsWithout(QStringLiteral("FRS"), QLatin1Char('S'))), "FR");
-    EXPECT_EQ(S(ComposeMaildirFileName({QStringLiteral("u"), QStringLiteral("SR"), true})),
-              "u:2,RS");
+    EXPECT_EQ(S(FlagsWith(u"RF"_s, QLatin1Char('S'))), "FRS");
+    EXPECT_EQ(S(FlagsWithout(u"FRS"_s, QLatin1Char('S'))), "FR");
+    EXPECT_EQ(S(ComposeMaildirFileName({u"u"_s, u"SR"_s, true})), "u:2,RS");
     const QString a = NewUniqueName();
     const QString b = NewUniqueName();
     EXPECT_NE(a, b);

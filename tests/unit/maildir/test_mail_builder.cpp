@@ -3,14 +3,16 @@
 #include "support/maildir_fixture.h"
 #include "support/python_email.h"
 
+using namespace Qt::StringLiterals;
+
 TEST_F(MaildirTest, DemoMailsParseElsewhereAsTheStoreShowsThem) {
     const std::vector<SampleMail> mails = DemoSampleMails(QDateTime::currentDateTime());
     ASSERT_FALSE(mails.empty());
     for (const SampleMail& mail : mails) {
         const QString path = deliver(mail, {}, {false, true});
         const QJsonObject parsed = ParseWithPython(path);
-        EXPECT_TRUE(parsed[QStringLiteral("defects")].toArray().isEmpty()) << S(mail.subject);
-        EXPECT_EQ(S(parsed[QStringLiteral("subject")].toString()), S(mail.subject));
+        EXPECT_TRUE(parsed[u"defects"_s].toArray().isEmpty()) << S(mail.subject);
+        EXPECT_EQ(S(parsed[u"subject"_s].toString()), S(mail.subject));
         QStringList pythonNames;
         for (const QString& part : PartSummary(parsed)) {
             const qsizetype blank = part.indexOf(QLatin1Char(' '));
@@ -36,19 +38,17 @@ TEST_F(MaildirTest, EncodingsAndNameFormsAppearInTheirRawForm) {
     using Enc = SampleAttachment::Encoding;
     using Style = SampleAttachment::NameStyle;
     SampleMail mail;
-    mail.attachments.push_back(SampleAttachment::file(QStringLiteral("Prüfung.pdf"),
-                                                      "application/pdf", QByteArray(300, 'a'),
-                                                      Enc::Base64, Style::Rfc2231));
-    mail.attachments.push_back(SampleAttachment::file(QStringLiteral("Größe.txt"), "text/plain",
-                                                      "Ä\n", Enc::QuotedPrintable, Style::Rfc2047));
-    mail.attachments.push_back(SampleAttachment::file(QStringLiteral("chunks.bin"),
-                                                      "application/octet-stream",
+    mail.attachments.push_back(SampleAttachment::file(
+        u"Prüfung.pdf"_s, "application/pdf", QByteArray(300, 'a'), Enc::Base64, Style::Rfc2231));
+    mail.attachments.push_back(SampleAttachment::file(u"Größe.txt"_s, "text/plain", "Ä\n",
+                                                      Enc::QuotedPrintable, Style::Rfc2047));
+    mail.attachments.push_back(SampleAttachment::file(u"chunks.bin"_s, "application/octet-stream",
                                                       QByteArray(250, 'c'), Enc::ChunkedBase64));
-    SampleAttachment picture = SampleAttachment::file(QStringLiteral("p.png"), "image/png", "png");
-    picture.contentId = QStringLiteral("p@x");
+    SampleAttachment picture = SampleAttachment::file(u"p.png"_s, "image/png", "png");
+    picture.contentId = u"p@x"_s;
     mail.attachments.push_back(picture);
-    mail.htmlBody = QStringLiteral("<img src=\"cid:p@x\">");
-    mail.mileage = QStringLiteral("QWKStowaway");
+    mail.htmlBody = u"<img src=\"cid:p@x\">"_s;
+    mail.mileage = u"QWKStowaway"_s;
     const QByteArray raw = BuildSampleMail(mail);
 
     EXPECT_TRUE(raw.contains("filename*=")) << raw.constData();

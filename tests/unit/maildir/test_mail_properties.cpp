@@ -6,10 +6,12 @@
 #include <sys/stat.h>
 #include <utime.h>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 QString WriteRaw(const QString& dir, const QByteArray& text) {
-    const QString path = dir + QStringLiteral("/cur/") + NewUniqueName() + QStringLiteral(":2,");
+    const QString path = dir + u"/cur/"_s + NewUniqueName() + u":2,"_s;
     QFile f(path);
     f.open(QIODevice::WriteOnly);
     f.write(text);
@@ -20,13 +22,12 @@ QString WriteRaw(const QString& dir, const QByteArray& text) {
 
 TEST_F(MaildirTest, HeaderPropertiesOfASampleMail) {
     SampleMail mail;
-    mail.fromName = QStringLiteral("Jörg Müller");
-    mail.fromAddress = QStringLiteral("joerg@example.de");
-    mail.to = {{QStringLiteral("Anna"), QStringLiteral("anna@example.org")},
-               {QString(), QStringLiteral("bob@example.org")}};
-    mail.cc = {{QStringLiteral("Carl"), QStringLiteral("carl@example.org")}};
-    mail.subject = QStringLiteral("Grüße aus Köln – Überblick");
-    mail.mileage = QStringLiteral("QWKStowaway");
+    mail.fromName = u"Jörg Müller"_s;
+    mail.fromAddress = u"joerg@example.de"_s;
+    mail.to = {{u"Anna"_s, u"anna@example.org"_s}, {QString(), u"bob@example.org"_s}};
+    mail.cc = {{u"Carl"_s, u"carl@example.org"_s}};
+    mail.subject = u"Grüße aus Köln – Überblick"_s;
+    mail.mileage = u"QWKStowaway"_s;
     deliver(mail);
 
     const MailItemPtr item = onlyMail();
@@ -98,7 +99,7 @@ TEST_F(MaildirTest, ClassesOfMailsPostsReportsAndMeetingRequests) {
 }
 
 TEST_F(MaildirTest, MeetingRequestCalendarIsBodyNotAttachment) {
-    deliverDataFile(QStringLiteral("meeting-request.eml"));
+    deliverDataFile(u"meeting-request.eml"_s);
     const MailItemPtr item = onlyMail();
     EXPECT_EQ(item->AttachmentCount().value, 0);
     EXPECT_EQ(S(item->Body().value), "Planning meeting on Monday.");
@@ -113,29 +114,29 @@ TEST_F(MaildirTest, UnReadIsTheMissingSeenFlagAndSettingItRenames) {
     ASSERT_FALSE(item->SetUnRead(false));
     EXPECT_FALSE(item->UnRead().value);
     EXPECT_FALSE(QFileInfo::exists(path));
-    EXPECT_TRUE(QFileInfo::exists(root + QStringLiteral("/cur/") + id + QStringLiteral(":2,S")));
+    EXPECT_TRUE(QFileInfo::exists(root + u"/cur/"_s + id + u":2,S"_s));
     EXPECT_EQ(S(item->EntryID().value), S(id)); // flags are not part of the id
     EXPECT_TRUE(session().ownWrites().containsEntryId(id));
 
     ASSERT_FALSE(item->SetUnRead(true));
-    EXPECT_TRUE(QFileInfo::exists(root + QStringLiteral("/cur/") + id + QStringLiteral(":2,")));
+    EXPECT_TRUE(QFileInfo::exists(root + u"/cur/"_s + id + u":2,"_s));
     EXPECT_TRUE(onlyMail()->UnRead().value);
 }
 
 TEST_F(MaildirTest, BodiesAndFormat) {
     SampleMail plain;
-    plain.textBody = QStringLiteral("Grüße,\nplain text only\n");
+    plain.textBody = u"Grüße,\nplain text only\n"_s;
     const QString plainPath = deliver(plain);
     MailItemPtr item = onlyMail();
     EXPECT_EQ(item->BodyFormat().value, BodyFormat::Plain);
     EXPECT_EQ(S(item->Body().value), S(plain.textBody));
     EXPECT_EQ(S(item->HTMLBody().value), "");
     EXPECT_EQ(S(item->RTFBody().value), "");
-    EXPECT_TRUE(item->SetRTFBody(QStringLiteral("{\\rtf1}")));
+    EXPECT_TRUE(item->SetRTFBody(u"{\\rtf1}"_s));
     QFile::remove(plainPath);
 
     SampleMail html = plain;
-    html.htmlBody = QStringLiteral("<html><body><p>Grüße</p></body></html>");
+    html.htmlBody = u"<html><body><p>Grüße</p></body></html>"_s;
     deliver(html);
     item = onlyMail();
     EXPECT_EQ(item->BodyFormat().value, BodyFormat::Html);
@@ -162,7 +163,7 @@ TEST_F(MaildirTest, AFolderOfMailsSeenBeforeIsListedFromTheCache) {
     EXPECT_EQ(session().cachedMails(), 5);
 
     // Same file, same size, same time, other bytes: what the store shows comes from the cache.
-    const auto files = QDir(root + QStringLiteral("/cur")).entryInfoList(QDir::Files);
+    const auto files = QDir(root + u"/cur"_s).entryInfoList(QDir::Files);
     for (const QFileInfo& f : files) {
         QByteArray text = readFile(f.filePath());
         text.replace("Subject: Sample mail", "Subject: Sample MAIL");

@@ -12,6 +12,8 @@
 #include <unistd.h>
 #include <utime.h>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 QStringList FilesIn(const QString& dir) {
@@ -25,14 +27,13 @@ void SetFileTime(const QString& path, qint64 seconds) {
 
 SampleMail MailWithThreeFiles() {
     SampleMail mail;
-    mail.subject = QStringLiteral("Unterlagen für März");
-    mail.textBody = QStringLiteral("Hallo,\n\nanbei drei Dateien.\n");
-    mail.attachments.push_back(SampleAttachment::file(QStringLiteral("eins.pdf"), "application/pdf",
-                                                      QByteArray(300, '1')));
-    mail.attachments.push_back(SampleAttachment::file(QStringLiteral("zwei äö.pdf"),
-                                                      "application/pdf", QByteArray(400, '2')));
-    mail.attachments.push_back(SampleAttachment::file(QStringLiteral("drei.txt"), "text/plain",
-                                                      "drei\n",
+    mail.subject = u"Unterlagen für März"_s;
+    mail.textBody = u"Hallo,\n\nanbei drei Dateien.\n"_s;
+    mail.attachments.push_back(
+        SampleAttachment::file(u"eins.pdf"_s, "application/pdf", QByteArray(300, '1')));
+    mail.attachments.push_back(
+        SampleAttachment::file(u"zwei äö.pdf"_s, "application/pdf", QByteArray(400, '2')));
+    mail.attachments.push_back(SampleAttachment::file(u"drei.txt"_s, "text/plain", "drei\n",
                                                       SampleAttachment::Encoding::QuotedPrintable));
     return mail;
 }
@@ -43,8 +44,7 @@ TEST_F(MaildirTest, SaveWritesANewFileWithTheStampUnderAFreshNameKeepingFlagsAnd
     const QString old = deliver(MailWithThreeFiles());
     const QString oldUnique = ParseMaildirFileName(QFileInfo(old).fileName()).unique;
     // A name as a sync tool leaves it, with marks that no longer fit the new content.
-    const QString marked =
-        root + QStringLiteral("/cur/") + oldUnique + QStringLiteral(",U=42,S=1234:2,FS");
+    const QString marked = root + u"/cur/"_s + oldUnique + u",U=42,S=1234:2,FS"_s;
     ASSERT_TRUE(QFile::rename(old, marked));
     SetFileTime(marked, 1700000000);
     QStringList seen;
@@ -53,34 +53,31 @@ TEST_F(MaildirTest, SaveWritesANewFileWithTheStampUnderAFreshNameKeepingFlagsAnd
     const MailItemPtr item = onlyMail();
     ASSERT_TRUE(item);
     const QString oldId = item->EntryID().value;
-    ASSERT_FALSE(item->SetMileage(QStringLiteral("QWKStowaway")));
+    ASSERT_FALSE(item->SetMileage(u"QWKStowaway"_s));
     ASSERT_FALSE(item->Save());
 
-    const QStringList files = FilesIn(root + QStringLiteral("/cur"));
+    const QStringList files = FilesIn(root + u"/cur"_s);
     ASSERT_EQ(files.size(), 1);
     const MaildirFileName name = ParseMaildirFileName(files[0]);
     EXPECT_NE(name.unique, oldId);
     EXPECT_FALSE(name.unique.contains(QLatin1String(",U=")) ||
                  name.unique.contains(QLatin1String(",S=")));
     EXPECT_EQ(S(name.flags), "FS");
-    const QString now = root + QStringLiteral("/cur/") + files[0];
+    const QString now = root + u"/cur/"_s + files[0];
     EXPECT_EQ(QFileInfo(now).lastModified().toSecsSinceEpoch(), 1700000000);
-    EXPECT_TRUE(FilesIn(root + QStringLiteral("/tmp")).isEmpty());
+    EXPECT_TRUE(FilesIn(root + u"/tmp"_s).isEmpty());
     EXPECT_EQ(S(item->EntryID().value), S(name.unique));
     EXPECT_TRUE(session().ownWrites().containsEntryId(name.unique));
     EXPECT_TRUE(seen.contains(now));
 
     const QJsonObject parsed = ParseWithPython(now);
-    EXPECT_EQ(S(parsed[QStringLiteral("mileage")].toString()), "QWKStowaway");
-    EXPECT_EQ(S(parsed[QStringLiteral("subject")].toString()), "Unterlagen für März");
-    EXPECT_TRUE(parsed[QStringLiteral("defects")].toArray().isEmpty());
+    EXPECT_EQ(S(parsed[u"mileage"_s].toString()), "QWKStowaway");
+    EXPECT_EQ(S(parsed[u"subject"_s].toString()), "Unterlagen für März");
+    EXPECT_TRUE(parsed[u"defects"_s].toArray().isEmpty());
     EXPECT_EQ(S(PartSummary(parsed).join(',')),
               "multipart/mixed,text/plain,application/pdf eins.pdf,application/pdf zwei "
               "äö.pdf,text/plain drei.txt");
-    EXPECT_EQ(S(parsed[QStringLiteral("parts")]
-                    .toArray()[1]
-                    .toObject()[QStringLiteral("text")]
-                    .toString()),
+    EXPECT_EQ(S(parsed[u"parts"_s].toArray()[1].toObject()[u"text"_s].toString()),
               "Hallo,\n\nanbei drei Dateien.\n");
 
     // The old id still leads to the mail, and a fresh look shows the stamp.
@@ -97,14 +94,13 @@ TEST_F(MaildirTest, TwoObjectsOverOneMailFollowEachOthersSave) {
     const MailItemPtr listed = inbox()->Items().value.at(0);
     const MailItemPtr fetched = session().GetMessageFromID(listed->EntryID().value, root).value;
     ASSERT_TRUE(fetched);
-    ASSERT_FALSE(fetched->SetSubject(QStringLiteral("[SW] Unterlagen")));
+    ASSERT_FALSE(fetched->SetSubject(u"[SW] Unterlagen"_s));
     ASSERT_FALSE(fetched->Save());
     // The folder's object reads the saved mail, and can still save an attachment.
     EXPECT_EQ(S(listed->Subject().value), "[SW] Unterlagen");
     QTemporaryDir target;
-    EXPECT_FALSE(
-        listed->AttachmentAt(1).value->SaveAsFile(target.filePath(QStringLiteral("eins.pdf"))));
-    EXPECT_EQ(readFile(target.filePath(QStringLiteral("eins.pdf"))), QByteArray(300, '1'));
+    EXPECT_FALSE(listed->AttachmentAt(1).value->SaveAsFile(target.filePath(u"eins.pdf"_s)));
+    EXPECT_EQ(readFile(target.filePath(u"eins.pdf"_s)), QByteArray(300, '1'));
     const auto second = session().GetMessageFromID(listed->EntryID().value, root);
     ASSERT_TRUE(second.ok());
     EXPECT_EQ(S(second.value->Subject().value), "[SW] Unterlagen");
@@ -114,8 +110,7 @@ TEST_F(MaildirTest, DeletedAttachmentsLeaveTheTreeAndTheRestKeepTheirNames) {
     SampleMail nameless;
     nameless.attachments.push_back(SampleAttachment::file(QString(), "application/pdf", "a"));
     nameless.attachments.push_back(SampleAttachment::file(QString(), "application/pdf", "b"));
-    nameless.attachments.push_back(
-        SampleAttachment::file(QStringLiteral("keep.txt"), "text/plain", "keep"));
+    nameless.attachments.push_back(SampleAttachment::file(u"keep.txt"_s, "text/plain", "keep"));
     deliver(nameless);
     const MailItemPtr item = onlyMail();
     const AttachmentPtr first = item->AttachmentAt(1).value;
@@ -130,8 +125,7 @@ TEST_F(MaildirTest, DeletedAttachmentsLeaveTheTreeAndTheRestKeepTheirNames) {
     ASSERT_FALSE(second->Delete());
     ASSERT_FALSE(item->Save());
 
-    const QString path =
-        root + QStringLiteral("/cur/") + FilesIn(root + QStringLiteral("/cur")).at(0);
+    const QString path = root + u"/cur/"_s + FilesIn(root + u"/cur"_s).at(0);
     EXPECT_EQ(S(PartSummary(ParseWithPython(path)).join(',')),
               "multipart/mixed,text/plain,text/plain keep.txt");
     MaildirSession fresh({{root, {}}});
@@ -167,8 +161,7 @@ TEST_F(MaildirTest, DeletingLeavesValidMimeWhateverTheShape) {
          1, "multipart/mixed,text/plain,text/csv y.csv"},
     };
     for (const Case& c : cases) {
-        const QString path =
-            root + QStringLiteral("/cur/") + NewUniqueName() + QStringLiteral(":2,");
+        const QString path = root + u"/cur/"_s + NewUniqueName() + u":2,"_s;
         QFile f(path);
         ASSERT_TRUE(f.open(QIODevice::WriteOnly));
         f.write(c.mail);
@@ -177,13 +170,11 @@ TEST_F(MaildirTest, DeletingLeavesValidMimeWhateverTheShape) {
         ASSERT_TRUE(item) << c.name;
         ASSERT_FALSE(item->AttachmentAt(c.remove).value->Delete()) << c.name;
         ASSERT_FALSE(item->Save()) << c.name;
-        const QStringList files = FilesIn(root + QStringLiteral("/cur"));
+        const QStringList files = FilesIn(root + u"/cur"_s);
         ASSERT_EQ(files.size(), 1) << c.name;
-        EXPECT_EQ(
-            S(PartSummary(ParseWithPython(root + QStringLiteral("/cur/") + files[0])).join(',')),
-            c.parts)
+        EXPECT_EQ(S(PartSummary(ParseWithPython(root + u"/cur/"_s + files[0])).join(',')), c.parts)
             << c.name;
-        QFile::remove(root + QStringLiteral("/cur/") + files[0]);
+        QFile::remove(root + u"/cur/"_s + files[0]);
     }
 }
 
@@ -195,15 +186,13 @@ TEST_F(MaildirTest, BodiesAreRewrittenOrAddedInUtf8) {
         const char* parts;
     };
     SampleMail both;
-    both.htmlBody = QStringLiteral("<html><body><p>alt</p></body></html>");
+    both.htmlBody = u"<html><body><p>alt</p></body></html>"_s;
     SampleMail plainOnly;
     SampleMail plainWithFile;
-    plainWithFile.attachments.push_back(
-        SampleAttachment::file(QStringLiteral("a.pdf"), "application/pdf", "x"));
+    plainWithFile.attachments.push_back(SampleAttachment::file(u"a.pdf"_s, "application/pdf", "x"));
     SampleMail noBody;
     noBody.textBody.clear();
-    noBody.attachments.push_back(
-        SampleAttachment::file(QStringLiteral("a.pdf"), "application/pdf", "x"));
+    noBody.attachments.push_back(SampleAttachment::file(u"a.pdf"_s, "application/pdf", "x"));
     const Case cases[] = {
         {"html replaced", both, true, "multipart/alternative,text/plain,text/html"},
         {"plain replaced", both, false, "multipart/alternative,text/plain,text/html"},
@@ -214,7 +203,7 @@ TEST_F(MaildirTest, BodiesAreRewrittenOrAddedInUtf8) {
         {"plain added to a mail of files", noBody, false,
          "multipart/mixed,text/plain,application/pdf a.pdf"},
     };
-    const QString text = QStringLiteral("Gespeicherte Anhänge: /home/jörg/a b.pdf € ✓");
+    const QString text = u"Gespeicherte Anhänge: /home/jörg/a b.pdf € ✓"_s;
     for (const Case& c : cases) {
         deliver(c.mail);
         const MailItemPtr item = onlyMail();
@@ -224,13 +213,12 @@ TEST_F(MaildirTest, BodiesAreRewrittenOrAddedInUtf8) {
         EXPECT_EQ(S(c.html ? item->HTMLBody().value : item->Body().value), S(text)) << c.name;
         ASSERT_FALSE(item->Save()) << c.name;
 
-        const QString path =
-            root + QStringLiteral("/cur/") + FilesIn(root + QStringLiteral("/cur")).at(0);
+        const QString path = root + u"/cur/"_s + FilesIn(root + u"/cur"_s).at(0);
         const QJsonObject parsed = ParseWithPython(path);
         EXPECT_EQ(S(PartSummary(parsed).join(',')), c.parts) << c.name;
         bool found = false;
-        for (const QJsonValue& p : parsed[QStringLiteral("parts")].toArray())
-            found |= p.toObject()[QStringLiteral("text")].toString() == text;
+        for (const QJsonValue& p : parsed[u"parts"_s].toArray())
+            found |= p.toObject()[u"text"_s].toString() == text;
         EXPECT_TRUE(found) << c.name;
         MaildirSession fresh({{root, {}}});
         const MailItemPtr reread = fresh.GetDefaultInbox().value->Items().value.at(0);
@@ -247,7 +235,7 @@ TEST_F(MaildirTest, AMailTouchedByAnotherProgramMeanwhileIsLeftAlone) {
     for (Touch touch : {Touch::Renamed, Touch::Removed, Touch::Rewritten}) {
         const QString path = deliver(SampleMail{});
         const MailItemPtr item = onlyMail();
-        ASSERT_FALSE(item->SetMileage(QStringLiteral("QWKStowaway")));
+        ASSERT_FALSE(item->SetMileage(u"QWKStowaway"_s));
         QString other;
         switch (touch) {
         case Touch::Renamed: // a mail program marked it read
@@ -271,12 +259,12 @@ TEST_F(MaildirTest, AMailTouchedByAnotherProgramMeanwhileIsLeftAlone) {
         EXPECT_TRUE(error.description.contains(QLatin1String("by another program")))
             << S(error.description);
         // Nothing recreated, nothing changed, nothing left behind.
-        EXPECT_EQ(FilesIn(root + QStringLiteral("/cur")),
+        EXPECT_EQ(FilesIn(root + u"/cur"_s),
                   other.isEmpty() ? QStringList() : QStringList{QFileInfo(other).fileName()});
         if (!other.isEmpty()) {
             EXPECT_EQ(readFile(other), otherBytes);
         }
-        EXPECT_TRUE(FilesIn(root + QStringLiteral("/tmp")).isEmpty());
+        EXPECT_TRUE(FilesIn(root + u"/tmp"_s).isEmpty());
         if (!other.isEmpty()) QFile::remove(other);
     }
 }
@@ -285,11 +273,10 @@ TEST_F(MaildirTest, StaleTemporaryFilesOfOurOwnGoAtSessionStart) {
     const pid_t child = fork();
     if (child == 0) _exit(0);
     waitpid(child, nullptr, 0); // its pid now belongs to no process
-    const QString tmp = folder(QStringLiteral(".Work")) + QStringLiteral("/tmp/");
-    const QStringList names = {
-        QStringLiteral("stowaway.%1.123.M1P1Q1.host").arg(child),
-        QStringLiteral("stowaway.%1.123.M1P1Q2.host").arg(getpid()),
-        QStringLiteral("1700000000.M1P%1.host").arg(child)}; // someone else's
+    const QString tmp = folder(u".Work"_s) + u"/tmp/"_s;
+    const QStringList names = {u"stowaway.%1.123.M1P1Q1.host"_s.arg(child),
+                               u"stowaway.%1.123.M1P1Q2.host"_s.arg(getpid()),
+                               u"1700000000.M1P%1.host"_s.arg(child)}; // someone else's
     for (const QString& name : names) {
         QFile f(tmp + name);
         ASSERT_TRUE(f.open(QIODevice::WriteOnly));
@@ -326,10 +313,9 @@ TEST_F(MaildirTest, AStampAloneKeepsTheMailsBytesBehindOneNewLine) {
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.name);
-        QDir(root + QStringLiteral("/cur")).removeRecursively();
-        ASSERT_TRUE(QDir().mkpath(root + QStringLiteral("/cur")));
-        const QString path =
-            root + QStringLiteral("/cur/") + NewUniqueName() + QStringLiteral(":2,");
+        QDir(root + u"/cur"_s).removeRecursively();
+        ASSERT_TRUE(QDir().mkpath(root + u"/cur"_s));
+        const QString path = root + u"/cur/"_s + NewUniqueName() + u":2,"_s;
         {
             QFile f(path);
             ASSERT_TRUE(f.open(QIODevice::WriteOnly));
@@ -337,12 +323,12 @@ TEST_F(MaildirTest, AStampAloneKeepsTheMailsBytesBehindOneNewLine) {
         }
         const MailItemPtr item = onlyMail();
         ASSERT_TRUE(item);
-        ASSERT_FALSE(item->SetMileage(QStringLiteral("QWKStowaway")));
+        ASSERT_FALSE(item->SetMileage(u"QWKStowaway"_s));
         ASSERT_FALSE(item->Save());
 
-        const QStringList files = FilesIn(root + QStringLiteral("/cur"));
+        const QStringList files = FilesIn(root + u"/cur"_s);
         ASSERT_EQ(files.size(), 1);
-        const QString now = root + QStringLiteral("/cur/") + files[0];
+        const QString now = root + u"/cur/"_s + files[0];
         const QByteArray written = readFile(now);
         if (!c.expectedPrefix.isEmpty())
             EXPECT_EQ(written, c.expectedPrefix + c.mail);
