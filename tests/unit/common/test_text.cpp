@@ -22,29 +22,19 @@ TEST(CleanFileName, KeepsTheLength) {
     EXPECT_EQ(cleaned, u".._.._etc_passwd___\U0001F600"_s);
 }
 
-struct EntityRow {
-    char16_t character;
-    const char* entity;
-};
-
-class HtmlEncodeRows : public testing::TestWithParam<EntityRow> {};
-
-TEST_P(HtmlEncodeRows, WritesTheEntity) {
-    const EntityRow row = GetParam();
-    EXPECT_EQ(HtmlEncode(u"x"_s + QChar(row.character) + u"y"_s),
-              u"x"_s + QLatin1String(row.entity) + u"y"_s);
+TEST(HtmlEncode, WritesEachOfTheSixteenEntities) {
+    const std::pair<char16_t, const char*> rows[] = {
+        {u'&', "&amp;"},        {u'\u00E4', "&auml;"},  {u'\u00F6', "&ouml;"},
+        {u'\u00FC', "&uuml;"},  {u'\u00C4', "&Auml;"},  {u'\u00D6', "&Ouml;"},
+        {u'\u00DC', "&Uuml;"},  {u'\u00DF', "&szlig;"}, {u'\u20AC', "&euro;"},
+        {u'\u00A9', "&copy;"},  {u'\u00AE', "&reg;"},   {u'\u00AB', "&laquo;"},
+        {u'\u00BB', "&raquo;"}, {u'\u00B7', "&bull;"},  {u'\u00B0', "&deg;"},
+        {u'|', "&brvbar;"}};
+    for (const auto& [character, entity] : rows)
+        EXPECT_EQ(HtmlEncode(u"x"_s + QChar(character) + u"y"_s),
+                  u"x"_s + QLatin1String(entity) + u"y"_s)
+            << entity;
 }
-
-INSTANTIATE_TEST_SUITE_P(
-    AllSixteen, HtmlEncodeRows,
-    testing::Values(EntityRow{u'&', "&amp;"}, EntityRow{u'\u00E4', "&auml;"},
-                    EntityRow{u'\u00F6', "&ouml;"}, EntityRow{u'\u00FC', "&uuml;"},
-                    EntityRow{u'\u00C4', "&Auml;"}, EntityRow{u'\u00D6', "&Ouml;"},
-                    EntityRow{u'\u00DC', "&Uuml;"}, EntityRow{u'\u00DF', "&szlig;"},
-                    EntityRow{u'\u20AC', "&euro;"}, EntityRow{u'\u00A9', "&copy;"},
-                    EntityRow{u'\u00AE', "&reg;"}, EntityRow{u'\u00AB', "&laquo;"},
-                    EntityRow{u'\u00BB', "&raquo;"}, EntityRow{u'\u00B7', "&bull;"},
-                    EntityRow{u'\u00B0', "&deg;"}, EntityRow{u'|', "&brvbar;"}));
 
 TEST(HtmlEncode, EncodesTheAmpersandOnceAndNothingElse) {
     EXPECT_EQ(HtmlEncode(u"Müller & Söhne <b>\"Maß\"</b>"_s),
