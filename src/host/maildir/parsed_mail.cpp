@@ -169,7 +169,11 @@ GMimeTextPart* NewTextPart(const char* subtype, const QByteArray& utf8) {
     return part;
 }
 
+void DropBrokenParams(GMimeObject* object);
+
 void SetText(GMimeTextPart* part, const QByteArray& utf8) {
+    // The new charset makes GMime write the type header anew.
+    DropBrokenParams(GMIME_OBJECT(part));
     g_mime_text_part_set_text(part, utf8.constData());
     g_mime_part_set_content_encoding(
         GMIME_PART(part),
