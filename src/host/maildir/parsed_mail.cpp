@@ -205,8 +205,14 @@ bool WriteStoppedShort(GMimeStream* out) {
 
 // GMime keeps a header value only up to a NUL byte in it, and loses its line end with the rest;
 // written so, the next header runs into it and is lost to every reader (a stamp among them).
+// A line that GMime read as a header without a name (": text") goes: written first, it makes
+// the mail unreadable.
 void EndHeaderLines(GMimeObject* object) {
     GMimeHeaderList* headers = g_mime_object_get_header_list(object);
+    for (int i = g_mime_header_list_get_count(headers) - 1; i >= 0; --i) {
+        const char* name = g_mime_header_get_name(g_mime_header_list_get_header_at(headers, i));
+        if (!name || !*name) g_mime_header_list_remove_at(headers, i);
+    }
     const int count = g_mime_header_list_get_count(headers);
     for (int i = 0; i < count; ++i) {
         GMimeHeader* header = g_mime_header_list_get_header_at(headers, i);
