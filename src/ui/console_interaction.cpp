@@ -143,8 +143,7 @@ void ConsoleInteraction::showTrayNotification(const TrayNotification& notificati
 }
 
 void ConsoleInteraction::pumpEvents() {
-    if (QCoreApplication::instance())
-        QCoreApplication::processEvents();
+    ProcessPendingEvents();
 }
 
 void ConsoleInteraction::setBusy(bool) {}

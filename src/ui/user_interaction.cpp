@@ -1,6 +1,7 @@
 #include "ui/user_interaction.h"
 
 #include <QCoreApplication>
+#include <QElapsedTimer>
 
 namespace {
 // Answers every question with its safest choice and shows nothing.
@@ -27,9 +28,7 @@ class SilentInteraction final : public UserInteraction {
     bool playSound(const QString&) override { return false; }
     bool openWithShell(const QString&) override { return false; }
     void showTrayNotification(const TrayNotification&) override {}
-    void pumpEvents() override {
-        if (QCoreApplication::instance()) QCoreApplication::processEvents();
-    }
+    void pumpEvents() override { ProcessPendingEvents(); }
     void setBusy(bool) override {}
 };
 
@@ -42,4 +41,12 @@ UserInteraction& ui() {
 }
 void SetUserInteraction(UserInteraction* impl) {
     gCurrent = impl;
+}
+
+void ProcessPendingEvents() {
+    static QElapsedTimer sinceLastRun;
+    if (!QCoreApplication::instance()) return;
+    if (sinceLastRun.isValid() && sinceLastRun.elapsed() < 5) return;
+    QCoreApplication::processEvents();
+    sinceLastRun.start();
 }

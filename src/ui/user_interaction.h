@@ -100,3 +100,8 @@ class UserInteraction {
 // The implementation in use. Without one set, a silent headless implementation answers.
 UserInteraction& ui();
 void SetUserInteraction(UserInteraction* impl);
+
+// Runs the pending events of the Qt event loop, if there is one. Each run asks the system for
+// new events, which costs more than looking at a mail already seen; a folder walk pumps after
+// every mail, so a call less than 5 ms after the last run does nothing.
+void ProcessPendingEvents();

@@ -88,6 +88,7 @@ OpError ListSubdir(const QString& folderDir, const QString& subdir,
 
 Result<std::vector<MailFileEntry>> ListMailFiles(const QString& folderDir) {
     std::vector<MailFileEntry> entries;
+    entries.reserve(256);
     for (const QString& subdir : {QStringLiteral("cur"), QStringLiteral("new")})
         if (OpError error = ListSubdir(folderDir, subdir, entries)) return {{}, error};
     std::sort(entries.begin(), entries.end(), [](const MailFileEntry& a, const MailFileEntry& b) {
@@ -97,7 +98,7 @@ Result<std::vector<MailFileEntry>> ListMailFiles(const QString& folderDir) {
         if (x.tv_nsec != y.tv_nsec) return x.tv_nsec < y.tv_nsec;
         return a.name < b.name;
     });
-    return {entries, OpError::none()};
+    return {std::move(entries), OpError::none()};
 }
 
 Result<QString> ReplaceMailFile(const QString& folderDir, const QString& subdir,

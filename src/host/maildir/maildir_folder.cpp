@@ -43,18 +43,20 @@ Result<std::vector<MailItemPtr>> MaildirFolder::Items() const {
     std::vector<MailItemPtr> items;
     if (!hasMaildir) return {items, OpError::none()};
     const QString dir = directory();
-    const Result<std::vector<MailFileEntry>> listed = ListMailFiles(dir);
+    Result<std::vector<MailFileEntry>> listed = ListMailFiles(dir);
     if (!listed.ok()) return {{}, listed.error};
-    const std::vector<MailFileEntry>& files = listed.value;
+    std::vector<MailFileEntry>& files = listed.value;
     QSet<QString> inCur;
     QSet<QString> inNew;
     MaildirShared& shared = *store_->shared;
+    const qint64 listedAt = SteadyMs();
     items.reserve(files.size());
-    for (const MailFileEntry& file : files) {
+    for (MailFileEntry& file : files) {
         (file.subdir == QLatin1String("cur") ? inCur : inNew).insert(file.name);
         shared.noteLocation(MaildirUnique(file.name),
-                            MailLocation{store_->root, id_, file.subdir, file.name});
-        items.push_back(std::make_shared<MaildirItem>(store_, id_, file));
+                            MailLocation{store_->root, id_, file.subdir, file.name,
+                                         file.identity, listedAt});
+        items.push_back(std::make_shared<MaildirItem>(store_, id_, std::move(file), dir));
     }
     shared.cache.prune(dir + QStringLiteral("/cur"), inCur);
     shared.cache.prune(dir + QStringLiteral("/new"), inNew);

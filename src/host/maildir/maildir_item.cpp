@@ -22,9 +22,12 @@ OpError NoSuchAttachment() {
 
 } // namespace
 
-MaildirItem::MaildirItem(MaildirStorePtr store, QString folderId, MailFileEntry file)
+MaildirItem::MaildirItem(MaildirStorePtr store, QString folderId, MailFileEntry file,
+                         QString folderDir)
     : store_(std::move(store)), folderId_(std::move(folderId)), file_(std::move(file)),
-      folderDir_(FolderDirectory(store_->root, folderId_)), seenMoves_(store_->shared->moves) {}
+      folderDir_(folderDir.isEmpty() ? FolderDirectory(store_->root, folderId_)
+                                     : std::move(folderDir)),
+      seenMoves_(store_->shared->moves) {}
 
 QString MaildirItem::folderDir() const {
     return folderDir_;

@@ -11,7 +11,9 @@
 
 class MaildirItem : public MailItem, public std::enable_shared_from_this<MaildirItem> {
   public:
-    MaildirItem(MaildirStorePtr store, QString folderId, MailFileEntry file);
+    // `folderDir` is the folder's directory when the caller has it already (a listing).
+    MaildirItem(MaildirStorePtr store, QString folderId, MailFileEntry file,
+                QString folderDir = {});
 
     QString TypeName() const override;
     Result<int> Class() const override;

@@ -93,6 +93,11 @@ Result<MailItemPtr> MaildirSession::lookUp(const QString& entryId,
         const MailLocation location = *found;
         for (const MaildirStorePtr& store : stores) {
             if (store->root != location.root) continue;
+            // A file gone since the listing fails here and is looked for below.
+            if (const FileIdentity* listed = location.freshIdentity(SteadyMs())) {
+                Result<MailItemPtr> item = itemAt(store, location, *listed);
+                if (item.ok()) return item;
+            }
             const QString path = FolderDirectory(store->root, location.folderId) +
                                  QLatin1Char('/') + location.subdir + QLatin1Char('/') +
                                  location.name;

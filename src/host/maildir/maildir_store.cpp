@@ -1,5 +1,7 @@
 #include "host/maildir/maildir_store.h"
 
+#include <chrono>
+
 #include "host/maildir/parsed_mail.h"
 
 const MailLocation* MaildirShared::find(const QString& entryId) const {
@@ -18,9 +20,12 @@ void MaildirShared::noteLocation(const QString& entryId, const MailLocation& loc
     auto found = locations.find(entryId);
     if (found == locations.end()) {
         locations.insert(entryId, location);
-    } else if (!(*found == location)) {
+    } else if (!found->sameFile(location)) {
         *found = location;
         ++moves;
+    } else if (location.listedAtMs >= 0) {
+        found->listed = location.listed;
+        found->listedAtMs = location.listedAtMs;
     }
 }
 
@@ -39,4 +44,9 @@ std::shared_ptr<ParsedMail> LastParsed::take(const QString& wanted, const FileId
     const bool same = taken && path == wanted && taken->identity().sameFile(identity);
     path.clear();
     return same ? taken : nullptr;
+}
+
+qint64 SteadyMs() {
+    using namespace std::chrono;
+    return duration_cast<milliseconds>(steady_clock::now().time_since_epoch()).count();
 }

@@ -16,9 +16,22 @@ struct MailLocation {
     QString folderId;
     QString subdir; // "cur" or "new"
     QString name;
+    // What a folder listing saw of the file, and when (steady clock, ms; -1: not from a listing).
+    FileIdentity listed;
+    qint64 listedAtMs = -1;
 
-    bool operator==(const MailLocation&) const = default;
+    bool sameFile(const MailLocation& o) const {
+        return name == o.name && subdir == o.subdir && folderId == o.folderId && root == o.root;
+    }
+    // The identity a listing saw less than a second ago: a walk fetches each mail it just
+    // listed, and a second stat of the same file would cost as much as the listing itself.
+    const FileIdentity* freshIdentity(qint64 nowMs) const {
+        return listedAtMs >= 0 && nowMs - listedAtMs < 1000 ? &listed : nullptr;
+    }
 };
+
+// Milliseconds of the steady clock, for MailLocation::listedAtMs.
+qint64 SteadyMs();
 
 class ParsedMail;
 

@@ -3,6 +3,7 @@
 #include "host/maildir/maildir_names.h"
 #include "support/maildir_fixture.h"
 
+#include <cstdio>
 #include <sys/stat.h>
 
 using namespace Qt::StringLiterals;
@@ -152,6 +153,27 @@ TEST_F(MaildirTest, AMailIsFoundByTheUniquePartOfItsName) {
     EXPECT_FALSE(session().GetMessageFromID(unique, TestEnv::home()).ok());
 }
 
+
+TEST_F(MaildirTest, AFetchRightAfterTheListingFollowsAMailMovedOrRemovedMeanwhile) {
+    const QString moved = deliver(SampleMail{});
+    const QString removed = deliver(SampleMail{});
+    const auto items = inbox()->Items().value; // the walk's listing, nothing parsed yet
+    ASSERT_EQ(items.size(), 2u);
+    const QString movedId = ParseMaildirFileName(QFileInfo(moved).fileName()).unique;
+    const QString removedId = ParseMaildirFileName(QFileInfo(removed).fileName()).unique;
+
+    // A mail reader marks one mail read (new/ to cur/ with a flag), another program deletes one.
+    const QString seen = root + u"/cur/"_s + movedId + u":2,S"_s;
+    ASSERT_EQ(::rename(QFile::encodeName(moved).constData(), QFile::encodeName(seen).constData()),
+              0);
+    ASSERT_TRUE(QFile::remove(removed));
+
+    const auto fetched = session().GetMessageFromID(movedId, root);
+    ASSERT_TRUE(fetched.ok()) << S(fetched.error.description);
+    EXPECT_FALSE(fetched.value->UnRead().value);
+    EXPECT_EQ(S(fetched.value->Subject().value), "Sample mail");
+    EXPECT_FALSE(session().GetMessageFromID(removedId, root).ok());
+}
 TEST(MaildirNames, UniquePartFlagsAndFreshNames) {
     struct Case {
         const char* name;
