@@ -53,9 +53,9 @@ Result<std::vector<MailItemPtr>> MaildirFolder::Items() const {
     items.reserve(files.size());
     for (MailFileEntry& file : files) {
         (file.subdir == QLatin1String("cur") ? inCur : inNew).insert(file.name);
-        shared.noteLocation(MaildirUnique(file.name),
-                            MailLocation{store_->root, id_, file.subdir, file.name,
-                                         file.identity, listedAt});
+        shared.noteLocation(
+            MaildirUnique(file.name),
+            MailLocation{store_->root, id_, file.subdir, file.name, file.identity, listedAt});
         items.push_back(std::make_shared<MaildirItem>(store_, id_, std::move(file), dir));
     }
     shared.cache.prune(dir + QStringLiteral("/cur"), inCur);
