@@ -171,9 +171,22 @@ GMimeTextPart* NewTextPart(const char* subtype, const QByteArray& utf8) {
 
 void DropBrokenParams(GMimeObject* object);
 
+// A body part names no file: a name it carried read as empty (else the part would be an
+// attachment), yet GMime may hold another value of it, from a second type header or up to a
+// NUL byte, and written anew that would read back as a name and make the body a file.
+void DropFileNames(GMimeObject* object) {
+    g_mime_param_list_remove(
+        g_mime_content_type_get_parameters(g_mime_object_get_content_type(object)), "name");
+    // The lists tell their header of the change.
+    if (GMimeContentDisposition* disposition = g_mime_object_get_content_disposition(object))
+        g_mime_param_list_remove(g_mime_content_disposition_get_parameters(disposition),
+                                 "filename");
+}
+
 void SetText(GMimeTextPart* part, const QByteArray& utf8) {
     // The new charset makes GMime write the type header anew.
     DropBrokenParams(GMIME_OBJECT(part));
+    DropFileNames(GMIME_OBJECT(part));
     g_mime_text_part_set_text(part, utf8.constData());
     g_mime_part_set_content_encoding(
         GMIME_PART(part),
