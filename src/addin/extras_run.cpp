@@ -5,6 +5,7 @@
 #include "common/shell.h"
 #include "data/globals.h"
 #include "data/log.h"
+#include "data/protocol.h"
 #include "engine/driver.h"
 #include "engine/engine_log.h"
 #include "engine/notification.h"
@@ -231,6 +232,7 @@ ExtrasRunSummary RunExtras(const ExtrasRunOptions& options, const std::vector<Ex
         }
     }
     SWRun = false;
+    FlushProtocol(); // on disk before the user is told it is done
     ShowProgress(-1, -1, status);
     PlaySystemSound(QStringLiteral("SystemAsterisk"));
     ui().messageBox(LangText(QStringLiteral("Fertig..."), QStringLiteral("Done...")),

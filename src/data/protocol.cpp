@@ -6,11 +6,28 @@
 #include "data/globals.h"
 
 #include <QCoreApplication>
+#include <QElapsedTimer>
 #include <QPointer>
 #include <QTimer>
 
+#include <algorithm>
+
 namespace {
 constexpr int kSaveDelayMs = 1000;
+constexpr int kMaxSaveDelayMs = 30000;
+constexpr int kSaveShare = 20; // the delay is at least this many times the last save
+
+QTimer* SaveTimer();
+
+// Saves and sets the delay of the next timed save from how long this one took.
+void TimedSaveData() {
+    QElapsedTimer took;
+    took.start();
+    SaveData();
+    if (QTimer* timer = SaveTimer())
+        timer->setInterval(
+            int(std::clamp<qint64>(took.elapsed() * kSaveShare, kSaveDelayMs, kMaxSaveDelayMs)));
+}
 
 // The pending save of the protocol; owned by the application object, so it ends with it.
 QTimer* SaveTimer() {
@@ -19,7 +36,7 @@ QTimer* SaveTimer() {
         timer = new QTimer(QCoreApplication::instance());
         timer->setSingleShot(true);
         timer->setInterval(kSaveDelayMs);
-        QObject::connect(timer, &QTimer::timeout, [] { SaveData(); });
+        QObject::connect(timer, &QTimer::timeout, [] { TimedSaveData(); });
     }
     return timer;
 }
@@ -44,7 +61,7 @@ void AddProto(const udtProtoEntry& entry) {
 
 void FlushProtocol() {
     if (QTimer* timer = SaveTimer()) timer->stop();
-    SaveData();
+    TimedSaveData();
 }
 
 bool IsFormatBlocked(const QString& ext) {

@@ -344,10 +344,12 @@ void WalkFolder(RunState& run, const MailFolderPtr& folder, const udtRule& speci
     if (run.status) ShowSubProgress(-1, -1, run.status);
 }
 
-bool Finish(bool result) {
+bool Finish(const RunState& run, bool result) {
     WriteLog("StowawayNow/End...");
     ui().pumpEvents();
-    FlushProtocol();
+    // A call for one mail leaves the protocol to its timed save: a bulk run calls once per
+    // mail, and writing the whole file each time would make it quadratic.
+    if (!run.singleItem) FlushProtocol();
     return result;
 }
 
@@ -376,7 +378,7 @@ bool StowawayNow(const MailFolderPtr& folder, const MailItemPtr& item, StatusSur
             WriteLog("! Aborted...");
             result = false;
         }
-        return Finish(result);
+        return Finish(run, result);
     }
 
     WalkFolder(run, folder, special);
@@ -386,7 +388,7 @@ bool StowawayNow(const MailFolderPtr& folder, const MailItemPtr& item, StatusSur
     }
     WriteLog(DashLine());
     if (SWTest || SWRun) ShowClosingSummary(run);
-    return Finish(result);
+    return Finish(run, result);
 }
 
 bool StowawayNow(const MailFolderPtr& folder, const MailItemPtr& item, StatusSurface* status) {

@@ -2,6 +2,7 @@
 #include "fakes/engine_fixture.h"
 
 #include "data/data_files.h"
+#include "data/protocol.h"
 
 #include <QFileInfo>
 
@@ -387,9 +388,18 @@ TEST_F(EngineTest, AnUnreadableFolderIsReportedInTheLog) {
     EXPECT_EQ(logLines(), QStringList{u"! SWN/Items: Inbox: Permission denied"_s});
 }
 
-TEST_F(EngineTest, TheProtocolIsOnDiskWhenTheCallReturns) {
+TEST_F(EngineTest, TheProtocolIsOnDiskWhenAFolderCallReturnsAndSoonAfterOneForAMail) {
     addRule(u"R"_s);
     addMail(u"m"_s, {u"a.pdf"_s, u"b.pdf"_s});
     EXPECT_TRUE(runFolder());
-    EXPECT_EQ(QFileInfo(DataFilePath(u".prt"_s)).size(), 2 * kProtoRecordSize);
+    const QString path = DataFilePath(u".prt"_s);
+    EXPECT_EQ(QFileInfo(path).size(), 2 * kProtoRecordSize);
+
+    // A bulk run calls once per mail: the file is not written anew after each of them.
+    EXPECT_TRUE(runItem(addMail(u"n"_s, {u"c.pdf"_s})));
+    EXPECT_TRUE(runItem(addMail(u"o"_s, {u"d.pdf"_s})));
+    EXPECT_EQ(QFileInfo(path).size(), 2 * kProtoRecordSize);
+    EXPECT_TRUE(ProtoChanged);
+    FlushProtocol();
+    EXPECT_EQ(QFileInfo(path).size(), 4 * kProtoRecordSize);
 }
