@@ -1,12 +1,11 @@
 #pragma once
 // A user who answers from a script: each kind of question takes the next answer of its queue,
 // and every question, beep, sound, opened target and notification is recorded, also as a
-// console-like transcript (printed as it goes with setEcho). A question with no answer left in
-// its queue gets the first button (a save dialog: cancel) and is counted as unscripted.
+// console-like transcript. A question with no answer left in its queue gets the first button
+// (a save dialog: cancel).
 #include "ui/user_interaction.h"
 
 #include <deque>
-#include <functional>
 #include <vector>
 
 struct AskedQuestion {
@@ -25,11 +24,6 @@ class ScriptedUserInteraction : public UserInteraction {
     void answerMsgBoxEx(int answer) { m_msgBoxEx.push_back(answer); }
     void answerMessageBox(MsgAnswer answer) { m_messageBox.push_back(answer); }
     void answerSaveFile(const QString& path) { m_saveFile.push_back(path); }
-    // What openWithShell reports.
-    void setOpenSucceeds(bool ok) { m_openSucceeds = ok; }
-    // Called at every pumpEvents, after the events were processed.
-    void setOnPump(std::function<void()> hook) { m_onPump = std::move(hook); }
-    void setEcho(bool echo) { m_echo = echo; }
 
     const std::vector<AskedQuestion>& questions() const { return m_questions; }
     // The questions of one kind, in order.
@@ -40,13 +34,7 @@ class ScriptedUserInteraction : public UserInteraction {
     const std::vector<TrayNotification>& trays() const { return m_trays; }
     int trayHides() const { return m_trayHides; }
     const std::vector<bool>& busyChanges() const { return m_busy; }
-    const QStringList& lastActions() const { return m_lastActions; }
     int pumps() const { return m_pumps; }
-    int unscripted() const { return m_unscripted; }
-    // Answers still waiting in the queues.
-    int pendingAnswers() const {
-        return static_cast<int>(m_msgBoxEx.size() + m_messageBox.size() + m_saveFile.size());
-    }
     const QStringList& transcript() const { return m_transcript; }
 
     void beep() override;
@@ -68,9 +56,6 @@ class ScriptedUserInteraction : public UserInteraction {
     std::deque<int> m_msgBoxEx;
     std::deque<MsgAnswer> m_messageBox;
     std::deque<QString> m_saveFile;
-    bool m_openSucceeds = true;
-    std::function<void()> m_onPump;
-    bool m_echo = false;
 
     std::vector<AskedQuestion> m_questions;
     int m_beeps = 0;
@@ -79,9 +64,7 @@ class ScriptedUserInteraction : public UserInteraction {
     std::vector<TrayNotification> m_trays;
     int m_trayHides = 0;
     std::vector<bool> m_busy;
-    QStringList m_lastActions;
     int m_pumps = 0;
-    int m_unscripted = 0;
     QStringList m_transcript;
 };
 

@@ -98,18 +98,6 @@ TEST_F(MaildirTest, NamesInEveryEncodingComeOutWhole) {
     }
 }
 
-TEST_F(MaildirTest, ChunkedBase64IsSavedWhole) {
-    deliverDataFile(u"chunked-base64-attachment.eml"_s);
-    const MailItemPtr item = onlyMail();
-    ASSERT_EQ(item->AttachmentCount().value, 1);
-    const AttachmentPtr a = item->AttachmentAt(1).value;
-    EXPECT_EQ(a->Size().value, 135);
-    QTemporaryDir target;
-    ASSERT_FALSE(a->SaveAsFile(target.filePath(u"fox.txt"_s)));
-    EXPECT_EQ(readFile(target.filePath(u"fox.txt"_s)),
-              QByteArray("The quick brown fox jumps over the lazy dog.\n").repeated(3));
-}
-
 TEST_F(MaildirTest, ContentThatCannotBeDecodedWholeIsAFailedSave) {
     struct Case {
         const char* file;
@@ -146,55 +134,6 @@ TEST_F(MaildirTest, ContentThatCannotBeDecodedWholeIsAFailedSave) {
     QTemporaryDir target;
     EXPECT_FALSE(item->AttachmentAt(1).value->SaveAsFile(target.filePath(u"whole.pdf"_s)));
     EXPECT_TRUE(readFile(target.filePath(u"whole.pdf"_s)).startsWith("%PDF-1.4"));
-}
-
-TEST_F(MaildirTest, AMailGMimeCannotSurviveIsRefusedWithAClearError) {
-    deliverDataFile(u"long-parameter-name.eml"_s);
-    const auto listed = inbox()->Items().value;
-    ASSERT_EQ(listed.size(), 1u);
-    // Still listed as a mail, so the fetch reports it.
-    EXPECT_EQ(listed[0]->Class().value, ItemClass::Mail);
-    const auto fetched = session().GetMessageFromID(listed[0]->EntryID().value, root);
-    EXPECT_FALSE(fetched.ok());
-    EXPECT_TRUE(fetched.error.description.startsWith(
-        u"Mail refused: a header parameter name of 72 characters"_s))
-        << S(fetched.error.description);
-    EXPECT_TRUE(fetched.error.description.contains(QLatin1String("long-parameter-name.sample")));
-    EXPECT_TRUE(listed[0]->AttachmentCount().error);
-    EXPECT_TRUE(listed[0]->SetMileage(u"QWKStowaway"_s));
-}
-
-TEST_F(MaildirTest, CapsOnNestingPartsAndHeaderSize) {
-    MailLimits limits;
-    limits.maxDepth = 5;
-    limits.maxParts = 20;
-    limits.maxHeaderBlock = 2000;
-    MaildirSession capped({{root, {}}}, limits);
-    SampleMail mail;
-    for (int i = 0; i < 25; ++i)
-        mail.attachments.push_back(SampleAttachment::file(u"f%1.txt"_s.arg(i), "text/plain", "x"));
-    deliver(mail);
-    SampleMail deep;
-    SampleMail* level = &deep;
-    for (int i = 0; i < 6; ++i) {
-        level->attachedMessages.push_back(SampleMail{});
-        level = &level->attachedMessages.back();
-    }
-    deliver(deep);
-    SampleMail big;
-    big.subject = QString(3000, QLatin1Char('s'));
-    deliver(big);
-    deliver(SampleMail{});
-
-    int refused = 0;
-    for (const MailItemPtr& item : capped.GetDefaultInbox().value->Items().value) {
-        const auto fetched = capped.GetMessageFromID(item->EntryID().value, root);
-        if (fetched.ok()) continue;
-        ++refused;
-        EXPECT_TRUE(fetched.error.description.startsWith(u"Mail refused: "_s))
-            << S(fetched.error.description);
-    }
-    EXPECT_EQ(refused, 3);
 }
 
 TEST_F(MaildirTest, DamagedFilesInAFolderNeitherCrashNorStopTheOthers) {
