@@ -1,6 +1,5 @@
 // Saving an attachment to disk: inside the target folder whatever the name says, never
 // through a link, never half-written.
-#include "common/text.h"
 #include "data/log.h"
 #include "host/maildir/attachment_file.h"
 #include "support/maildir_fixture.h"
@@ -33,41 +32,6 @@ OpError WriteText(const QString& path, const QByteArray& text) {
 }
 
 } // namespace
-
-TEST_F(MaildirTest, HostileNamesInAMailStayInsideTheTargetFolder) {
-    deliverDataFile(u"hostile-names.eml"_s);
-    const MailItemPtr item = onlyMail();
-    ASSERT_TRUE(item);
-    const QString base = TestEnv::home() + u"/out"_s;
-    const QString target = base + u"/target"_s;
-    QDir().mkpath(target);
-
-    const QString longName = QString(251, QLatin1Char('x')) + u".pdf"_s;
-    // A "/" never reaches a path; the engine cleans the backslashes.
-    const std::vector<std::string> names = {".._.._x",     "_etc_x",    "a\\b\\..\\c",
-                                            "a_b_c_d.txt", S(longName), "ATT00001.dat",
-                                            "ATT00002.dat"};
-    ASSERT_EQ(item->AttachmentCount().value, int(names.size()));
-    QStringList saved;
-    for (int i = 1; i <= item->AttachmentCount().value; ++i) {
-        const AttachmentPtr a = item->AttachmentAt(i).value;
-        const QString name = a->FileName().value;
-        EXPECT_EQ(S(name), names[size_t(i - 1)]);
-        EXPECT_LE(name.toUtf8().size(), 255);
-        // The path the engine builds from it.
-        const QString path = target + QLatin1Char('/') + CleanFileName(name);
-        ASSERT_FALSE(a->SaveAsFile(path)) << S(name);
-        EXPECT_EQ(readFile(path), QByteArray("payload")) << S(name);
-        saved << QFileInfo(path).fileName();
-    }
-    saved.sort();
-    QStringList expected;
-    for (const QString& name : saved)
-        expected << u"target/"_s + name;
-    expected.prepend(u"target"_s);
-    expected.sort();
-    EXPECT_EQ(Tree(base), expected);
-}
 
 TEST_F(MaildirTest, NamesThatCannotBeAFileGetASensibleForm) {
     const QString target = TestEnv::home() + u"/target"_s;
