@@ -69,26 +69,29 @@ struct ScriptedClock {
     }
 };
 
-TEST_F(Shell, WaitSecondsWithNoTimePumpsOnce) {
-    for (float seconds : {0.0f, -3.0f}) {
-        ui.pumps = 0;
-        EXPECT_FALSE(WaitSeconds(seconds)) << seconds;
-        EXPECT_EQ(ui.pumps, 1) << seconds;
-    }
-}
-
 TEST_F(Shell, WaitSecondsPumpsUntilTheTimeHasPassed) {
-    ScriptedClock clock{{100.0, 100.2, 100.4, 100.49, 100.5, 100.7}};
-    const OpError err = WaitSeconds(0.5f, std::ref(clock));
-    EXPECT_FALSE(err);
-    EXPECT_EQ(ui.pumps, 4); // one pump before each reading up to 100.5
-    EXPECT_EQ(clock.calls, 5);
-}
-
-TEST_F(Shell, WaitSecondsAcrossMidnightEndsWithAnOverflow) {
-    ScriptedClock clock{{86399.5, 86399.9, 0.2, 0.6}};
-    const OpError err = WaitSeconds(1.0f, std::ref(clock));
-    EXPECT_EQ(err.number, ErrNo::Overflow);
-    EXPECT_EQ(ui.pumps, 2); // the pump comes before the check
+    const struct {
+        float seconds;
+        std::vector<double> readings;
+        int pumps; // one before each reading after the first, so one for no time at all
+        int calls;
+        bool overflow;
+    } cases[] = {
+        {0.0f, {100.0}, 1, 2, false},
+        {-3.0f, {100.0}, 1, 2, false},
+        {0.5f, {100.0, 100.2, 100.4, 100.49, 100.5, 100.7}, 4, 5, false},
+        {1.0f, {86399.5, 86399.9, 0.2, 0.6}, 2, 3, true}, // across midnight
+    };
+    for (const auto& c : cases) {
+        ui.pumps = 0;
+        ScriptedClock clock{c.readings};
+        const OpError err = WaitSeconds(c.seconds, std::ref(clock));
+        EXPECT_EQ(bool(err), c.overflow) << c.seconds;
+        if (c.overflow) {
+            EXPECT_EQ(err.number, ErrNo::Overflow);
+        }
+        EXPECT_EQ(ui.pumps, c.pumps) << c.seconds;
+        EXPECT_EQ(clock.calls, c.calls) << c.seconds;
+    }
 }
 } // namespace

@@ -61,7 +61,7 @@ TEST_F(EngineTest, TwoRulesOnOneMailRunOneAfterTheOtherOverTheFirstAttachmentCou
               "gespeichert und 1 Dateie(n) aus Nachrichten gelöscht."_s);
 }
 
-TEST_F(EngineTest, AReadMailIsLeftByAPlainRunAndTakenByASpecialRule) {
+TEST_F(EngineTest, AReadMailIsLeftByAPlainRunAndTakenByAnActiveSpecialRule) {
     DoProto = true;
     addRule(u"Table"_s, u"table"_s);
     const FakeMessagePtr mail = addMail(u"Old"_s, {u"a.pdf"_s});
@@ -74,6 +74,13 @@ TEST_F(EngineTest, AReadMailIsLeftByAPlainRunAndTakenByASpecialRule) {
         u"Unread= False or .Mileage= 'QWKStowaway' or HidePaperClip= True or AttCnt= 0..."_s));
 
     udtRule special = MakeRule(u"Extras"_s, out(u"extras"_s));
+    special.Active = vbFalse; // an inactive special rule takes nothing either
+    EXPECT_TRUE(runItem(mail, &special));
+    EXPECT_TRUE(filesIn(out(u"extras"_s)).isEmpty());
+    EXPECT_TRUE(mail->stored.mileage.isEmpty());
+    EXPECT_TRUE(logLines().contains(u"Deactivated Rule: Extras, skipped..."_s));
+
+    special.Active = vbTrue;
     EXPECT_TRUE(runItem(mail, &special));
     EXPECT_EQ(filesIn(out(u"extras"_s)), QStringList{u"a.pdf"_s});
     EXPECT_TRUE(filesIn(out(u"table"_s)).isEmpty()); // the table is not used
@@ -86,22 +93,6 @@ TEST_F(EngineTest, AReadMailIsLeftByAPlainRunAndTakenByASpecialRule) {
     EXPECT_TRUE(filesIn(out(u"extras"_s)).isEmpty());
     EXPECT_TRUE(logLines().contains(
         u"SpecialRule and .Mileage= 'QWKStowaway' or HidePaperClip= True or AttCnt= 0..."_s));
-}
-
-TEST_F(EngineTest, AnInactiveSpecialRuleProcessesNothing) {
-    DoProto = true;
-    SWTest = false;
-    addRule(u"Table"_s, u"table"_s);
-    const FakeMessagePtr mail = addMail(u"m"_s, {u"a.pdf"_s});
-    udtRule special = MakeRule(u"Extras"_s, out(u"extras"_s));
-    special.Active = vbFalse;
-
-    EXPECT_TRUE(runItem(mail, &special));
-
-    EXPECT_TRUE(filesIn(out(u"extras"_s)).isEmpty());
-    EXPECT_TRUE(filesIn(out(u"table"_s)).isEmpty());
-    EXPECT_TRUE(mail->stored.mileage.isEmpty());
-    EXPECT_TRUE(logLines().contains(u"Deactivated Rule: Extras, skipped..."_s));
 }
 
 TEST_F(EngineTest, StampedHiddenClipAndBareMailsAreLeftAlone) {
