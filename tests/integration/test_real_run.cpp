@@ -44,23 +44,12 @@ SampleMail Mail(const QString& from, const QString& subject, const QDateTime& da
     return m;
 }
 
-// Python's email package decodes the attachments of a mail file: name and bytes.
-QMap<QString, QByteArray> PythonAttachments(const QString& path) {
-    static const char* script = R"(
-import base64, email, json, sys
-from email import policy
-m = email.message_from_binary_file(open(sys.argv[1], 'rb'), policy=policy.default)
-print(json.dumps({p.get_filename(): base64.b64encode(p.get_payload(decode=True)).decode()
-                  for p in m.iter_attachments()}))
-)";
-    QProcess python;
-    python.start(u"python3"_s, {u"-c"_s, QString::fromUtf8(script), path});
-    python.waitForFinished(-1);
-    QMap<QString, QByteArray> files;
-    const QJsonObject parsed = QJsonDocument::fromJson(python.readAllStandardOutput()).object();
-    for (auto it = parsed.begin(); it != parsed.end(); ++it)
-        files.insert(it.key(), QByteArray::fromBase64(it.value().toString().toLatin1()));
-    return files;
+// The bytes of the part named `name`, as Python's email package decodes them.
+QByteArray PythonAttachment(const QString& path, const QString& name) {
+    for (const QJsonValue& p : ParseWithPython(path)[u"parts"_s].toArray())
+        if (p.toObject()[u"filename"_s].toString() == name)
+            return QByteArray::fromBase64(p.toObject()[u"data"_s].toString().toLatin1());
+    return {};
 }
 
 // The mail files of the Inbox, by their path.
@@ -111,7 +100,7 @@ TEST_F(RealRunTest, RulesByDateSenderAndFixedFolderSaveTheAttachmentsBytesUnderT
     const QString stamped = deliver(done);
     const QString names = deliverDataFile(u"rfc2231-continuation-name.eml"_s);
     const QString longName = u"Sehr langer Dateiname mit Ümlauten äöü.pdf"_s;
-    const QByteArray longNameBytes = PythonAttachments(names).value(longName);
+    const QByteArray longNameBytes = PythonAttachment(names, longName);
     ASSERT_FALSE(longNameBytes.isEmpty());
     const QByteArray readBytes = readFile(read);
     const QByteArray stampedBytes = readFile(stamped);

@@ -8,10 +8,11 @@
 
 #include <gtest/gtest.h>
 
-// Python's email package reads the file: subject, stamp, defects and each part.
+// Python's email package reads the file: subject, stamp, defects and each part, with the
+// text of text parts and the base64 bytes of the others.
 inline QJsonObject ParseWithPython(const QString& path) {
     static const char* script = R"(
-import email, json, sys
+import base64, email, json, sys
 from email import policy
 m = email.message_from_binary_file(open(sys.argv[1], 'rb'), policy=policy.default)
 out = {'subject': str(m['subject']), 'mileage': str(m['x-mileage']), 'defects': [str(d) for d in m.defects], 'parts': []}
@@ -22,7 +23,7 @@ for p in m.walk():
         if p.get_content_maintype() == 'text':
             d['text'] = p.get_content()
         else:
-            d['size'] = len(p.get_payload(decode=True) or b'')
+            d['data'] = base64.b64encode(p.get_payload(decode=True) or b'').decode()
     out['parts'].append(d)
 print(json.dumps(out))
 )";
