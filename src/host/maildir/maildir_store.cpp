@@ -1,8 +1,8 @@
 #include "host/maildir/maildir_store.h"
 
-#include <chrono>
-
 #include "host/maildir/parsed_mail.h"
+
+#include <chrono>
 
 const MailLocation* MaildirShared::find(const QString& entryId) const {
     QString id = entryId;
