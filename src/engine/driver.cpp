@@ -327,17 +327,18 @@ void ShowClosingSummary(const RunState& run) {
 void WalkFolder(RunState& run, const MailFolderPtr& folder, const udtRule& special) {
     run.folderName = folder->Name().value;
     WriteLog(QStringLiteral("Checking folder: ") + run.folderName);
-    const Result<std::vector<MailItemPtr>> items = folder->Items();
+    Result<std::vector<MailItemPtr>> items = folder->Items();
     if (items.error)
         WriteLog(QStringLiteral("! SWN/Items: ") + run.folderName + QStringLiteral(": ") +
                  items.error.description);
     run.itemsTotal = static_cast<int32_t>(items.value.size());
     if (run.status) ShowSubProgress(0, 0, run.status);
-    for (const MailItemPtr& item : items.value) {
+    for (MailItemPtr& item : items.value) {
         if (run.status) ShowSubProgress(++run.itemsSeen, run.itemsTotal, run.status);
         const int itemClass = item ? item->Class().value : 0;
         if (itemClass == ItemClass::Mail || itemClass == ItemClass::Post)
             ProcessItem(run, item, special);
+        item.reset(); // a walk over a large folder holds only the mails still to come
         ui().pumpEvents();
         if (run.abortRun) break;
     }
