@@ -20,7 +20,7 @@ void MaildirShared::noteLocation(const QString& entryId, const MailLocation& loc
     auto found = locations.find(entryId);
     if (found == locations.end()) {
         locations.insert(entryId, location);
-    } else if (!found->sameFile(location)) {
+    } else if (!found->samePlace(location)) {
         *found = location;
         ++moves;
     } else if (location.listedAtMs >= 0) {

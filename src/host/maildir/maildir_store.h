@@ -20,7 +20,7 @@ struct MailLocation {
     FileIdentity listed;
     qint64 listedAtMs = -1;
 
-    bool sameFile(const MailLocation& o) const {
+    bool samePlace(const MailLocation& o) const {
         return name == o.name && subdir == o.subdir && folderId == o.folderId && root == o.root;
     }
     // The identity a listing saw less than a second ago: a walk fetches each mail it just
