@@ -1,11 +1,23 @@
 #include "addin/cli.h"
 
 #include "addin/cli_commands.h"
+#include "addin/data_folder_owner.h"
+#include "addin/folder_watchers.h"
+#include "addin/owner_relay.h"
 #include "common/folders.h"
+#include "data/data_files.h"
+#include "data/globals.h"
 #include "data/settings.h"
 #include "ui/console_interaction.h"
 
 #include <QDir>
+#include <QJsonArray>
+#include <QLocalSocket>
+#include <QThread>
+
+#include <unistd.h>
+
+using namespace Qt::StringLiterals;
 
 namespace {
 const char* kUsage =
@@ -45,79 +57,270 @@ Options:
   -h, --help                 show this help
   --version                  show the version
 )";
-} // namespace
 
-int RunCli(const QStringList& args, CliContext& ctx) {
-    CliOptions opts;
+// What a command needs before it runs.
+enum class Needs {
+    Nothing,  // runs here, always
+    Settings, // the settings store
+    Data,     // the data files
+    Store,    // the data files and the mail store
+    Owner,    // becomes the data folder's owner
+};
+
+struct CommandSpec {
+    const char* name;
+    int (*run)(const CliOptions&, CliContext&);
+    Needs needs;
+    int maxArgs; // -1: the command checks its arguments itself
+};
+
+const CommandSpec kCommands[] = {
+    {"rules", CmdRules, Needs::Data, 0},
+    {"blocked", CmdBlocked, Needs::Data, 0},
+    {"settings", CmdSettings, Needs::Settings, 2},
+    {"paths", CmdPaths, Needs::Nothing, 0},
+    {"watch", CmdWatch, Needs::Owner, 0},
+    {"demo", CmdDemo, Needs::Nothing, 0},
+    {"folders", CmdFolders, Needs::Store, 0},
+    {"test", CmdTest, Needs::Store, -1},
+    {"run", CmdRun, Needs::Store, -1},
+    {"reset", CmdReset, Needs::Store, -1},
+    {"check-rule", CmdCheckRule, Needs::Store, -1},
+    {"protocol", CmdProtocol, Needs::Data, -1},
+    {"extras", CmdExtras, Needs::Store, -1},
+};
+
+const CommandSpec* FindCommand(const QString& name) {
+    for (const CommandSpec& c : kCommands)
+        if (name == QLatin1String(c.name)) return &c;
+    return nullptr;
+}
+
+// The options before or after the command; the rest are the command's own. A non-negative
+// return is the exit code of a command line that ends here (help, version, a wrong option).
+int ParseOptions(const QStringList& args, CliOptions& opts, QString& command, QTextStream& out,
+                 QTextStream& err) {
     opts.maildir = qEnvironmentVariable("MAILDIR");
-    if (opts.maildir.isEmpty())
-        opts.maildir = QDir::homePath() + QStringLiteral("/Maildir");
+    if (opts.maildir.isEmpty()) opts.maildir = QDir::homePath() + QStringLiteral("/Maildir");
     QStringList rest;
     for (int i = 0; i < args.size(); ++i) {
         const QString& a = args.at(i);
-        if (a == QLatin1String("--maildir")) {
-            if (i + 1 >= args.size()) {
-                ctx.err << "stowaway: --maildir needs a path\n";
+        if (a == QLatin1String("--maildir") || a.startsWith(QLatin1String("--maildir="))) {
+            const bool inline_ = a.size() > 9;
+            if (!inline_ && i + 1 >= args.size()) {
+                err << "stowaway: --maildir needs a path\n";
                 return 2;
             }
-            opts.maildir = args.at(++i);
-        } else if (a.startsWith(QLatin1String("--maildir="))) {
-            opts.maildir = a.mid(10);
+            const QString path = inline_ ? a.mid(10) : args.at(++i);
+            if (path.isEmpty()) {
+                err << "stowaway: --maildir needs a path\n";
+                return 2;
+            }
+            opts.maildir = path;
         } else if (a == QLatin1String("--yes")) {
             opts.answers = ConsoleInteraction::Answers::Yes;
         } else if (a == QLatin1String("--no-input")) {
             opts.answers = ConsoleInteraction::Answers::NoInput;
         } else if (a == QLatin1String("-h") || a == QLatin1String("--help")) {
-            ctx.out << kUsage;
+            out << kUsage;
             return 0;
         } else if (a == QLatin1String("--version")) {
             InitAppCaptions();
-            ctx.out << gAppCaption << '\n';
+            out << gAppCaption << '\n';
             return 0;
         } else {
             rest << a;
         }
     }
     if (rest.isEmpty()) {
-        ctx.err << kUsage;
+        err << kUsage;
         return 2;
     }
-    const QString command = rest.takeFirst();
+    command = rest.takeFirst();
     opts.args = rest;
+    opts.maildir = QDir(opts.maildir).absolutePath();
+    return -1;
+}
+
+// The command's spec after its arguments were counted; null after an error line.
+const CommandSpec* CheckCommand(const QString& command, const CliOptions& opts, QTextStream& err) {
+    const CommandSpec* spec = FindCommand(command);
+    if (!spec) {
+        err << "stowaway: unknown command '" << command << "' (see stowaway --help)\n";
+        return nullptr;
+    }
+    if (spec->maxArgs >= 0 && opts.args.size() > spec->maxArgs) {
+        err << "stowaway: " << command << " takes "
+            << (spec->maxArgs == 0 ? QStringLiteral("no arguments")
+                                   : QStringLiteral("at most %1 arguments").arg(spec->maxArgs))
+            << "; '" << opts.args.at(spec->maxArgs) << "' is one too many\n";
+        return nullptr;
+    }
+    return spec;
+}
+
+// The command here, with its start and finish; the lock is the caller's.
+int RunHere(const CommandSpec& spec, const CliOptions& opts, CliContext& ctx) {
+    switch (spec.needs) {
+    case Needs::Nothing:
+        return spec.run(opts, ctx);
+    case Needs::Settings:
+        ReadSettingsIntoGlobals();
+        InitAppCaptions();
+        return spec.run(opts, ctx);
+    case Needs::Data:
+        StartWithoutStore();
+        break;
+    case Needs::Store:
+    case Needs::Owner:
+        if (!StartWithStore(opts.maildir, ctx)) {
+            FinishStarted();
+            return 1;
+        }
+        break;
+    }
+    const int rc = spec.run(opts, ctx);
+    FinishStarted();
+    return rc;
+}
+
+// `watch`: the owner of the data folder for as long as it runs.
+int RunAsOwner(const CommandSpec& spec, const CliOptions& opts, CliContext& ctx) {
+    DataFolderOwner owner(GetDataFolder());
+    bool said = false;
+    while (!owner.acquire(DataFolderOwner::Role::Owner)) {
+        const DataFolderHolder holder = owner.holder();
+        if (holder.owner || !owner.lastError().contains(QLatin1String("in use"))) {
+            ctx.err << "stowaway: the data folder " << GetDataFolder() << " is owned by "
+                    << DescribeHolder(holder) << "; stop it first (stowaway runs once per data "
+                    << "folder)\n";
+            if (!owner.lastError().contains(QLatin1String("in use")))
+                ctx.err << "stowaway: " << owner.lastError() << '\n';
+            return 2;
+        }
+        // A single command holds it for its run: wait for its end.
+        if (!said)
+            ctx.err << "stowaway: waiting for " << DescribeHolder(holder)
+                    << ", which uses the data folder\n"
+                    << Qt::flush;
+        said = true;
+        QThread::msleep(100);
+    }
+    if (!owner.listen()) {
+        ctx.err << "stowaway: cannot open the control socket " << owner.socketPath() << ": "
+                << owner.lastError() << '\n';
+        return 1;
+    }
+    ctx.owner = &owner;
+    const int rc = RunHere(spec, opts, ctx);
+    ctx.owner = nullptr;
+    return rc;
+}
+
+// Any other command that touches the data: to the owner when there is one, else here under
+// the lock.
+int RunForwardedOrHere(const CommandSpec& spec, const QStringList& args, const CliOptions& opts,
+                       ConsoleInteraction& console, CliContext& ctx) {
+    DataFolderOwner lock(GetDataFolder());
+    bool said = false;
+    for (;;) {
+        if (lock.acquire(DataFolderOwner::Role::Command)) return RunHere(spec, opts, ctx);
+        if (!lock.lastError().contains(QLatin1String("in use"))) {
+            ctx.err << "stowaway: " << lock.lastError() << '\n';
+            return 1;
+        }
+        if (const std::unique_ptr<QLocalSocket> socket = ConnectToOwner(GetDataFolder())) {
+            QJsonObject request{{u"t"_s, u"command"_s},
+                                {u"args"_s, QJsonArray::fromStringList(args)},
+                                {u"cwd"_s, QDir::currentPath()}};
+            return RunForwardedCall(*socket, request, console, ctx.out, ctx.err);
+        }
+        // Held by a single command, or by an owner that is still starting.
+        if (!said)
+            ctx.err << "stowaway: waiting for " << DescribeHolder(lock.holder())
+                    << ", which uses the data folder\n"
+                    << Qt::flush;
+        said = true;
+        QThread::msleep(100);
+    }
+}
+} // namespace
+
+int RunCli(const QStringList& args, CliContext& ctx) {
+    CliOptions opts;
+    QString command;
+    if (const int rc = ParseOptions(args, opts, command, ctx.out, ctx.err); rc >= 0) return rc;
+    const CommandSpec* spec = CheckCommand(command, opts, ctx.err);
+    if (!spec) return 2;
 
     ConsoleInteraction console(opts.answers);
     SetUserInteraction(&console);
     int rc = 2;
-    if (command == QLatin1String("rules"))
-        rc = CmdRules(opts, ctx);
-    else if (command == QLatin1String("blocked"))
-        rc = CmdBlocked(opts, ctx);
-    else if (command == QLatin1String("settings"))
-        rc = CmdSettings(opts, ctx);
-    else if (command == QLatin1String("paths"))
-        rc = CmdPaths(opts, ctx);
-    else if (command == QLatin1String("test"))
-        rc = CmdTestOrRun(opts, ctx, true);
-    else if (command == QLatin1String("run"))
-        rc = CmdTestOrRun(opts, ctx, false);
-    else if (command == QLatin1String("reset"))
-        rc = CmdReset(opts, ctx);
-    else if (command == QLatin1String("check-rule"))
-        rc = CmdCheckRule(opts, ctx);
-    else if (command == QLatin1String("extras"))
-        rc = CmdExtras(opts, ctx);
-    else if (command == QLatin1String("folders"))
-        rc = CmdFolders(opts, ctx);
-    else if (command == QLatin1String("protocol"))
-        rc = CmdProtocol(opts, ctx);
-    else if (command == QLatin1String("watch"))
-        rc = CmdWatch(opts, ctx);
-    else if (command == QLatin1String("demo"))
-        rc = CmdDemo(opts, ctx);
-    else
-        ctx.err << "stowaway: unknown command '" << command << "' (see stowaway --help)\n";
+    switch (spec->needs) {
+    case Needs::Nothing:
+        rc = RunHere(*spec, opts, ctx);
+        break;
+    case Needs::Owner:
+        rc = RunAsOwner(*spec, opts, ctx);
+        break;
+    default:
+        rc = RunForwardedOrHere(*spec, args, opts, console, ctx);
+        break;
+    }
     ctx.out.flush();
     ctx.err.flush();
     SetUserInteraction(nullptr);
     return rc;
+}
+
+void ServeCommandCall(OwnerCall* call) {
+    QStringList args;
+    for (const QJsonValue& v : call->request().value(u"args"_s).toArray())
+        args << v.toString();
+    RelayDevice outDevice(*call, u"out"_s);
+    RelayDevice errDevice(*call, u"err"_s);
+    QTextStream out(&outDevice);
+    QTextStream err(&errDevice);
+    CliContext ctx{out, err, nullptr, nullptr};
+
+    // Relative paths of the caller's command line are the caller's.
+    const QString ownFolder = QDir::currentPath();
+    QDir::setCurrent(call->request().value(u"cwd"_s).toString());
+    CliOptions opts;
+    QString command;
+    int rc = ParseOptions(args, opts, command, out, err);
+    const CommandSpec* spec = rc >= 0 ? nullptr : CheckCommand(command, opts, err);
+    if (rc < 0 && spec && (spec->needs == Needs::Nothing || spec->needs == Needs::Owner)) {
+        err << "stowaway: " << command << " is not carried out by the owner\n";
+        spec = nullptr;
+    }
+    if (rc < 0 && !spec) rc = 2;
+    if (spec) {
+        RelayInteraction relay(*call, out, err);
+        UserInteraction& own = ui();
+        SetUserInteraction(&relay);
+        WatchersPause pause;
+        // A run sets these for itself; the owner's own values come back afterwards, save for
+        // what `settings` changed on purpose.
+        const bool test = SWTest, doProto = DoProto, run = SWRun;
+        if (spec->needs == Needs::Store && CurrentAddinState() != AddinState::Running) {
+            err << "stowaway: the owner has no mail store open\n";
+            rc = 1;
+        } else {
+            rc = spec->run(opts, ctx);
+        }
+        if (spec->needs != Needs::Settings) {
+            SWTest = test;
+            DoProto = doProto;
+        }
+        SWRun = run;
+        SaveData();
+        out.flush();
+        err.flush();
+        SetUserInteraction(&own);
+    }
+    QDir::setCurrent(ownFolder);
+    out.flush();
+    err.flush();
+    call->finish(rc);
 }

@@ -2,6 +2,7 @@
 
 #include "addin/extras_run.h"
 #include "addin/folder_commands.h"
+#include "addin/service_loop.h"
 #include "common/dates.h"
 #include "common/folders.h"
 #include "data/data_files.h"
@@ -13,30 +14,10 @@
 
 #include <QCoreApplication>
 #include <QDir>
+#include <QFile>
 #include <QMap>
-#include <QSocketNotifier>
-
-#include <csignal>
-#include <sys/socket.h>
-#include <unistd.h>
 
 namespace {
-// The start every command makes: settings into the globals and the data loaded, with the
-// store opened for the inbox of a first start.
-void StartQuietly(const CliOptions& opts, CliContext& ctx) {
-    HostEnvironment host;
-    host.openSession = [&]() { return ctx.openStore(opts.maildir); };
-    OnConnection(host);
-    if (CurrentAddinState() != AddinState::Running) {
-        // No store: the data can still be shown.
-        LoadData([] {
-            InboxInfo none;
-            none.errorDescription = QStringLiteral("No mail store");
-            return none;
-        });
-    }
-}
-
 QString SaveByText(const udtRule& r) {
     static const char* kDateFormats[] = {"dd-mm-yyyy", "yyyy-mm-dd", "yyyy-mm", "yyyy-ww"};
     switch (r.SaveBy) {
@@ -72,14 +53,9 @@ QString ConflictText(uint8_t fileExists) {
     }
 }
 
-void Finish() {
-    OnBeginShutdown();
-    OnDisconnection();
-}
 } // namespace
 
-int CmdRules(const CliOptions& opts, CliContext& ctx) {
-    StartQuietly(opts, ctx);
+int CmdRules(const CliOptions&, CliContext& ctx) {
     auto& out = ctx.out;
     if (RulesCount == 0) out << "No rules.\n";
     for (int i = 1; i <= RulesCount; ++i) {
@@ -105,12 +81,10 @@ int CmdRules(const CliOptions& opts, CliContext& ctx) {
         if (!r.Execute.get().isEmpty()) actions << QStringLiteral("run %1").arg(r.Execute.get());
         if (!actions.isEmpty()) out << "   then:    " << actions.join(QStringLiteral(", ")) << '\n';
     }
-    Finish();
     return 0;
 }
 
-int CmdBlocked(const CliOptions& opts, CliContext& ctx) {
-    StartQuietly(opts, ctx);
+int CmdBlocked(const CliOptions&, CliContext& ctx) {
     for (int i = 1; i <= BlockedCount; ++i) {
         const udtBlockedFormat& b = BlockedFormats[i];
         ctx.out << QStringLiteral("%1  %2  %3%4\n")
@@ -120,38 +94,29 @@ int CmdBlocked(const CliOptions& opts, CliContext& ctx) {
                                              : QStringLiteral("allowed"))
                        .arg(IsTrue(b.System) ? QString() : QStringLiteral(" (own)"));
     }
-    Finish();
     return 0;
 }
 
 int CmdSettings(const CliOptions& opts, CliContext& ctx) {
-    if (opts.args.size() > 2) {
-        ctx.err << "stowaway: settings takes at most a key and a value\n";
-        return 2;
-    }
-    const auto& known = KnownSettings();
-    auto find = [&](const QString& key) -> const SettingInfo* {
-        for (const SettingInfo& s : known)
-            if (s.key.compare(key, Qt::CaseInsensitive) == 0) return &s;
-        return nullptr;
-    };
     if (opts.args.isEmpty()) {
-        for (const SettingInfo& s : known) {
-            const QString value = GetSetting(s.key, s.defaultValue);
-            ctx.out << s.key << '=' << value << '\n';
-        }
+        for (const SettingInfo& s : KnownSettings())
+            ctx.out << s.key << '=' << GetSetting(s.key, s.defaultValue) << '\n';
         return 0;
     }
-    const SettingInfo* info = find(opts.args.at(0));
+    const SettingInfo* info = FindSetting(opts.args.at(0));
     if (!info) {
-        ctx.err << "stowaway: unknown setting '" << opts.args.at(0) << "'\n";
+        ctx.err << "stowaway: unknown setting '" << opts.args.at(0)
+                << "' (see stowaway settings)\n";
         return 2;
     }
     if (opts.args.size() == 1) {
         ctx.out << GetSetting(info->key, info->defaultValue) << '\n';
         return 0;
     }
-    SaveSetting(info->key, opts.args.at(1));
+    if (const QString problem = ApplySetting(info->key, opts.args.at(1)); !problem.isEmpty()) {
+        ctx.err << "stowaway: " << problem << "; '" << opts.args.at(1) << "' is not saved\n";
+        return 2;
+    }
     ctx.out << info->key << '=' << GetSetting(info->key, info->defaultValue) << '\n';
     return 0;
 }
@@ -166,16 +131,6 @@ int CmdPaths(const CliOptions& opts, CliContext& ctx) {
 }
 
 namespace {
-// The session of a started add-in, or an error line and null.
-MailSession* RequireStore(const CliOptions& opts, CliContext& ctx) {
-    StartQuietly(opts, ctx);
-    if (CurrentAddinState() != AddinState::Running) {
-        ctx.err << "stowaway: the mail store " << opts.maildir << " cannot be opened\n";
-        return nullptr;
-    }
-    return gobjRDOSession();
-}
-
 // Watched folder by number, name or path (1-based); 0 if none.
 int FindWatchFolder(const QString& text) {
     bool isNumber = false;
@@ -200,9 +155,15 @@ int FindRule(const QString& text) {
 // The folders a command names: all active ones with --all, else one by FOLDER.
 bool PickFolders(QStringList args, CliContext& ctx, std::vector<int>& indices) {
     const bool all = args.removeAll(QStringLiteral("--all")) > 0;
+    std::vector<int> active;
+    for (int i = 1; i <= WatchFoldersCount; ++i)
+        if (IsTrue(WatchFolders[i].Active)) active.push_back(i);
     if (all && args.isEmpty()) {
-        for (int i = 1; i <= WatchFoldersCount; ++i)
-            if (IsTrue(WatchFolders[i].Active)) indices.push_back(i);
+        indices = active;
+        return true;
+    }
+    if (args.isEmpty() && !all && active.size() == 1) {
+        indices = active; // the only watched folder needs no name
         return true;
     }
     if (args.size() != 1) {
@@ -270,45 +231,41 @@ MailFolderPtr FindStoreFolder(MailSession* session, const QString& text, CliCont
 }
 } // namespace
 
-int CmdTestOrRun(const CliOptions& opts, CliContext& ctx, bool test) {
-    if (!RequireStore(opts, ctx)) {
-        Finish();
-        return 1;
-    }
+namespace {
+int TestOrRun(const CliOptions& opts, CliContext& ctx, bool test) {
     std::vector<int> indices;
     if (!PickFolders(opts.args, ctx, indices)) {
-        Finish();
         return 2;
     }
     if (RulesCount == 0) {
         // The driver ends at once without rules; the user should know why nothing happened.
         ctx.err << "stowaway: there are no rules, so no mail is looked at\n";
-        Finish();
         return 3;
     }
     SWTest = test;
     TerminalStatus status(ctx.err, "folders");
     const bool completed = TestOrRunFolders(indices, &status);
     ctx.out << gLastAction << '\n';
-    Finish();
     return completed ? 0 : 3;
+}
+} // namespace
+
+int CmdTest(const CliOptions& opts, CliContext& ctx) {
+    return TestOrRun(opts, ctx, true);
+}
+int CmdRun(const CliOptions& opts, CliContext& ctx) {
+    return TestOrRun(opts, ctx, false);
 }
 
 int CmdReset(const CliOptions& opts, CliContext& ctx) {
-    if (!RequireStore(opts, ctx)) {
-        Finish();
-        return 1;
-    }
     QStringList args = opts.args;
     const bool unread = args.removeAll(QStringLiteral("--unread")) > 0;
     std::vector<int> indices;
     if (!PickFolders(args, ctx, indices)) {
-        Finish();
         return 2;
     }
     const int count = ResetFolders(indices, unread, nullptr);
     ctx.out << count << " mail(s) reset\n";
-    Finish();
     return 0;
 }
 
@@ -317,21 +274,15 @@ int CmdCheckRule(const CliOptions& opts, CliContext& ctx) {
         ctx.err << "stowaway: check-rule takes a rule and a watched folder\n";
         return 2;
     }
-    if (!RequireStore(opts, ctx)) {
-        Finish();
-        return 1;
-    }
     const int rule = FindRule(opts.args.at(0));
     const int folder = FindWatchFolder(opts.args.at(1));
     if (rule == 0 || folder == 0) {
         ctx.err << "stowaway: no such " << (rule == 0 ? "rule" : "watched folder")
                 << " (see stowaway " << (rule == 0 ? "rules" : "folders") << ")\n";
-        Finish();
         return 2;
     }
     const int matches = CheckRule(rule, folder, nullptr);
     if (matches >= 0) ctx.out << matches << " matching mail(s)\n";
-    Finish();
     return matches < 0 ? 1 : 0;
 }
 
@@ -421,14 +372,9 @@ int CmdExtras(const CliOptions& opts, CliContext& ctx) {
         ctx.err << "stowaway: " << wrong << '\n';
         return 2;
     }
-    MailSession* session = RequireStore(opts, ctx);
-    if (!session) {
-        Finish();
-        return 1;
-    }
+    MailSession* session = gobjRDOSession();
     const MailFolderPtr folder = FindStoreFolder(session, a.folder, ctx);
     if (!folder) {
-        Finish();
         return 2;
     }
     SWTest = a.test;
@@ -451,23 +397,17 @@ int CmdExtras(const CliOptions& opts, CliContext& ctx) {
     const int32_t protoBefore = ProtoCount;
     const ExtrasRunSummary summary = RunExtras(run, listing.rows, &status);
     if (summary.refused) {
-        Finish();
         return 1;
     }
     ctx.out << summary.rowsDone << " of " << listing.rows.size() << " mail(s) processed";
     if (summary.rowsFailed > 0) ctx.out << ", " << summary.rowsFailed << " could not be read";
     ctx.out << (summary.stoppedEarly ? "; the run stopped early\n" : "\n");
     PrintWhereFilesWent(ProtoCount - protoBefore, a, ctx);
-    Finish();
     return summary.stoppedEarly ? 3 : 0;
 }
 
-int CmdFolders(const CliOptions& opts, CliContext& ctx) {
-    MailSession* session = RequireStore(opts, ctx);
-    if (!session) {
-        Finish();
-        return 1;
-    }
+int CmdFolders(const CliOptions&, CliContext& ctx) {
+    MailSession* session = gobjRDOSession();
     ForEachStoreFolder(session, [&](const MailFolderPtr& f, int depth) {
         ctx.out << QString(depth * 2, QLatin1Char(' ')) << f->Name().value << "  ("
                 << f->ItemCount().value << " mails)\n";
@@ -476,7 +416,6 @@ int CmdFolders(const CliOptions& opts, CliContext& ctx) {
     for (int i = 1; i <= WatchFoldersCount; ++i)
         ctx.out << "  " << i << ". " << WatchFolders[i].Path.get()
                 << (IsTrue(WatchFolders[i].Active) ? "" : "  (not watched)") << '\n';
-    Finish();
     return 0;
 }
 
@@ -500,7 +439,6 @@ int CmdProtocol(const CliOptions& opts, CliContext& ctx) {
         ctx.err << "stowaway: FIELD is one of " << kFields.join(QStringLiteral(", ")) << '\n';
         return 2;
     }
-    StartQuietly(opts, ctx);
     auto fieldOf = [&](const udtProtoEntry& e) -> QString {
         if (field == QLatin1String("rule")) return e.Rule.get();
         if (field == QLatin1String("sender")) return e.Sender.get();
@@ -521,65 +459,36 @@ int CmdProtocol(const CliOptions& opts, CliContext& ctx) {
                 << ", from " << e.Sender.get() << ", mail \"" << e.Mail.get() << "\"\n";
     }
     ctx.out << shown << " of " << ProtoCount << " entries\n";
-    Finish();
     return 0;
 }
 
-namespace {
-int gSignalPipe[2] = {-1, -1};
-void OnStopSignal(int) {
-    const char c = 1;
-    [[maybe_unused]] ssize_t n = ::write(gSignalPipe[1], &c, 1);
-}
-} // namespace
-
 int CmdWatch(const CliOptions& opts, CliContext& ctx) {
-    if (!RequireStore(opts, ctx)) {
-        Finish();
-        return 1;
-    }
     if (!SWActive)
         ctx.err
             << "stowaway: automatic saving is off; turn it on with: stowaway settings SWActive 1\n";
     else if (SWTest)
         ctx.err << "stowaway: test mode is on, nothing is saved; turn it off with: stowaway "
                    "settings SWTest 0\n";
+    ctx.err << Qt::flush;
     int watched = 0;
     for (int i = 1; i <= WatchFoldersCount; ++i)
         if (IsTrue(WatchFolders[i].Active)) ++watched;
     ctx.out << "Watching " << watched << " folder(s) of " << opts.maildir << "; stop with Ctrl+C.\n"
             << Qt::flush;
-
-    // SIGINT and SIGTERM end the loop through a pipe, so the shutdown runs on the event loop.
-    if (::socketpair(AF_UNIX, SOCK_STREAM, 0, gSignalPipe) != 0) {
-        ctx.err << "stowaway: cannot set up signal handling\n";
-        Finish();
-        return 1;
-    }
-    QSocketNotifier notifier(gSignalPipe[0], QSocketNotifier::Read);
-    QObject::connect(&notifier, &QSocketNotifier::activated, [] { QCoreApplication::quit(); });
-    struct sigaction sa = {};
-    sa.sa_handler = OnStopSignal;
-    sigemptyset(&sa.sa_mask);
-    sigaction(SIGINT, &sa, nullptr);
-    sigaction(SIGTERM, &sa, nullptr);
-
-    QCoreApplication::exec();
-
-    signal(SIGINT, SIG_DFL);
-    signal(SIGTERM, SIG_DFL);
+    const int status = RunServiceLoop(*ctx.owner, {ServeCommandCall, nullptr});
     FlushProtocol();
-    Finish();
-    ::close(gSignalPipe[0]);
-    ::close(gSignalPipe[1]);
     ctx.out << "Stopped.\n";
-    return 0;
+    return status == 0 ? 0 : 1;
 }
 
-int CmdDemo(const CliOptions& opts, CliContext& ctx) {
+int CmdDemo(const CliOptions&, CliContext& ctx) {
     InitAppCaptions();
-    const QString maildir = GetDataFolder() + QStringLiteral("Demo Maildir");
-    QDir(maildir).removeRecursively();
+    // Everything of the demo lives in a folder of its own, made afresh each time: its Maildir,
+    // its data files and the files it saves. The user's own data stay as they are.
+    const QString demoRoot = GetDataFolder() + QStringLiteral("Demo/");
+    const QString documents = GetSpecialFolder(Csidl::Personal) + QLatin1Char('/');
+    QDir(demoRoot).removeRecursively();
+    const QString maildir = demoRoot + QStringLiteral("Maildir");
     const Result<int> made =
         ctx.makeDemoMaildir
             ? ctx.makeDemoMaildir(maildir)
@@ -590,12 +499,16 @@ int CmdDemo(const CliOptions& opts, CliContext& ctx) {
     }
     ctx.out << "Made a sample Maildir with " << made.value << " mails: " << maildir << "\n\n";
 
-    CliOptions demo = opts;
-    demo.maildir = maildir;
-    if (!RequireStore(demo, ctx)) {
-        Finish();
-        return 1;
-    }
+    qputenv("XDG_DATA_HOME", QFile::encodeName(demoRoot + QStringLiteral("data")));
+    if (!StartWithStore(maildir, ctx)) return 1;
+    // The sample rules and projects save below the documents folder: here, below the demo's.
+    const QString saved = demoRoot + QStringLiteral("Saved/");
+    for (int i = 1; i <= RulesCount; ++i)
+        if (Rules[i].Folder.get().startsWith(documents))
+            Rules[i].Folder = saved + Rules[i].Folder.get().mid(documents.size());
+    for (int i = 1; i <= ProjectsCount; ++i)
+        if (Projects[i].Folder.get().startsWith(documents))
+            Projects[i].Folder = saved + Projects[i].Folder.get().mid(documents.size());
     // This run watches the demo inbox only, and really saves; nothing of it is stored as a setting.
     const MailFolderPtr inbox = gobjRDOSession()->GetDefaultInbox().value;
     udtWatchFolder wf;
@@ -624,8 +537,40 @@ int CmdDemo(const CliOptions& opts, CliContext& ctx) {
                 << e.Rule.get() << '\n';
     }
     ctx.out << "\n"
-            << (ProtoCount - protoBefore) << " protocol entries added (" << ProtoCount
-            << " in all). See them again with: stowaway protocol\n";
-    Finish();
+            << (ProtoCount - protoBefore)
+            << " protocol entries added. Everything of the demo is in " << demoRoot << '\n';
+    FinishStarted();
     return 0;
+}
+
+bool StartWithStore(const QString& maildir, CliContext& ctx) {
+    HostEnvironment host;
+    host.openSession = [&]() { return ctx.openStore(maildir); };
+    OnConnection(host);
+    // A failed start has said why in its message; the data can still be shown.
+    return CurrentAddinState() == AddinState::Running;
+}
+
+void StartWithoutStore() {
+    ReadSettingsIntoGlobals();
+    InitAppCaptions();
+    // The inbox of a first start matters only to commands that open the store; without one,
+    // nothing is said about it.
+    UserInteraction& shown = ui();
+    SetUserInteraction(nullptr);
+    LoadData([] {
+        InboxInfo none;
+        none.errorDescription = QStringLiteral("No mail store");
+        return none;
+    });
+    SetUserInteraction(&shown);
+}
+
+void FinishStarted() {
+    if (CurrentAddinState() == AddinState::NotConnected) {
+        SaveData();
+        return;
+    }
+    OnBeginShutdown();
+    OnDisconnection();
 }

@@ -1,5 +1,6 @@
 #pragma once
-// The commands of `stowaway`, one function each.
+// The commands of `stowaway`, one function each. They run after the dispatcher's start (the
+// data loaded, and the store opened for those that need it) and before its finish.
 #include "addin/cli.h"
 #include "ui/console_interaction.h"
 
@@ -13,7 +14,8 @@ int CmdRules(const CliOptions& opts, CliContext& ctx);
 int CmdBlocked(const CliOptions& opts, CliContext& ctx);
 int CmdSettings(const CliOptions& opts, CliContext& ctx);
 int CmdPaths(const CliOptions& opts, CliContext& ctx);
-int CmdTestOrRun(const CliOptions& opts, CliContext& ctx, bool test);
+int CmdTest(const CliOptions& opts, CliContext& ctx);
+int CmdRun(const CliOptions& opts, CliContext& ctx);
 int CmdReset(const CliOptions& opts, CliContext& ctx);
 int CmdCheckRule(const CliOptions& opts, CliContext& ctx);
 int CmdExtras(const CliOptions& opts, CliContext& ctx);
@@ -21,3 +23,11 @@ int CmdFolders(const CliOptions& opts, CliContext& ctx);
 int CmdProtocol(const CliOptions& opts, CliContext& ctx);
 int CmdWatch(const CliOptions& opts, CliContext& ctx);
 int CmdDemo(const CliOptions& opts, CliContext& ctx);
+
+// The starts of the dispatcher. With the store: the add-in's start (OnConnection), false after
+// one message when the store cannot be opened. Without: settings and data only, with no word
+// about a store.
+bool StartWithStore(const QString& maildir, CliContext& ctx);
+void StartWithoutStore();
+// The end of a started command: the data written, the add-in shut down.
+void FinishStarted();

@@ -208,6 +208,10 @@ ExtrasRunSummary RunExtras(const ExtrasRunOptions& options, const std::vector<Ex
     const int32_t total = static_cast<int32_t>(rows.size());
     for (int32_t i = 0; i < total; ++i) {
         ShowProgress(i + 1, total, status);
+        if (ui().cancelRequested()) {
+            summary.stoppedEarly = true;
+            break;
+        }
         const ExtrasRow& row = rows[static_cast<size_t>(i)];
         if (!row.ticked) continue;
         const Result<MailItemPtr> item = GetItemFromID(row.tag);

@@ -33,6 +33,7 @@ void ForEachWatchedFolder(const std::vector<int>& indices, StatusSurface* status
     int done = 0;
     for (int index : indices) {
         if (several) ShowProgress(++done, static_cast<int32_t>(indices.size()), status);
+        if (ui().cancelRequested()) break;
         const MailFolderPtr folder = ResolveWatchFolder(index);
         if (folder && !visit(index, folder)) break;
     }

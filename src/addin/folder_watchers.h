@@ -7,7 +7,7 @@
 #include <memory>
 
 class clsFolderWrapper {
-public:
+  public:
     clsFolderWrapper(MailFolderPtr folder, int16_t key, QString folderPath);
 
     // The folder route of a new item.
@@ -18,7 +18,7 @@ public:
     const MailFolderPtr& Folder() const { return m_folder; }
     void setSubscription(std::unique_ptr<ItemAddSubscription> s) { m_subscription = std::move(s); }
 
-private:
+  private:
     MailFolderPtr m_folder;
     int16_t m_key;
     QString m_location;
@@ -39,3 +39,15 @@ void SetWatchFolders();
 QString FldWrapAdd(const MailFolderPtr& objFolder);
 // Removes every watcher.
 void KillFolderWrappers();
+
+// While one lives, new-mail events wait instead of reaching the driver; they are handled once
+// the last one ends. The owner of the data folder holds one while it runs a caller's command.
+class WatchersPause {
+  public:
+    WatchersPause();
+    ~WatchersPause();
+    WatchersPause(const WatchersPause&) = delete;
+    WatchersPause& operator=(const WatchersPause&) = delete;
+};
+// True while a watcher hands new mail to the driver.
+bool WatcherBusy();

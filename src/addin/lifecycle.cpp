@@ -40,7 +40,7 @@ InboxInfo LookUpInbox() {
 
 void OnConnection(HostEnvironment& host) {
     gHost = host;
-    CurrLang = static_cast<uint8_t>(LeadingNumber(GetSetting(QStringLiteral("CurrLang"), QStringLiteral("0"))));
+    CurrLang = static_cast<uint8_t>(LeadingNumber(GetSetting(QStringLiteral("CurrLang"), DefaultCurrLang())));
     LangChanged = false;
     InitAppCaptions();
     if (!host.hasUserInterface) {

@@ -1,11 +1,13 @@
 #include "data/settings.h"
 
+#include "common/folders.h"
 #include "common/lang.h"
 #include "common/vbstring.h"
 #include "data/globals.h"
 #include "data/log.h"
 
 #include <QFile>
+#include <QLocale>
 #include <QSettings>
 #include <QStandardPaths>
 #include <QStringDecoder>
@@ -112,7 +114,7 @@ void ReadSettingsIntoGlobals() {
     if (IsDamaged(QSettings(SettingsFilePath(), QSettings::IniFormat)))
         WriteLog(QStringLiteral("! Settings: ") + SettingsFilePath() +
                  QStringLiteral(" is damaged; using defaults"));
-    AssignNumber(CurrLang, QStringLiteral("CurrLang"), QStringLiteral("0"));
+    AssignNumber(CurrLang, QStringLiteral("CurrLang"), DefaultCurrLang());
     DoProto = GetBoolSetting(QStringLiteral("DoProto"), QStringLiteral("0"));
     SWActive = GetBoolSetting(QStringLiteral("SWActive"), QStringLiteral("0"));
     SWTest = GetBoolSetting(QStringLiteral("SWTest"), QStringLiteral("1"));
@@ -122,28 +124,87 @@ void ReadSettingsIntoGlobals() {
     SoundName = GetSetting(QStringLiteral("SoundName"), QStringLiteral("Moog 1"));
 }
 
+QString DefaultCurrLang() {
+    return QLocale::system().language() == QLocale::German ? QStringLiteral("0")
+                                                           : QStringLiteral("1");
+}
+
 const QList<SettingInfo>& KnownSettings() {
-    static const QList<SettingInfo> kSettings = {
-        {QStringLiteral("CurrLang"), QStringLiteral("0")},
-        {QStringLiteral("DoProto"), QStringLiteral("0")},
-        {QStringLiteral("SWActive"), QStringLiteral("0")},
-        {QStringLiteral("SWTest"), QStringLiteral("1")},
-        {QStringLiteral("Notify"), QStringLiteral("1")},
-        {QStringLiteral("NotifyTime"), QStringLiteral("5")},
-        {QStringLiteral("NotifySound"), QStringLiteral("1")},
+    using K = SettingKind;
+    static QList<SettingInfo> kSettings = {
+        {QStringLiteral("CurrLang"), QStringLiteral("0"), true, K::Whole, 0, 1},
+        {QStringLiteral("DoProto"), QStringLiteral("0"), true, K::YesNo},
+        {QStringLiteral("SWActive"), QStringLiteral("0"), true, K::YesNo},
+        {QStringLiteral("SWTest"), QStringLiteral("1"), true, K::YesNo},
+        {QStringLiteral("Notify"), QStringLiteral("1"), true, K::Whole, 0, 2},
+        {QStringLiteral("NotifyTime"), QStringLiteral("5"), true, K::Whole, 1, 99},
+        {QStringLiteral("NotifySound"), QStringLiteral("1"), true, K::YesNo},
         {QStringLiteral("SoundName"), QStringLiteral("Moog 1")},
-        {QStringLiteral("MarkMail"), QStringLiteral("0")},
+        {QStringLiteral("MarkMail"), QStringLiteral("0"), true, K::YesNo},
         {QStringLiteral("LastPath"), QString()},
-        {QStringLiteral("DoInvAdr"), QStringLiteral("0")},
+        {QStringLiteral("DoInvAdr"), QStringLiteral("0"), true, K::YesNo},
         {QStringLiteral("Doku"), QString()},
-        {QStringLiteral("CmdBarExplRow"), QString(), false},
-        {QStringLiteral("CmdBarExplPos"), QString(), false},
-        {QStringLiteral("CmdBarExplX"), QString(), false},
-        {QStringLiteral("CmdBarExplY"), QString(), false},
-        {QStringLiteral("CmdBarExplW"), QString(), false},
-        {QStringLiteral("CmdBarExplH"), QString(), false},
+        {QStringLiteral("CmdBarExplRow"), QString(), false, K::Whole, -32768, 32767},
+        {QStringLiteral("CmdBarExplPos"), QString(), false, K::Whole, -32768, 32767},
+        {QStringLiteral("CmdBarExplX"), QString(), false, K::Whole, -32768, 32767},
+        {QStringLiteral("CmdBarExplY"), QString(), false, K::Whole, -32768, 32767},
+        {QStringLiteral("CmdBarExplW"), QString(), false, K::Whole, -32768, 32767},
+        {QStringLiteral("CmdBarExplH"), QString(), false, K::Whole, -32768, 32767},
         // The pause after each changed mail, in seconds; bulk runs set it to "0".
-        {QStringLiteral("PaceSeconds"), QStringLiteral("0.5")},
+        {QStringLiteral("PaceSeconds"), QStringLiteral("0.5"), true, K::Decimal, 0, 60},
     };
+    // The first start's language follows the desktop's locale, which may change between calls.
+    kSettings[0].defaultValue = DefaultCurrLang();
     return kSettings;
+}
+
+const SettingInfo* FindSetting(const QString& key) {
+    for (const SettingInfo& s : KnownSettings())
+        if (s.key.compare(key, Qt::CaseInsensitive) == 0) return &s;
+    return nullptr;
+}
+
+QString SettingValueProblem(const SettingInfo& info, const QString& value) {
+    const auto range = [&] { return QStringLiteral("%1 to %2").arg(info.min).arg(info.max); };
+    bool ok = false;
+    switch (info.kind) {
+    case SettingKind::Text:
+        return {};
+    case SettingKind::YesNo:
+        if (value == QLatin1String("0") || value == QLatin1String("1")) return {};
+        return info.key + QStringLiteral(" takes 1 (yes) or 0 (no)");
+    case SettingKind::Whole: {
+        const int n = value.toInt(&ok);
+        if (ok && n >= info.min && n <= info.max) return {};
+        QString text = info.key + QStringLiteral(" takes a whole number from ") + range();
+        if (info.key == QLatin1String("CurrLang"))
+            text += QStringLiteral(" (0 German, 1 English)");
+        else if (info.key == QLatin1String("Notify"))
+            text += QStringLiteral(" (0 none, 1 message box, 2 tray balloon)");
+        else if (info.key == QLatin1String("NotifyTime"))
+            text += QStringLiteral(" (seconds)");
+        return text;
+    }
+    case SettingKind::Decimal: {
+        const double d = value.toDouble(&ok);
+        if (ok && d >= info.min && d <= info.max) return {};
+        return info.key + QStringLiteral(" takes a number of seconds from ") + range() +
+               QStringLiteral(" (such as 0.5)");
+    }
+    }
+    return {};
+}
+
+QString ApplySetting(const QString& key, const QString& value) {
+    const SettingInfo* info = FindSetting(key);
+    if (!info) return QStringLiteral("unknown setting '") + key + QLatin1Char('\'');
+    if (QString problem = SettingValueProblem(*info, value); !problem.isEmpty()) return problem;
+    SaveSetting(info->key, value);
+    const uint8_t langBefore = CurrLang;
+    ReadSettingsIntoGlobals();
+    if (CurrLang != langBefore) {
+        LangChanged = true;
+        InitAppCaptions();
+    }
+    return {};
 }

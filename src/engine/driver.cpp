@@ -340,6 +340,7 @@ void WalkFolder(RunState& run, const MailFolderPtr& folder, const udtRule& speci
             ProcessItem(run, item, special);
         item.reset(); // a walk over a large folder holds only the mails still to come
         ui().pumpEvents();
+        if (ui().cancelRequested()) run.abortRun = true;
         if (run.abortRun) break;
     }
     if (run.status) ShowSubProgress(-1, -1, run.status);

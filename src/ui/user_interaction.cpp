@@ -3,25 +3,29 @@
 #include <QCoreApplication>
 #include <QElapsedTimer>
 
+MsgAnswer SafeMsgAnswer(MsgButtons buttons) {
+    switch (buttons) {
+    case MsgButtons::OK:
+        return MsgAnswer::OK;
+    case MsgButtons::OKCancel:
+    case MsgButtons::RetryCancel:
+    case MsgButtons::YesNoCancel:
+        return MsgAnswer::Cancel;
+    case MsgButtons::AbortRetryIgnore:
+        return MsgAnswer::Abort;
+    case MsgButtons::YesNo:
+        return MsgAnswer::No;
+    }
+    return MsgAnswer::Cancel;
+}
+
 namespace {
 // Answers every question with its safest choice and shows nothing.
 class SilentInteraction final : public UserInteraction {
   public:
     void beep() override {}
     MsgAnswer messageBox(const QString&, MsgButtons buttons, MsgIcon, const QString&) override {
-        switch (buttons) {
-        case MsgButtons::OK:
-            return MsgAnswer::OK;
-        case MsgButtons::OKCancel:
-        case MsgButtons::RetryCancel:
-        case MsgButtons::YesNoCancel:
-            return MsgAnswer::Cancel;
-        case MsgButtons::AbortRetryIgnore:
-            return MsgAnswer::Abort;
-        case MsgButtons::YesNo:
-            return MsgAnswer::No;
-        }
-        return MsgAnswer::Cancel;
+        return SafeMsgAnswer(buttons);
     }
     int msgBoxEx(const MsgBoxExRequest&) override { return 99; }
     QString chooseSaveFile(const SaveFileRequest&) override { return {}; }

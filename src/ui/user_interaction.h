@@ -95,7 +95,13 @@ class UserInteraction {
     virtual void setBusy(bool busy) = 0;
     // The text of the last action, for a surface that shows it.
     virtual void showLastAction(const QString&) {}
+    // True once whoever asked for the run wants it ended (a caller gone, the program stopping):
+    // a run ends at its next pump of events, as after a cancel.
+    virtual bool cancelRequested() { return false; }
 };
+
+// The safest answer of a plain message box: cancel, no, abort, or OK when that is all.
+MsgAnswer SafeMsgAnswer(MsgButtons buttons);
 
 // The implementation in use. Without one set, a silent headless implementation answers.
 UserInteraction& ui();
