@@ -473,9 +473,12 @@ int CmdWatch(const CliOptions& opts, CliContext& ctx) {
     int watched = 0;
     for (int i = 1; i <= WatchFoldersCount; ++i)
         if (IsTrue(WatchFolders[i].Active)) ++watched;
-    ctx.out << "Watching " << watched << " folder(s) of " << opts.maildir << "; stop with Ctrl+C.\n"
-            << Qt::flush;
-    const int status = RunServiceLoop(*ctx.owner, {ServeCommandCall, nullptr});
+    const int status = RunServiceLoop(*ctx.owner, {ServeCommandCall, nullptr, [&] {
+                                                       ctx.out << "Watching " << watched
+                                                               << " folder(s) of " << opts.maildir
+                                                               << "; stop with Ctrl+C.\n"
+                                                               << Qt::flush;
+                                                   }});
     FlushProtocol();
     ctx.out << "Stopped.\n";
     return status == 0 ? 0 : 1;

@@ -91,6 +91,7 @@ int RunServiceLoop(DataFolderOwner& owner, const ServiceHandlers& handlers) {
             }
         });
 
+    if (handlers.started) handlers.started();
     const int status = QCoreApplication::exec();
 
     QObject::disconnect(served);

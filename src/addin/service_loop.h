@@ -7,7 +7,7 @@
 //     if (!owner.acquire(DataFolderOwner::Role::Owner)) { ... owner.holder() ... }
 //     owner.listen();
 //     OnConnection(host);
-//     RunServiceLoop(owner, {ServeCommandCall, [&] { dialog.show(); }});
+//     RunServiceLoop(owner, {ServeCommandCall, [&] { dialog.show(); }, nullptr});
 //     OnBeginShutdown(); OnDisconnection();
 #include "addin/data_folder_owner.h"
 
@@ -18,6 +18,8 @@ struct ServiceHandlers {
     std::function<void(OwnerCall*)> command;
     // Shows the options dialog for a second start; without one, the request is refused.
     std::function<void()> showOptions;
+    // Called once the signals are caught and requests are served, right before the loop runs.
+    std::function<void()> started;
 };
 
 // Runs the event loop until it is stopped; returns the loop's status. The shutdown is the

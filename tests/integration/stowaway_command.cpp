@@ -19,6 +19,12 @@ std::unique_ptr<QProcess> StowawayCommandTest::startStowaway(const QStringList& 
     auto process = std::make_unique<QProcess>();
     const QStringList line =
         launcher + QStringList{program(), u"--maildir"_s, root, u"--no-input"_s} + args;
+    if (!environment.isEmpty()) {
+        QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
+        for (const QString& entry : environment)
+            env.insert(entry.section(u'=', 0, 0), entry.section(u'=', 1));
+        process->setProcessEnvironment(env);
+    }
     process->setProgram(line.first());
     process->setArguments(line.mid(1));
     process->start();
@@ -81,4 +87,21 @@ udtRule StowawayCommandTest::SaveAllRule(const QString& target, bool removeAndLi
     rule.DelAttach = ToVb(removeAndLink);
     rule.Hyperlink = ToVb(removeAndLink);
     return rule;
+}
+
+bool StowawayCommandTest::WaitFor(QProcess& program, const std::function<bool()>& done) {
+    for (int i = 0; i < 2400; ++i) {
+        if (done()) return true;
+        if (program.state() == QProcess::NotRunning) return done();
+        program.waitForReadyRead(50);
+    }
+    return false;
+}
+
+SampleMail StowawayCommandTest::MailWithFile(const QString& subject, const QString& fileName) {
+    SampleMail mail;
+    mail.subject = subject;
+    mail.attachments.push_back(
+        SampleAttachment::file(fileName, "application/pdf", "%PDF-1.4 " + subject.toUtf8()));
+    return mail;
 }

@@ -8,6 +8,7 @@
 #include <QProcess>
 #include <QStringList>
 
+#include <functional>
 #include <memory>
 #include <ostream>
 #include <vector>
@@ -40,6 +41,14 @@ class StowawayCommandTest : public MaildirTest {
     // with `removeAndLink` it also takes them out of the mail and lists them in its body.
     static udtRule SaveAllRule(const QString& target, bool removeAndLink = false);
 
+    // Polls until `done` holds; false when `program` ended or the limit passed first. Not a
+    // timing check: the limit only keeps a broken build from hanging the suite.
+    static bool WaitFor(QProcess& program, const std::function<bool()>& done);
+    // A mail with one PDF file whose bytes name the subject.
+    static SampleMail MailWithFile(const QString& subject, const QString& fileName);
+
     // Put in front of the program on its command line (a wrapper such as setpriv or unshare).
     QStringList launcher;
+    // "NAME=value" entries added to the program's environment.
+    QStringList environment;
 };

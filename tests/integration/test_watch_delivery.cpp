@@ -10,20 +10,7 @@
 #include <QDirIterator>
 #include <QThread>
 
-#include <functional>
-
 namespace {
-
-// Polls until `done` holds; false when the program gave up first. Not a timing check: the
-// limit only keeps a broken build from hanging the suite.
-bool WaitFor(QProcess& program, const std::function<bool()>& done) {
-    for (int i = 0; i < 1200; ++i) {
-        if (done()) return true;
-        if (program.state() == QProcess::NotRunning) return done();
-        program.waitForReadyRead(50);
-    }
-    return false;
-}
 
 class WatchDeliveryTest : public StowawayCommandTest {
   protected:
@@ -76,14 +63,6 @@ class WatchDeliveryTest : public StowawayCommandTest {
     QString target;
     QString filter;
 };
-
-SampleMail MailWithFile(const QString& subject, const QString& fileName) {
-    SampleMail mail;
-    mail.subject = subject;
-    mail.attachments.push_back(
-        SampleAttachment::file(fileName, "application/pdf", "%PDF-1.4 " + subject.toUtf8()));
-    return mail;
-}
 
 TEST_F(WatchDeliveryTest, ADeliveredMailIsProcessedOnceAndTheProgramStopsCleanly) {
     const auto watch = startStowaway({QStringLiteral("watch")});

@@ -11,7 +11,8 @@
 
 namespace {
 QTemporaryDir* gHome = nullptr;
-}
+QTemporaryDir* gRuntime = nullptr; // outside the home, which each test empties
+} // namespace
 
 namespace TestEnv {
 
@@ -23,13 +24,19 @@ void setUpProcessHome() {
     setenv("XDG_CONFIG_HOME", (home + "/.config").constData(), 1);
     setenv("XDG_DOCUMENTS_DIR", (home + "/Documents").constData(), 1);
     setenv("LC_ALL", "C.UTF-8", 1);
+    // The control sockets of the programs a test starts.
+    gRuntime = new QTemporaryDir(QDir::tempPath() + QStringLiteral("/stowaway-run-XXXXXX"));
+    setenv("XDG_RUNTIME_DIR", gRuntime->path().toLocal8Bit().constData(), 1);
 }
 
-QString home() { return gHome->path(); }
+QString home() {
+    return gHome->path();
+}
 
 void resetAll() {
     QDir dir(home());
-    for (const QString& entry : dir.entryList(QDir::AllEntries | QDir::NoDotAndDotDot | QDir::Hidden)) {
+    for (const QString& entry :
+         dir.entryList(QDir::AllEntries | QDir::NoDotAndDotDot | QDir::Hidden)) {
         QFileInfo fi(dir.filePath(entry));
         if (fi.isDir() && !fi.isSymLink())
             QDir(fi.filePath()).removeRecursively();
@@ -43,8 +50,7 @@ void resetAll() {
 
 QString dataFile(const QString& name) {
     QString dir = QString::fromLocal8Bit(qgetenv("STOWAWAY_TEST_DATA"));
-    if (dir.isEmpty())
-        dir = QStringLiteral(STOWAWAY_TEST_DATA_DIR);
+    if (dir.isEmpty()) dir = QStringLiteral(STOWAWAY_TEST_DATA_DIR);
     return dir + QLatin1Char('/') + name;
 }
 

@@ -1,0 +1,208 @@
+// One owner of the data folder: `stowaway watch` holds it, the other commands run inside it
+// (their questions asked on their own side), and a killed owner leaves the folder to the next
+// command. Real programs, a real Maildir, real sockets.
+#include "stowaway_command.h"
+
+#include "data/data_files.h"
+#include "data/globals.h"
+#include "data/settings.h"
+
+#include <QDirIterator>
+#include <QSet>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+class OwnerTest : public StowawayCommandTest {
+  protected:
+    void SetUp() override {
+        StowawayCommandTest::SetUp();
+        target = TestEnv::home() + u"/Saved"_s;
+        useOnlyRule(SaveAllRule(target));
+    }
+
+    // `count` unread mails "<stem> i" in `folder`, each with "<stem>-i.pdf"; their file names.
+    QStringList deliverMany(const QString& stem, int count, const QString& relative = {},
+                            SampleMailFlags flags = {}) {
+        QStringList names;
+        for (int i = 1; i <= count; ++i) {
+            const QString name = stem + u'-' + QString::number(i) + u".pdf"_s;
+            deliver(MailWithFile(stem + u' ' + QString::number(i), name), relative, flags);
+            names << name;
+        }
+        return names;
+    }
+
+    std::unique_ptr<QProcess> startWatch() {
+        auto watch = startStowaway({u"watch"_s});
+        EXPECT_TRUE(WaitFor(*watch, [&] { return watch->peek(4096).contains("Watching"); }))
+            << watch->readAllStandardError().toStdString();
+        return watch;
+    }
+
+    static void finish(QProcess& program, int expectedCode) {
+        ASSERT_TRUE(program.waitForFinished(120000));
+        EXPECT_EQ(program.exitStatus(), QProcess::NormalExit);
+        EXPECT_EQ(program.exitCode(), expectedCode) << program.readAllStandardError().toStdString();
+    }
+
+    // How many times each mail of the Inbox carries the stamp, by subject.
+    QMap<QString, int> stampsBySubject() const {
+        QMap<QString, int> stamps;
+        for (const char* sub : {"/new", "/cur"}) {
+            QDirIterator it(root + QLatin1String(sub), QDir::Files);
+            while (it.hasNext()) {
+                const QByteArray mail = readFile(it.next());
+                const int at = mail.indexOf("Subject: ");
+                const QString subject =
+                    QString::fromUtf8(mail.mid(at + 9, mail.indexOf('\n', at) - at - 9)).trimmed();
+                stamps[subject] += static_cast<int>(mail.count("X-Mileage: QWKStowaway"));
+            }
+        }
+        return stamps;
+    }
+
+    int stampedMails() const {
+        int n = 0;
+        for (int count : stampsBySubject())
+            n += count > 0;
+        return n;
+    }
+
+    // The protocol file as the program left it: each saved file's name as often as it is
+    // recorded (the names are unique across the targets).
+    static QStringList protocolNames() {
+        ResetGlobals();
+        LoadData([] { return InboxInfo{}; });
+        QStringList paths;
+        for (int i = 1; i <= ProtoCount; ++i)
+            paths << ProtoEntries[i].Attachment.get();
+        return sorted(paths);
+    }
+
+    static QStringList sorted(QStringList list) {
+        list.sort();
+        return list;
+    }
+
+    QString target;
+};
+
+TEST_F(OwnerTest, CommandsBesideTheServiceLoseNothingAndDoNothingTwice) {
+    const QString extrasTarget = TestEnv::home() + u"/Extras"_s;
+    SampleMailFlags read;
+    read.seen = true;
+    const QStringList old = deliverMany(u"old"_s, 12, u".Old"_s, read);
+    QStringList inbox = deliverMany(u"pre"_s, 6);
+    SaveSetting(u"PaceSeconds"_s, u"0.05"_s); // so the runs overlap the deliveries
+
+    const auto watch = startWatch();
+    const auto extras = startStowaway({u"extras"_s, u"Old"_s, u"--to"_s, extrasTarget});
+    const auto run = startStowaway({u"run"_s});
+    SampleMailFlags fresh;
+    fresh.inNew = true;
+    inbox += deliverMany(u"new"_s, 8, {}, fresh);
+    finish(*extras, 0);
+    finish(*run, 0);
+    ASSERT_TRUE(WaitFor(*watch, [&] { return stampedMails() == inbox.size(); })) << S(logText());
+    watch->terminate();
+    finish(*watch, 0);
+
+    // Every file once where it belongs: no numbered second copy, nothing missing.
+    EXPECT_EQ(sorted(filesUnder(target).keys()), sorted(inbox));
+    EXPECT_EQ(sorted(filesUnder(extrasTarget).keys()), sorted(old));
+    const QMap<QString, int> stamps = stampsBySubject();
+    for (auto it = stamps.cbegin(); it != stamps.cend(); ++it)
+        EXPECT_EQ(it.value(), 1) << S(it.key());
+    // Every saved file is recorded once: the owner kept one protocol for all.
+    EXPECT_EQ(protocolNames(), sorted(inbox + old));
+}
+
+TEST_F(OwnerTest, AKilledOwnerLeavesTheDataFolderToTheNextCommand) {
+    const QStringList inbox = deliverMany(u"pre"_s, 4);
+    SaveSetting(u"PaceSeconds"_s, u"2"_s); // the kill lands in the pause after the first mail
+
+    const auto watch = startWatch();
+    const auto run = startStowaway({u"run"_s});
+    ASSERT_TRUE(WaitFor(*run, [&] { return stampedMails() >= 1; })) << S(logText());
+    watch->kill();
+    ASSERT_TRUE(watch->waitForFinished(60000));
+    finish(*run, 1);
+    EXPECT_TRUE(run->readAllStandardError().contains("ended before the command did"));
+
+    // The lock went with the process; its socket file is left behind and does no harm.
+    EXPECT_EQ(runStowaway({u"settings"_s, u"PaceSeconds"_s, u"0"_s}).exitCode, 0);
+    const CommandResult again = runStowaway({u"run"_s});
+    EXPECT_EQ(again.exitCode, 0) << S(again.err);
+    EXPECT_FALSE(again.err.contains(u"waiting"_s)) << S(again.err);
+
+    EXPECT_EQ(sorted(filesUnder(target).keys()), sorted(inbox));
+    const QMap<QString, int> stamps = stampsBySubject();
+    for (auto it = stamps.cbegin(); it != stamps.cend(); ++it)
+        EXPECT_EQ(it.value(), 1) << S(it.key());
+    // The killed owner's last second of records may be gone; none is there twice.
+    const QStringList recorded = protocolNames();
+    EXPECT_GE(recorded.size(), inbox.size() - 1);
+    EXPECT_EQ(QSet<QString>(recorded.begin(), recorded.end()).size(), recorded.size())
+        << S(recorded.join(u'\n'));
+
+    // And a new owner can start.
+    const auto next = startWatch();
+    next->terminate();
+    finish(*next, 0);
+}
+
+TEST_F(OwnerTest, AForwardedCommandAsksOnTheCallersSideAndNoInputNeverBlocksTheOwner) {
+    deliverMany(u"pre"_s, 2);
+    const auto watch = startWatch();
+    const QString question = u"Testlauf weiter durchführen?"_s;
+    // A test run asks before each file; with --no-input the caller answers at once.
+    const CommandResult r = runStowaway({u"test"_s});
+    EXPECT_EQ(r.exitCode, 0) << S(r.err);
+    EXPECT_EQ(r.err.count(question), 2) << S(r.err);
+    // The owner goes on: new mail is saved, and none of the questions reached its own terminal.
+    SampleMailFlags fresh;
+    fresh.inNew = true;
+    deliver(MailWithFile(u"late"_s, u"late.pdf"_s), {}, fresh);
+    EXPECT_TRUE(WaitFor(*watch, [&] { return QFile::exists(target + u"/late.pdf"_s); }))
+        << S(logText());
+    watch->terminate();
+    finish(*watch, 0);
+    EXPECT_FALSE(QString::fromUtf8(watch->readAllStandardError()).contains(question));
+}
+
+TEST_F(OwnerTest, ASecondServiceNamesTheOwnerAndACallerGoneEndsItsCommandOnly) {
+    deliverMany(u"pre"_s, 3);
+    SaveSetting(u"PaceSeconds"_s, u"2"_s);
+    const auto watch = startWatch();
+
+    const CommandResult second = runStowaway({u"watch"_s});
+    EXPECT_EQ(second.exitCode, 2);
+    EXPECT_TRUE(second.err.contains(u"owned by process %1 ("_s.arg(watch->processId())))
+        << S(second.err);
+    EXPECT_TRUE(second.err.contains(u" watch)"_s)) << S(second.err);
+
+    // A caller killed mid-run: its run ends at the next mail, the owner keeps running.
+    const auto run = startStowaway({u"run"_s});
+    ASSERT_TRUE(WaitFor(*run, [&] { return stampedMails() >= 1; }));
+    run->kill();
+    run->waitForFinished();
+    ASSERT_TRUE(WaitFor(*watch, [&] { return logText().contains(u"! Aborted..."_s); }))
+        << S(logText());
+    EXPECT_EQ(watch->state(), QProcess::Running);
+    EXPECT_EQ(stampedMails(), 1);
+    // `settings` reaches the owner's mirror at once: with saving off, a delivery stays alone.
+    EXPECT_EQ(runStowaway({u"settings"_s, u"SWActive"_s, u"0"_s}).exitCode, 0);
+    SampleMailFlags fresh;
+    fresh.inNew = true;
+    deliver(MailWithFile(u"ignored"_s, u"ignored.pdf"_s), {}, fresh);
+    EXPECT_TRUE(WaitFor(*watch, [&] {
+        return logText().contains(u"! ItemAdd/Stowaway is deactivated..."_s);
+    })) << S(logText());
+    watch->terminate();
+    finish(*watch, 0);
+    EXPECT_FALSE(QFile::exists(target + u"/ignored.pdf"_s));
+}
+
+} // namespace
