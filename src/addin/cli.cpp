@@ -189,13 +189,15 @@ int RunAsOwner(const CommandSpec& spec, const CliOptions& opts, CliContext& ctx)
     DataFolderOwner owner(GetDataFolder());
     bool said = false;
     while (!owner.acquire(DataFolderOwner::Role::Owner)) {
+        if (!owner.heldByOther()) {
+            ctx.err << "stowaway: " << owner.lastError() << '\n';
+            return 1;
+        }
         const DataFolderHolder holder = owner.holder();
-        if (holder.owner || !owner.lastError().contains(QLatin1String("in use"))) {
+        if (holder.owner) {
             ctx.err << "stowaway: the data folder " << GetDataFolder() << " is owned by "
                     << DescribeHolder(holder) << "; stop it first (stowaway runs once per data "
                     << "folder)\n";
-            if (!owner.lastError().contains(QLatin1String("in use")))
-                ctx.err << "stowaway: " << owner.lastError() << '\n';
             return 2;
         }
         // A single command holds it for its run: wait for its end.
@@ -225,7 +227,7 @@ int RunForwardedOrHere(const CommandSpec& spec, const QStringList& args, const C
     bool said = false;
     for (;;) {
         if (lock.acquire(DataFolderOwner::Role::Command)) return RunHere(spec, opts, ctx);
-        if (!lock.lastError().contains(QLatin1String("in use"))) {
+        if (!lock.heldByOther()) {
             ctx.err << "stowaway: " << lock.lastError() << '\n';
             return 1;
         }
