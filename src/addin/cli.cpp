@@ -208,11 +208,6 @@ int RunAsOwner(const CommandSpec& spec, const CliOptions& opts, CliContext& ctx)
         said = true;
         QThread::msleep(100);
     }
-    if (!owner.listen()) {
-        ctx.err << "stowaway: cannot open the control socket " << owner.socketPath() << ": "
-                << owner.lastError() << '\n';
-        return 1;
-    }
     ctx.owner = &owner;
     const int rc = RunHere(spec, opts, ctx);
     ctx.owner = nullptr;
