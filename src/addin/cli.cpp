@@ -47,7 +47,8 @@ Commands:
                              attachment into DIR (read mails too; --keep-structure adds the
                              folder's path, --remove takes the files out of the mails,
                              --links writes links to them into the mails)
-FOLDER is a watched folder's number (see `stowaway folders`), name or path; RULE a rule's
+FOLDER is a watched folder's number (see `stowaway folders`), name or path, and may be left
+out when only one folder is watched; RULE a rule's
 number or name; MAILFOLDER any folder of the store, by its path ("Mail|Work") or its name.
 
 Options:
