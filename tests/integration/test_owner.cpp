@@ -83,6 +83,31 @@ class OwnerTest : public StowawayCommandTest {
         return sorted(paths);
     }
 
+    // The command on a terminal of its own (script(1) makes one), typing the next of `answers`
+    // at each prompt. The terminal's output comes as `err`.
+    CommandResult runOnTerminal(const QStringList& args, const QStringList& answers) {
+        QStringList words;
+        for (const QString& word : QStringList{program(), u"--maildir"_s, root} + args)
+            words << u'\'' + word + u'\'';
+        QProcess terminal;
+        terminal.start(u"script"_s, {u"-qec"_s, words.join(u' '), u"/dev/null"_s});
+        EXPECT_TRUE(terminal.waitForStarted()) << "script(1) is not installed";
+        QByteArray seen;
+        int typed = 0;
+        WaitFor(terminal, [&] {
+            seen += terminal.readAll();
+            while (typed < answers.size() && seen.count("\n> ") > typed)
+                terminal.write(answers.at(typed++).toUtf8() + '\n');
+            return false;
+        });
+        terminal.waitForFinished(60000);
+        seen += terminal.readAll();
+        CommandResult result;
+        result.exitCode = terminal.exitCode();
+        result.err = QString::fromUtf8(seen);
+        return result;
+    }
+
     static QStringList sorted(QStringList list) {
         list.sort();
         return list;
@@ -159,10 +184,23 @@ TEST_F(OwnerTest, AForwardedCommandAsksOnTheCallersSideAndNoInputNeverBlocksTheO
     deliverMany(u"pre"_s, 2);
     const auto watch = startWatch();
     const QString question = u"Testlauf weiter durchführen?"_s;
-    // A test run asks before each file; with --no-input the caller answers at once.
-    const CommandResult r = runStowaway({u"test"_s});
-    EXPECT_EQ(r.exitCode, 0) << S(r.err);
-    EXPECT_EQ(r.err.count(question), 2) << S(r.err);
+    // A test run asks before each file. On a terminal the caller's answer decides; with
+    // --no-input the caller answers at once.
+    struct Row {
+        QStringList answers; // typed on the caller's terminal; none: --no-input
+        int exitCode;
+        int questions;
+    } rows[] = {
+        {{u"2"_s}, 3, 1}, // "Testlauf abbrechen"
+        {{u"1"_s, u"1"_s}, 0, 2},
+        {{}, 0, 2},
+    };
+    for (const Row& row : rows) {
+        const CommandResult r = row.answers.isEmpty() ? runStowaway({u"test"_s})
+                                                      : runOnTerminal({u"test"_s}, row.answers);
+        EXPECT_EQ(r.exitCode, row.exitCode) << S(r.err);
+        EXPECT_EQ(r.err.count(question), row.questions) << S(r.err);
+    }
     // The owner goes on: new mail is saved, and none of the questions reached its own terminal.
     SampleMailFlags fresh;
     fresh.inNew = true;
