@@ -24,6 +24,12 @@ template <int N> QJsonValue TextValue(const FixedText<N>& text) {
     return text.text();
 }
 
+// Never read: null while it holds NULs, else its raw characters as another writer left them.
+QJsonValue ReservedValue(const udtRule& rule) {
+    if (rule.Reserved.text().isEmpty() && rule.Reserved.fill() == QChar(0)) return QJsonValue::Null;
+    return rule.Reserved.raw();
+}
+
 QJsonValue FieldValue(const udtRule& rule, RuleField field) {
     switch (KindOf(field)) {
     case RuleFieldKind::Boolean:
@@ -111,8 +117,8 @@ QByteArray RulesToJson() {
         for (const RuleField field : AllRuleFields())
             json += "\n            \"" + RuleFieldName(field).toLatin1() +
                     "\": " + encoded(FieldValue(rule, field)) + ',';
-        json += "\n            \"" + kReserved.toLatin1() +
-                "\": " + encoded(TextValue(rule.Reserved)) + "\n        }";
+        json += "\n            \"" + kReserved.toLatin1() + "\": " + encoded(ReservedValue(rule)) +
+                "\n        }";
     }
     json += RulesCount > 0 ? "\n    ]\n}\n" : "]\n}\n";
     return json;
@@ -134,10 +140,16 @@ QString RulesFromJson(const QByteArray& json, std::vector<udtRule>& rules) {
         const QString problem = array.at(i).isObject() ? RuleFromJson(array.at(i).toObject(), rule)
                                                        : QStringLiteral("not an object");
         if (!problem.isEmpty()) {
-            const QString name = array.at(i).toObject().value(QStringLiteral("Name")).toString();
+            // A raw name from another writer ends in NULs.
+            const QString name = array.at(i)
+                                     .toObject()
+                                     .value(QStringLiteral("Name"))
+                                     .toString()
+                                     .remove(QChar(0))
+                                     .trimmed();
             return QStringLiteral("rule %1%2: %3")
                 .arg(i + 1)
-                .arg(name.isEmpty() ? QString() : QStringLiteral(" ('%1')").arg(name.trimmed()))
+                .arg(name.isEmpty() ? QString() : QStringLiteral(" ('%1')").arg(name))
                 .arg(problem);
         }
         read.push_back(rule);
