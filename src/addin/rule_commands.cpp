@@ -14,17 +14,13 @@
 
 namespace {
 QString SaveByText(const udtRule& r) {
-    static const char* kDateFormats[] = {"dd-mm-yyyy", "yyyy-mm-dd", "yyyy-mm", "yyyy-ww"};
-    const bool address = r.SaveFormat == SaveFormat::Address;
+    const QString format = RuleCodeWord(r, RuleField::SaveFormat);
     switch (r.SaveBy) {
     case SaveBy::Date:
-        return QStringLiteral("by date (%1)")
-            .arg(r.SaveFormat >= 0 && r.SaveFormat <= 3 ? kDateFormats[r.SaveFormat] : "?");
+        return QStringLiteral("by date (%1)").arg(format);
     case SaveBy::Sender:
-        return address ? QStringLiteral("by sender address") : QStringLiteral("by sender name");
     case SaveBy::Recipient:
-        return address ? QStringLiteral("by recipient address")
-                       : QStringLiteral("by recipient name");
+        return QStringLiteral("by %1 %2").arg(RuleCodeWord(r, RuleField::SaveBy), format);
     case SaveBy::Project:
         return QStringLiteral("by project");
     case SaveBy::Folder:
@@ -36,17 +32,10 @@ QString SaveByText(const udtRule& r) {
     }
 }
 
-QString ConflictText(uint8_t fileExists) {
-    switch (fileExists) {
-    case FileExists::Ask:
-        return QStringLiteral("ask");
-    case FileExists::Number:
-        return QStringLiteral("number");
-    case FileExists::AddDateTime:
-        return QStringLiteral("add date and time");
-    default:
-        return QStringLiteral("replace");
-    }
+// FileExists codes of 4 and up act as replace.
+QString ConflictText(const udtRule& r) {
+    const QString word = RuleCodeWord(r, RuleField::FileExists);
+    return word.isEmpty() ? QStringLiteral("replace") : word;
 }
 
 void ListRules(QTextStream& out) {
@@ -66,7 +55,7 @@ void ListRules(QTextStream& out) {
                                    : criteria.join(QStringLiteral(", ")))
             << '\n';
         out << "   saves:   " << SaveByText(r) << ", under " << r.Folder.get()
-            << ", on a conflict: " << ConflictText(r.FileExists) << '\n';
+            << ", on a conflict: " << ConflictText(r) << '\n';
         QStringList actions;
         if (IsTrue(r.DelAttach)) actions << QStringLiteral("remove attachments");
         if (IsTrue(r.Hyperlink)) actions << QStringLiteral("write links");

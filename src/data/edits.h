@@ -4,6 +4,9 @@
 // owner edit the tables through the functions of rule_edits.h and project_edits.h only.
 #include <QString>
 
+#include <limits>
+#include <vector>
+
 // Why an edit was refused; the dialog picks its beep or box by it.
 enum class EditRefusal {
     None,
@@ -35,3 +38,27 @@ EditResult CheckFieldText(const QString& field, const QString& value, int length
 EditResult CheckFolderText(const QString& field, const QString& value, int length,
                            Overlong overlong);
 EditResult Refused(EditRefusal refusal, const QString& message, int index = 0);
+
+// Appends `record` to a table used from index 1, unless its count would overflow.
+template <class T, class Count>
+EditResult AppendRecord(std::vector<T>& table, Count& count, bool& changed, const T& record,
+                        const char* what) {
+    if (count == std::numeric_limits<Count>::max())
+        return Refused(EditRefusal::Full,
+                       QStringLiteral("the table holds no more ") + QLatin1String(what));
+    table.resize(static_cast<size_t>(count) + 1);
+    table.push_back(record);
+    ++count;
+    changed = true;
+    return {EditRefusal::None, {}, static_cast<int>(count)};
+}
+
+// The first record whose trimmed Name equals the trimmed `name`, case ignored; 0 if none.
+template <class T, class Count>
+int FindByName(const std::vector<T>& table, Count count, const QString& name) {
+    const QString wanted = name.trimmed();
+    for (int i = 1; i <= count; ++i)
+        if (table[static_cast<size_t>(i)].Name.get().compare(wanted, Qt::CaseInsensitive) == 0)
+            return i;
+    return 0;
+}

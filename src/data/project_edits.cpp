@@ -2,8 +2,6 @@
 
 #include "data/globals.h"
 
-#include <limits>
-
 namespace {
 EditResult CheckName(const QString& name, Overlong overlong) {
     if (name.trimmed().isEmpty())
@@ -19,11 +17,7 @@ EditResult CheckFolder(const QString& folder, Overlong overlong) {
 } // namespace
 
 int FindProject(const QString& name) {
-    const QString wanted = name.trimmed();
-    for (int i = 1; i <= ProjectsCount; ++i)
-        if (Projects[static_cast<size_t>(i)].Name.get().compare(wanted, Qt::CaseInsensitive) == 0)
-            return i;
-    return 0;
+    return FindByName(Projects, ProjectsCount, name);
 }
 
 EditResult AddProject(const QString& name, const QString& folder, Overlong overlong) {
@@ -33,16 +27,10 @@ EditResult AddProject(const QString& name, const QString& folder, Overlong overl
         return Refused(EditRefusal::Duplicate,
                        QStringLiteral("a project '%1' exists already").arg(name.trimmed()),
                        existing);
-    if (ProjectsCount == std::numeric_limits<int16_t>::max())
-        return Refused(EditRefusal::Full, QStringLiteral("the table holds no more projects"));
     udtProject project;
     project.Name = name;
     project.Folder = folder;
-    Projects.resize(static_cast<size_t>(ProjectsCount) + 1);
-    Projects.push_back(project);
-    ++ProjectsCount;
-    ProjectsChanged = true;
-    return {EditRefusal::None, {}, ProjectsCount};
+    return AppendRecord(Projects, ProjectsCount, ProjectsChanged, project, "projects");
 }
 
 EditResult RenameProject(int index, const QString& name, Overlong overlong) {

@@ -256,12 +256,27 @@ QString RuleFieldValue(const udtRule& rule, RuleField field) {
     });
 }
 
+StoredText RuleFieldStored(const udtRule& rule, RuleField field) {
+    return WithField(rule, field, [](const auto& member) -> StoredText {
+        if constexpr (std::is_integral_v<std::decay_t<decltype(member)>>)
+            return {};
+        else
+            return {member.text(), member.fill(), member.raw()};
+    });
+}
+
+QString RuleCodeWord(const udtRule& rule, RuleField field) {
+    if (KindOf(field) != RuleFieldKind::Code) return {};
+    const QString value = RuleFieldValue(rule, field);
+    for (const Code& c : CodesOf(rule, field))
+        if (value == QString::number(c.value)) return QLatin1String(c.word);
+    return {};
+}
+
 QString RuleFieldText(const udtRule& rule, RuleField field) {
     const QString value = RuleFieldValue(rule, field);
-    if (KindOf(field) != RuleFieldKind::Code) return value;
-    for (const Code& c : CodesOf(rule, field))
-        if (value == QString::number(c.value)) return value + u' ' + QLatin1String(c.word);
-    return value;
+    const QString word = RuleCodeWord(rule, field);
+    return word.isEmpty() ? value : value + u' ' + word;
 }
 
 EditResult SetRuleField(udtRule& rule, RuleField field, const QString& value, Overlong overlong) {
@@ -317,11 +332,7 @@ EditResult SetRuleField(int index, RuleField field, const QString& value, Overlo
 }
 
 int FindRuleByName(const QString& name) {
-    const QString wanted = name.trimmed();
-    for (int i = 1; i <= RulesCount; ++i)
-        if (Rules[static_cast<size_t>(i)].Name.get().compare(wanted, Qt::CaseInsensitive) == 0)
-            return i;
-    return 0;
+    return FindByName(Rules, RulesCount, name);
 }
 
 EditResult AddRule(const QString& name, Overlong overlong) {
@@ -333,13 +344,7 @@ EditResult AddRule(const QString& name, Overlong overlong) {
     if (const int existing = FindRuleByName(name))
         return Refused(EditRefusal::Duplicate,
                        QStringLiteral("a rule '%1' exists already").arg(name.trimmed()), existing);
-    if (RulesCount == std::numeric_limits<int16_t>::max())
-        return Refused(EditRefusal::Full, QStringLiteral("the table holds no more rules"));
-    Rules.resize(static_cast<size_t>(RulesCount) + 1);
-    Rules.push_back(rule);
-    ++RulesCount;
-    RulesChanged = true;
-    return {EditRefusal::None, {}, RulesCount};
+    return AppendRecord(Rules, RulesCount, RulesChanged, rule, "rules");
 }
 
 EditResult RenameRule(int index, const QString& name, Overlong overlong) {

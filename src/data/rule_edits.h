@@ -41,6 +41,17 @@ RuleFieldKind KindOf(RuleField field);
 QString RuleFieldValue(const udtRule& rule, RuleField field);
 // The same for people: a code with its word ("3 project").
 QString RuleFieldText(const udtRule& rule, RuleField field);
+// A text field as stored: the characters before the padding, the padding character, and all
+// of them. Empty for the other fields.
+struct StoredText {
+    QString text;
+    QChar fill;
+    QString raw;
+};
+StoredText RuleFieldStored(const udtRule& rule, RuleField field);
+// The English word of a code field's value ("project", "yyyy-mm-dd"); empty for a value that
+// means nothing.
+QString RuleCodeWord(const udtRule& rule, RuleField field);
 
 // Checks `value` for `field` of `rule` and stores it; a refused value leaves `rule` as it was.
 // Booleans take 1 or 0. SaveBy, SaveFormat (by the rule's SaveBy) and FileExists take their

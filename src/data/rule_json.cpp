@@ -16,12 +16,12 @@ const QString kReserved = QStringLiteral("Reserved");
 
 // A text field as it stands: null while it was never set (NULs), its raw characters when
 // another writer padded a text with NULs, else its text without the padding.
-template <int N> QJsonValue TextValue(const FixedText<N>& text) {
-    if (text.fill() != QLatin1Char(' ')) {
-        if (text.text().isEmpty()) return QJsonValue::Null;
-        return text.raw();
+QJsonValue TextValue(const StoredText& stored) {
+    if (stored.fill != QLatin1Char(' ')) {
+        if (stored.text.isEmpty()) return QJsonValue::Null;
+        return stored.raw;
     }
-    return text.text();
+    return stored.text;
 }
 
 // Never read: null while it holds NULs, else its raw characters as another writer left them.
@@ -39,22 +39,7 @@ QJsonValue FieldValue(const udtRule& rule, RuleField field) {
     case RuleFieldKind::Text:
         break;
     }
-    switch (field) {
-    case RuleField::Name:
-        return TextValue(rule.Name);
-    case RuleField::Sender:
-        return TextValue(rule.Sender);
-    case RuleField::Recipient:
-        return TextValue(rule.Recipient);
-    case RuleField::Subject:
-        return TextValue(rule.Subject);
-    case RuleField::FileFormat:
-        return TextValue(rule.FileFormat);
-    case RuleField::Folder:
-        return TextValue(rule.Folder);
-    default:
-        return TextValue(rule.Execute);
-    }
+    return TextValue(RuleFieldStored(rule, field));
 }
 
 // The value as SetRuleField takes it; false for a JSON type no field holds.

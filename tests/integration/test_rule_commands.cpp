@@ -206,6 +206,12 @@ TEST_F(RuleCommandsTest, AProjectInUseIsRemovedOnlyWhenTheQuestionIsAnsweredYes)
     EXPECT_TRUE(runStowaway({u"project"_s, u"add"_s, u"BAU"_s, documents})
                     .err.contains(u"a project 'BAU' exists already"_s));
     ok({u"project"_s, u"remove"_s, u"Bau"_s});
+    // A rule that comes to save by project takes the first one; leaving, it keeps its folder.
+    const QString samplewright = u"Samplewright Inc."_s;
+    EXPECT_TRUE(ok({u"rule"_s, u"set"_s, u"1"_s, u"SaveBy"_s, u"project"_s})
+                    .contains(u"Folder="_s + samplewright + u'\n'));
+    EXPECT_TRUE(ok({u"rule"_s, u"set"_s, u"1"_s, u"SaveBy"_s, u"folder"_s})
+                    .contains(u"Folder="_s + documents + u'/' + samplewright + u'\n'));
     EXPECT_EQ(ok({u"projects"_s}),
               u"1. Samplewright Inc.  ->  "_s + documents + u"/Samplewright Inc.\n"_s);
 }
