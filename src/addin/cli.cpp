@@ -67,9 +67,10 @@ Commands:
                              attachment into DIR (read mails too; --keep-structure adds the
                              folder's path, --remove takes the files out of the mails,
                              --links writes links to them into the mails)
-FOLDER is a watched folder's number (see `stowaway folders`), name or path; RULE a rule's
-number or name, PROJECT a project's; MAILFOLDER any folder of the store, by its path
-("Mail|Work") or its name. Relative folders are taken from the current folder.
+FOLDER is a watched folder's number (see `stowaway folders`), name or path, and may be left
+out when only one folder is watched; RULE a rule's number or name, PROJECT a project's;
+MAILFOLDER any folder of the store, by its path ("Mail|Work") or its name. Relative folders are
+taken from the current folder.
 
 Options:
   --maildir PATH             the Maildir store (default: $MAILDIR, else ~/Maildir)
@@ -205,13 +206,15 @@ int RunAsOwner(const CommandSpec& spec, const CliOptions& opts, CliContext& ctx)
     DataFolderOwner owner(GetDataFolder());
     bool said = false;
     while (!owner.acquire(DataFolderOwner::Role::Owner)) {
+        if (!owner.heldByOther()) {
+            ctx.err << "stowaway: " << owner.lastError() << '\n';
+            return 1;
+        }
         const DataFolderHolder holder = owner.holder();
-        if (holder.owner || !owner.lastError().contains(QLatin1String("in use"))) {
+        if (holder.owner) {
             ctx.err << "stowaway: the data folder " << GetDataFolder() << " is owned by "
                     << DescribeHolder(holder) << "; stop it first (stowaway runs once per data "
                     << "folder)\n";
-            if (!owner.lastError().contains(QLatin1String("in use")))
-                ctx.err << "stowaway: " << owner.lastError() << '\n';
             return 2;
         }
         // A single command holds it for its run: wait for its end.
@@ -221,11 +224,6 @@ int RunAsOwner(const CommandSpec& spec, const CliOptions& opts, CliContext& ctx)
                     << Qt::flush;
         said = true;
         QThread::msleep(100);
-    }
-    if (!owner.listen()) {
-        ctx.err << "stowaway: cannot open the control socket " << owner.socketPath() << ": "
-                << owner.lastError() << '\n';
-        return 1;
     }
     ctx.owner = &owner;
     const int rc = RunHere(spec, opts, ctx);
@@ -241,7 +239,7 @@ int RunForwardedOrHere(const CommandSpec& spec, const QStringList& args, const C
     bool said = false;
     for (;;) {
         if (lock.acquire(DataFolderOwner::Role::Command)) return RunHere(spec, opts, ctx);
-        if (!lock.lastError().contains(QLatin1String("in use"))) {
+        if (!lock.heldByOther()) {
             ctx.err << "stowaway: " << lock.lastError() << '\n';
             return 1;
         }

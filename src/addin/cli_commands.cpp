@@ -1,5 +1,6 @@
 #include "addin/cli_commands.h"
 
+#include "addin/data_folder_owner.h"
 #include "addin/extras_run.h"
 #include "addin/folder_commands.h"
 #include "addin/service_loop.h"
@@ -403,6 +404,11 @@ int CmdWatch(const CliOptions& opts, CliContext& ctx) {
                                                                << "; stop with Ctrl+C.\n"
                                                                << Qt::flush;
                                                    }});
+    if (status == -1) {
+        ctx.err << "stowaway: cannot open the control socket " << ctx.owner->socketPath() << ": "
+                << ctx.owner->lastError() << '\n';
+        return 1;
+    }
     FlushProtocol();
     ctx.out << "Stopped.\n";
     return status == 0 ? 0 : 1;

@@ -14,6 +14,7 @@
 #include <cstring>
 #include <fcntl.h>
 #include <sys/file.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 namespace {
@@ -143,27 +144,45 @@ QString DataFolderOwner::socketPath() const {
 
 bool DataFolderOwner::acquire(Role role) {
     if (m_fd >= 0) return true;
+    m_heldByOther = false;
     QDir().mkpath(m_dataFolder);
     const QByteArray path = QFile::encodeName(lockFilePath());
-    const int fd = ::open(path.constData(), O_RDWR | O_CREAT | O_CLOEXEC, 0600);
-    if (fd < 0) {
-        m_error = QStringLiteral("cannot open ") + lockFilePath() + QStringLiteral(": ") +
-                  QString::fromLocal8Bit(std::strerror(errno));
-        return false;
+    // The holder removes the file when it lets go; a lock taken on a file that was removed
+    // meanwhile guards nothing, so the name must still lead to the locked file.
+    for (int attempt = 0; attempt < 100; ++attempt) {
+        const int fd = ::open(path.constData(), O_RDWR | O_CREAT | O_CLOEXEC, 0600);
+        if (fd < 0) {
+            m_error = QStringLiteral("cannot open ") + lockFilePath() + QStringLiteral(": ") +
+                      QString::fromLocal8Bit(std::strerror(errno));
+            return false;
+        }
+        if (::flock(fd, LOCK_EX | LOCK_NB) != 0) {
+            m_heldByOther = errno == EWOULDBLOCK;
+            m_error = m_heldByOther
+                          ? QStringLiteral("the data folder is in use")
+                          : QStringLiteral("cannot lock ") + lockFilePath() + QStringLiteral(": ") +
+                                QString::fromLocal8Bit(std::strerror(errno));
+            ::close(fd);
+            return false;
+        }
+        struct stat held = {}, named = {};
+        if (::fstat(fd, &held) != 0 || ::stat(path.constData(), &named) != 0 ||
+            held.st_ino != named.st_ino || held.st_dev != named.st_dev) {
+            ::close(fd);
+            continue;
+        }
+        m_fd = fd;
+        // Who holds it, for the messages of the others; the lock itself is what counts.
+        const QByteArray text = QByteArray::number(QCoreApplication::applicationPid()) + '\n' +
+                                (role == Role::Owner ? "owner" : "command") + '\n' +
+                                QCoreApplication::arguments().join(QLatin1Char(' ')).toUtf8() +
+                                '\n';
+        if (::ftruncate(fd, 0) != 0 || ::pwrite(fd, text.constData(), text.size(), 0) < 0)
+            m_error = QStringLiteral("cannot write ") + lockFilePath();
+        return true;
     }
-    if (::flock(fd, LOCK_EX | LOCK_NB) != 0) {
-        m_error = QStringLiteral("the data folder is in use");
-        ::close(fd);
-        return false;
-    }
-    m_fd = fd;
-    // Who holds it, for the messages of the others; the lock itself is what counts.
-    const QByteArray text = QByteArray::number(QCoreApplication::applicationPid()) + '\n' +
-                            (role == Role::Owner ? "owner" : "command") + '\n' +
-                            QCoreApplication::arguments().join(QLatin1Char(' ')).toUtf8() + '\n';
-    if (::ftruncate(fd, 0) != 0 || ::pwrite(fd, text.constData(), text.size(), 0) < 0)
-        m_error = QStringLiteral("cannot write ") + lockFilePath();
-    return true;
+    m_error = QStringLiteral("cannot lock ") + lockFilePath();
+    return false;
 }
 
 bool DataFolderOwner::listen() {
@@ -203,7 +222,9 @@ void DataFolderOwner::release() {
         m_server = nullptr;
     }
     if (m_fd >= 0) {
-        ::close(m_fd); // the lock goes with the last descriptor
+        // Removed while still locked, so nobody can lock the old file after this one lets go.
+        ::unlink(QFile::encodeName(lockFilePath()).constData());
+        ::close(m_fd);
         m_fd = -1;
     }
 }

@@ -79,6 +79,9 @@ class DataFolderOwner : public QObject {
     // Closes the socket and lets go of the lock.
     void release();
     bool holds() const { return m_fd >= 0; }
+    // After a failed acquire: true when another process holds the lock, false when the lock
+    // file could not be used at all.
+    bool heldByOther() const { return m_heldByOther; }
     // The process that holds the lock (pid 0 when the file says nothing).
     DataFolderHolder holder() const;
     QString lastError() const { return m_error; }
@@ -96,6 +99,7 @@ class DataFolderOwner : public QObject {
     int m_fd = -1;
     QLocalServer* m_server = nullptr;
     QString m_error;
+    bool m_heldByOther = false;
 };
 
 // The control socket of `dataFolder`'s owner: in $XDG_RUNTIME_DIR, named after the folder.

@@ -37,7 +37,9 @@ struct CommandQueue {
         }
         const QPointer<OwnerCall> call = waiting.front();
         waiting.pop_front();
-        if (call) {
+        if (call && !call->connected()) {
+            call->finish(1); // its caller went away while it waited: nothing to do
+        } else if (call) {
             running = true;
             run(call);
             running = false;
@@ -91,8 +93,12 @@ int RunServiceLoop(DataFolderOwner& owner, const ServiceHandlers& handlers) {
             }
         });
 
-    if (handlers.started) handlers.started();
-    const int status = QCoreApplication::exec();
+    // Listening only now: a request that came earlier would find nobody to serve it.
+    int status = -1;
+    if (owner.listen()) {
+        if (handlers.started) handlers.started();
+        status = QCoreApplication::exec();
+    }
 
     QObject::disconnect(served);
     signal(SIGINT, SIG_DFL);

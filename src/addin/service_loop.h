@@ -5,7 +5,6 @@
 //
 //     DataFolderOwner owner(GetDataFolder());
 //     if (!owner.acquire(DataFolderOwner::Role::Owner)) { ... owner.holder() ... }
-//     owner.listen();
 //     OnConnection(host);
 //     RunServiceLoop(owner, {ServeCommandCall, [&] { dialog.show(); }, nullptr});
 //     OnBeginShutdown(); OnDisconnection();
@@ -22,8 +21,9 @@ struct ServiceHandlers {
     std::function<void()> started;
 };
 
-// Runs the event loop until it is stopped; returns the loop's status. The shutdown is the
-// caller's, after the return.
+// Opens the owner's control socket and runs the event loop until it is stopped; returns the
+// loop's status, or -1 when the socket could not be opened (owner.lastError() says why). The
+// shutdown is the caller's, after the return.
 int RunServiceLoop(DataFolderOwner& owner, const ServiceHandlers& handlers);
 // Ends the loop as SIGTERM does: a caller's command in progress ends at its next pump of events.
 void StopServiceLoop();

@@ -125,8 +125,12 @@ void ReadSettingsIntoGlobals() {
 }
 
 QString DefaultCurrLang() {
-    return QLocale::system().language() == QLocale::German ? QStringLiteral("0")
-                                                           : QStringLiteral("1");
+    // The language of messages: $LANGUAGE first, then LC_ALL, LC_MESSAGES and LANG.
+    const QLocale system = QLocale::system();
+    const QStringList ui = system.uiLanguages();
+    const QLocale::Language language =
+        ui.isEmpty() ? system.language() : QLocale(ui.first()).language();
+    return language == QLocale::German ? QStringLiteral("0") : QStringLiteral("1");
 }
 
 const QList<SettingInfo>& KnownSettings() {

@@ -58,7 +58,8 @@ void StowawayCommandTest::useRules(const std::vector<udtRule>& rules) {
                                      {"SWTest", "0"},
                                      {"DoProto", "1"},
                                      {"Notify", "0"},
-                                     {"PaceSeconds", "0"}})
+                                     {"PaceSeconds", "0"},
+                                     {"CurrLang", "0"}})
         SaveSetting(QLatin1String(key), QLatin1String(value));
     Rules.assign(1, udtRule{});
     Rules.insert(Rules.end(), rules.begin(), rules.end());

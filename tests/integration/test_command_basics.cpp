@@ -27,6 +27,7 @@ TEST_F(StowawayCommandTest, ARunWithoutRulesSaysWhyNothingHappened) {
 
 TEST_F(StowawayCommandTest, CommandLinesAreCheckedAndSayWhatIsWrong) {
     const QString missing = TestEnv::home() + u"/NoMail"_s;
+    environment = {u"LANGUAGE=en"_s};
     struct Row {
         QStringList args;
         int exitCode;
@@ -91,9 +92,26 @@ TEST_F(StowawayCommandTest, AFirstStartSpeaksTheDesktopsLanguageUntilOneIsChosen
         {"en_GB.UTF-8", {u"rules"_s}, u"Testregel #1"_s}, // chosen: the locale no longer counts
     };
     for (const Row& row : rows) {
-        environment = {u"LC_ALL="_s + QLatin1String(row.locale)};
+        environment = {u"LANGUAGE="_s, u"LC_ALL="_s + QLatin1String(row.locale)};
         const CommandResult r = runStowaway(row.args);
         EXPECT_EQ(r.exitCode, 0) << row.locale << S(r.err);
         EXPECT_TRUE(r.out.contains(row.out)) << row.locale << ' ' << S(r.out);
     }
+}
+
+TEST_F(StowawayCommandTest, TheDemoStartsAfreshEachTimeAndLeavesTheUsersDataAlone) {
+    environment = {u"PATH=/nonexistent"_s}; // the sample rule that opens a file finds no opener
+    QString first;
+    for (int round = 0; round < 2; ++round) {
+        const CommandResult r = runStowaway({u"demo"_s});
+        EXPECT_EQ(r.exitCode, 0) << S(r.err);
+        const QString saved = r.out.section(u"\nSaved:\n"_s, 1);
+        EXPECT_TRUE(saved.contains(u"Demo/Saved/"_s)) << S(r.out);
+        if (round == 0)
+            first = saved;
+        else
+            EXPECT_EQ(saved, first); // the same files again, not numbered copies
+    }
+    EXPECT_FALSE(QFile::exists(DataFilePath(u".prt"_s)));
+    EXPECT_FALSE(QFile::exists(DataFilePath(u".rls"_s)));
 }

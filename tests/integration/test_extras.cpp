@@ -245,7 +245,7 @@ class ExtrasCommandTest : public StowawayCommandTest,
         deliver(Mail(u"No files"_s, u"Eva Fink"_s, Day(5), {}), u".Empty"_s);
 
         for (const auto& [key, value] :
-             {std::pair{"DoProto", "0"}, {"Notify", "0"}, {"PaceSeconds", "0"}})
+             {std::pair{"DoProto", "0"}, {"Notify", "0"}, {"PaceSeconds", "0"}, {"CurrLang", "0"}})
             SaveSetting(QLatin1String(key), QLatin1String(value));
         udtRule everything;
         everything.Name = u"Everything"_s;

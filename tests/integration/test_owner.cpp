@@ -3,6 +3,8 @@
 // command. Real programs, a real Maildir, real sockets.
 #include "stowaway_command.h"
 
+#include "addin/data_folder_owner.h"
+#include "common/folders.h"
 #include "data/data_files.h"
 #include "data/globals.h"
 #include "data/settings.h"
@@ -203,6 +205,17 @@ TEST_F(OwnerTest, ASecondServiceNamesTheOwnerAndACallerGoneEndsItsCommandOnly) {
     watch->terminate();
     finish(*watch, 0);
     EXPECT_FALSE(QFile::exists(target + u"/ignored.pdf"_s));
+}
+
+TEST_F(OwnerTest, AnotherProgramCanAskTheServiceToShowItsOptionsOrToStop) {
+    const auto watch = startWatch();
+    // `watch` has no options dialog to show: refused, and it goes on.
+    EXPECT_EQ(SendOwnerRequest(GetDataFolder(), OwnerRequestKind::ShowOptions), 1);
+    EXPECT_EQ(SendOwnerRequest(GetDataFolder(), OwnerRequestKind::Stop), 0);
+    finish(*watch, 0);
+    EXPECT_TRUE(watch->readAllStandardOutput().contains("Stopped."));
+    EXPECT_TRUE(logText().contains(u"! Shutdown..."_s));
+    EXPECT_EQ(SendOwnerRequest(GetDataFolder(), OwnerRequestKind::Stop), -1); // nobody listens
 }
 
 } // namespace

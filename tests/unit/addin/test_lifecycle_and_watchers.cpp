@@ -46,6 +46,7 @@ class AddinTest : public FreshState {
         inbox = store->addFolder(u"Inbox"_s);
         SetUserInteraction(&user);
         SaveSetting(u"PaceSeconds"_s, u"0"_s);
+        SaveSetting(u"CurrLang"_s, u"0"_s); // the texts below are the German ones
         host.openSession = [this]() {
             ++sessionOpens;
             return Result<std::shared_ptr<MailSession>>{session, OpError::none()};

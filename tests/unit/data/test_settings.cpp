@@ -31,7 +31,7 @@ void SpoilGlobals() {
 }
 
 void ExpectStartValues() {
-    EXPECT_EQ(CurrLang, 0);
+    EXPECT_EQ(CurrLang, 1); // English: the tests run in the C locale
     EXPECT_FALSE(DoProto);
     EXPECT_FALSE(SWActive);
     EXPECT_TRUE(SWTest);
@@ -110,4 +110,30 @@ TEST_F(Settings, AnUnwritableStoreIsIgnored) {
     WriteAll(TestEnv::home() + u"/.config"_s, "not a folder");
     SaveSetting(u"SWActive"_s, u"1"_s);
     EXPECT_FALSE(GetBoolSetting(u"SWActive"_s, u"0"_s));
+}
+
+TEST_F(Settings, AnAppliedValueReachesItsMirrorAtOnceAndABadOneChangesNothing) {
+    struct Row {
+        const char* key;
+        const char* value;
+        bool accepted;
+    } rows[] = {
+        {"SWActive", "1", true},      {"swtest", "0", true},         {"NotifyTime", "7", true},
+        {"CurrLang", "0", true},      {"PaceSeconds", "0.25", true}, {"SoundName", "Bell", true},
+        {"SWActive", "yes", false},   {"Notify", "3", false},        {"NotifyTime", "0", false},
+        {"PaceSeconds", "-1", false}, {"CurrLang", "7", false},      {"Unknown", "1", false},
+    };
+    for (const Row& row : rows)
+        EXPECT_EQ(ApplySetting(QLatin1String(row.key), QLatin1String(row.value)).isEmpty(),
+                  row.accepted)
+            << row.key << '=' << row.value;
+    EXPECT_TRUE(SWActive);
+    EXPECT_FALSE(SWTest);
+    EXPECT_EQ(NotifyTime, 7);
+    EXPECT_EQ(Notify, 1);
+    EXPECT_EQ(CurrLang, 0);
+    EXPECT_TRUE(LangChanged);
+    EXPECT_EQ(SoundName, u"Bell"_s);
+    EXPECT_EQ(GetSetting(u"PaceSeconds"_s, {}), u"0.25"_s);
+    EXPECT_EQ(GetSetting(u"Unknown"_s, u"none"_s), u"none"_s);
 }
