@@ -205,6 +205,7 @@ TEST_F(RuleCommandsTest, AProjectInUseIsRemovedOnlyWhenTheQuestionIsAnsweredYes)
                     .contains(QDir::current().absoluteFilePath(u"Bau"_s)));
     EXPECT_TRUE(runStowaway({u"project"_s, u"add"_s, u"BAU"_s, documents})
                     .err.contains(u"a project 'BAU' exists already"_s));
+    EXPECT_TRUE(ok({u"project"_s, u"folder"_s, u"bau"_s, u"/srv/bau"_s}).contains(u"/srv/bau"_s));
     ok({u"project"_s, u"remove"_s, u"Bau"_s});
     // A rule that comes to save by project takes the first one; leaving, it keeps its folder.
     const QString samplewright = u"Samplewright Inc."_s;
