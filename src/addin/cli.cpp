@@ -27,6 +27,26 @@ Saves mail attachments from Maildir folders by your rules.
 
 Commands:
   rules                      list the rules
+  rules --json               the whole rule table as JSON, every field
+  rules import FILE.json     replace the rule table by one in that form (every field of every
+                             rule is checked first; nothing changes if one is wrong)
+  rule add NAME              a new last rule: active, saving by date into the documents folder
+  rule set RULE FIELD VALUE  set one field: Active, Name, CheckSender, Sender, CheckRecp,
+                             Recipient, CheckSubj, Subject, CheckFileFormat, FileFormat, SaveBy,
+                             SaveFormat, Folder, FileExists, Execute, DelAttach, Notify,
+                             Hyperlink; switches take 1 or 0, SaveBy, SaveFormat and FileExists
+                             their number or word (SaveBy date, sender, recipient, project,
+                             folder; FileExists ask, replace, number, date-time)
+  rule rename RULE NAME      rename a rule
+  rule remove RULE           delete a rule
+  rule move RULE up|down     move a rule one place (rules are tried in order)
+  projects                   list the projects
+  project add NAME FOLDER    a new project saving into FOLDER
+  project folder PROJECT FOLDER
+                             change a project's folder
+  project rename PROJECT NAME
+                             rename a project (rules naming the old name then save nothing)
+  project remove PROJECT     delete a project (asks when a rule saves into it)
   blocked                    list the blocked attachment formats
   settings [KEY [VALUE]]     list all settings, show one, or set one
   paths                      show the data folder, the LOG file and the settings file
@@ -48,8 +68,9 @@ Commands:
                              folder's path, --remove takes the files out of the mails,
                              --links writes links to them into the mails)
 FOLDER is a watched folder's number (see `stowaway folders`), name or path, and may be left
-out when only one folder is watched; RULE a rule's
-number or name; MAILFOLDER any folder of the store, by its path ("Mail|Work") or its name.
+out when only one folder is watched; RULE a rule's number or name, PROJECT a project's;
+MAILFOLDER any folder of the store, by its path ("Mail|Work") or its name. Relative folders are
+taken from the current folder.
 
 Options:
   --maildir PATH             the Maildir store (default: $MAILDIR, else ~/Maildir)
@@ -76,19 +97,14 @@ struct CommandSpec {
 };
 
 const CommandSpec kCommands[] = {
-    {"rules", CmdRules, Needs::Data, 0},
-    {"blocked", CmdBlocked, Needs::Data, 0},
-    {"settings", CmdSettings, Needs::Settings, 2},
-    {"paths", CmdPaths, Needs::Nothing, 0},
-    {"watch", CmdWatch, Needs::Owner, 0},
-    {"demo", CmdDemo, Needs::Nothing, 0},
-    {"folders", CmdFolders, Needs::Store, 0},
-    {"test", CmdTest, Needs::Store, -1},
-    {"run", CmdRun, Needs::Store, -1},
-    {"reset", CmdReset, Needs::Store, -1},
-    {"check-rule", CmdCheckRule, Needs::Store, -1},
-    {"protocol", CmdProtocol, Needs::Data, -1},
-    {"extras", CmdExtras, Needs::Store, -1},
+    {"rules", CmdRules, Needs::Data, -1},       {"rule", CmdRule, Needs::Data, -1},
+    {"projects", CmdProjects, Needs::Data, 0},  {"project", CmdProject, Needs::Data, -1},
+    {"blocked", CmdBlocked, Needs::Data, 0},    {"settings", CmdSettings, Needs::Settings, 2},
+    {"paths", CmdPaths, Needs::Nothing, 0},     {"watch", CmdWatch, Needs::Owner, 0},
+    {"demo", CmdDemo, Needs::Nothing, 0},       {"folders", CmdFolders, Needs::Store, 0},
+    {"test", CmdTest, Needs::Store, -1},        {"run", CmdRun, Needs::Store, -1},
+    {"reset", CmdReset, Needs::Store, -1},      {"check-rule", CmdCheckRule, Needs::Store, -1},
+    {"protocol", CmdProtocol, Needs::Data, -1}, {"extras", CmdExtras, Needs::Store, -1},
 };
 
 const CommandSpec* FindCommand(const QString& name) {

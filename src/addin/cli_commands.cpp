@@ -18,73 +18,6 @@
 #include <QFile>
 #include <QMap>
 
-namespace {
-QString SaveByText(const udtRule& r) {
-    static const char* kDateFormats[] = {"dd-mm-yyyy", "yyyy-mm-dd", "yyyy-mm", "yyyy-ww"};
-    switch (r.SaveBy) {
-    case 0:
-        return QStringLiteral("by date (%1)")
-            .arg(r.SaveFormat >= 0 && r.SaveFormat <= 3 ? kDateFormats[r.SaveFormat] : "?");
-    case 1:
-        return r.SaveFormat == 1 ? QStringLiteral("by sender address")
-                                 : QStringLiteral("by sender name");
-    case 2:
-        return r.SaveFormat == 1 ? QStringLiteral("by recipient address")
-                                 : QStringLiteral("by recipient name");
-    case 3:
-        return QStringLiteral("by project");
-    case 4:
-        return r.SaveFormat == 99 ? QStringLiteral("to the folder, keeping the mail folders")
-                                  : QStringLiteral("to the folder");
-    default:
-        return QStringLiteral("by mode %1").arg(r.SaveBy);
-    }
-}
-
-QString ConflictText(uint8_t fileExists) {
-    switch (fileExists) {
-    case 0:
-        return QStringLiteral("ask");
-    case 2:
-        return QStringLiteral("number");
-    case 3:
-        return QStringLiteral("add date and time");
-    default:
-        return QStringLiteral("replace");
-    }
-}
-
-} // namespace
-
-int CmdRules(const CliOptions&, CliContext& ctx) {
-    auto& out = ctx.out;
-    if (RulesCount == 0) out << "No rules.\n";
-    for (int i = 1; i <= RulesCount; ++i) {
-        const udtRule& r = Rules[i];
-        out << i << ". " << r.Name.get() << (IsTrue(r.Active) ? "" : "  (inactive)") << '\n';
-        QStringList criteria;
-        if (IsTrue(r.CheckSender)) criteria << QStringLiteral("sender %1").arg(r.Sender.get());
-        if (IsTrue(r.CheckRecp)) criteria << QStringLiteral("recipient %1").arg(r.Recipient.get());
-        if (IsTrue(r.CheckSubj))
-            criteria << QStringLiteral("subject contains \"%1\"").arg(r.Subject.get());
-        if (IsTrue(r.CheckFileFormat))
-            criteria << QStringLiteral("format %1").arg(r.FileFormat.get());
-        out << "   matches: "
-            << (criteria.isEmpty() ? QStringLiteral("every mail")
-                                   : criteria.join(QStringLiteral(", ")))
-            << '\n';
-        out << "   saves:   " << SaveByText(r) << ", under " << r.Folder.get()
-            << ", on a conflict: " << ConflictText(r.FileExists) << '\n';
-        QStringList actions;
-        if (IsTrue(r.DelAttach)) actions << QStringLiteral("remove attachments");
-        if (IsTrue(r.Hyperlink)) actions << QStringLiteral("write links");
-        if (IsTrue(r.Notify)) actions << QStringLiteral("notify");
-        if (!r.Execute.get().isEmpty()) actions << QStringLiteral("run %1").arg(r.Execute.get());
-        if (!actions.isEmpty()) out << "   then:    " << actions.join(QStringLiteral(", ")) << '\n';
-    }
-    return 0;
-}
-
 int CmdBlocked(const CliOptions&, CliContext& ctx) {
     for (int i = 1; i <= BlockedCount; ++i) {
         const udtBlockedFormat& b = BlockedFormats[i];
@@ -141,15 +74,6 @@ int FindWatchFolder(const QString& text) {
         if (WatchFolders[i].Name.get().compare(text, Qt::CaseInsensitive) == 0 ||
             WatchFolders[i].Path.get().compare(text, Qt::CaseInsensitive) == 0)
             return i;
-    return 0;
-}
-
-int FindRule(const QString& text) {
-    bool isNumber = false;
-    const int n = text.toInt(&isNumber);
-    if (isNumber) return n >= 1 && n <= RulesCount ? n : 0;
-    for (int i = 1; i <= RulesCount; ++i)
-        if (Rules[i].Name.get().compare(text, Qt::CaseInsensitive) == 0) return i;
     return 0;
 }
 
@@ -275,11 +199,11 @@ int CmdCheckRule(const CliOptions& opts, CliContext& ctx) {
         ctx.err << "stowaway: check-rule takes a rule and a watched folder\n";
         return 2;
     }
-    const int rule = FindRule(opts.args.at(0));
+    const int rule = PickRule(opts.args.at(0), ctx);
+    if (rule == 0) return 2;
     const int folder = FindWatchFolder(opts.args.at(1));
-    if (rule == 0 || folder == 0) {
-        ctx.err << "stowaway: no such " << (rule == 0 ? "rule" : "watched folder")
-                << " (see stowaway " << (rule == 0 ? "rules" : "folders") << ")\n";
+    if (folder == 0) {
+        ctx.err << "stowaway: no such watched folder (see stowaway folders)\n";
         return 2;
     }
     const int matches = CheckRule(rule, folder, nullptr);

@@ -11,6 +11,9 @@ struct CliOptions {
 };
 
 int CmdRules(const CliOptions& opts, CliContext& ctx);
+int CmdRule(const CliOptions& opts, CliContext& ctx);
+int CmdProjects(const CliOptions& opts, CliContext& ctx);
+int CmdProject(const CliOptions& opts, CliContext& ctx);
 int CmdBlocked(const CliOptions& opts, CliContext& ctx);
 int CmdSettings(const CliOptions& opts, CliContext& ctx);
 int CmdPaths(const CliOptions& opts, CliContext& ctx);
@@ -23,6 +26,9 @@ int CmdFolders(const CliOptions& opts, CliContext& ctx);
 int CmdProtocol(const CliOptions& opts, CliContext& ctx);
 int CmdWatch(const CliOptions& opts, CliContext& ctx);
 int CmdDemo(const CliOptions& opts, CliContext& ctx);
+
+// A rule by its number or its name (case ignored); 0 after an error line.
+int PickRule(const QString& text, CliContext& ctx);
 
 // The starts of the dispatcher. With the store: the add-in's start (OnConnection), false after
 // one message when the store cannot be opened. Without: settings and data only, with no word

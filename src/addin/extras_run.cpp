@@ -182,8 +182,8 @@ udtRule ExtrasSpecialRule(const ExtrasRunOptions& options) {
     rule.DelAttach = ToVb(options.delAttach);
     rule.Hyperlink = ToVb(options.hyperlinks);
     rule.Notify = vbFalse;
-    rule.SaveBy = 4;
-    rule.SaveFormat = options.keepStructure ? 99 : 0;
+    rule.SaveBy = SaveBy::Folder;
+    rule.SaveFormat = options.keepStructure ? SaveFormat::KeepMailFolders : SaveFormat::Plain;
     rule.Folder = options.targetFolder;
     return rule;
 }

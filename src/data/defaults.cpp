@@ -26,7 +26,7 @@ udtRule BlankSampleRule() {
     r.Folder = QString();
     r.Execute = QString();
     r.CheckFileFormat = vbFalse;
-    r.FileExists = 0;
+    r.FileExists = FileExists::Ask;
     return r;
 }
 } // namespace
@@ -39,8 +39,8 @@ std::vector<udtRule> SampleRules() {
     byDate.Name = T("Testregel #1", "Test rule #1");
     byDate.CheckSender = vbTrue;
     byDate.Sender = QStringLiteral("invoices@example.com");
-    byDate.SaveBy = 0;
-    byDate.SaveFormat = 1;
+    byDate.SaveBy = SaveBy::Date;
+    byDate.SaveFormat = SaveFormat::YearMonthDay;
     byDate.Folder = DocumentsFolder() + T("Outlook-Anhänge", "Outlook Attachments");
     byDate.DelAttach = vbTrue;
     byDate.Notify = vbTrue;
@@ -50,8 +50,8 @@ std::vector<udtRule> SampleRules() {
     bySender.Name = T("Testregel #2", "Test rule #2");
     bySender.CheckRecp = vbTrue;
     bySender.Recipient = QStringLiteral("projects@example.org");
-    bySender.SaveBy = 1;
-    bySender.SaveFormat = 0;
+    bySender.SaveBy = SaveBy::Sender;
+    bySender.SaveFormat = SaveFormat::Name;
     bySender.Folder = DocumentsFolder() + T("Outlook-Anhänge", "Outlook Attachments");
     bySender.DelAttach = vbTrue;
     bySender.Hyperlink = vbTrue;
@@ -61,7 +61,7 @@ std::vector<udtRule> SampleRules() {
     byProject.Name = T("Testregel #3", "Test rule #3");
     byProject.CheckSubj = vbTrue;
     byProject.Subject = T("Neues Projektlogo", "New project logo");
-    byProject.SaveBy = 3;
+    byProject.SaveBy = SaveBy::Project;
     byProject.SaveFormat = 0;
     byProject.Folder = T("Projekt-Logos", "Project logos");
     byProject.Execute = QStringLiteral("xdg-open '%1'");
@@ -71,8 +71,8 @@ std::vector<udtRule> SampleRules() {
     udtRule& fallback = rules[4];
     fallback = BlankSampleRule();
     fallback.Name = T("<Standardregel>", "<Default Rule>");
-    fallback.SaveBy = 0;
-    fallback.SaveFormat = 1;
+    fallback.SaveBy = SaveBy::Date;
+    fallback.SaveFormat = SaveFormat::YearMonthDay;
     fallback.Folder = DocumentsFolder() + T("Stowaway-Anhänge", "Stowaway Attachments");
     fallback.Notify = vbTrue;
 

@@ -2,6 +2,8 @@
 // The five record types. Text fields have a fixed length: a longer value is cut on store, a
 // shorter one blank-padded; a field never set holds NULs. Readers trim at every read.
 // Booleans are 16-bit: -1 True, 0 False, any other non-zero value counts as True.
+#include "data/rule_codes.h"
+
 #include <QString>
 #include <cstdint>
 
@@ -78,10 +80,10 @@ struct udtRule {
     FixedText<100> Subject;
     VbBool CheckFileFormat = 0;
     FixedText<5> FileFormat;
-    int16_t SaveBy = 0;
-    int16_t SaveFormat = 0;
+    int16_t SaveBy = 0;     // a SaveBy:: code
+    int16_t SaveFormat = 0; // a SaveFormat:: code of that SaveBy
     FixedText<200> Folder;
-    uint8_t FileExists = 0;
+    uint8_t FileExists = 0; // a FileExists:: code
     FixedText<49> Reserved;
     FixedText<250> Execute;
     VbBool DelAttach = 0;

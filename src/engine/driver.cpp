@@ -97,7 +97,7 @@ void LogRuleBlock(const udtRule& rule) {
     WriteLog(QStringLiteral("FileFormat: ") + FieldText(rule.FileFormat.get()));
     WriteLog(QStringLiteral("Save by: ") + QString::number(rule.SaveBy));
     WriteLog(QStringLiteral("Save Format: ") + QString::number(rule.SaveFormat));
-    if (rule.SaveBy == 3) {
+    if (rule.SaveBy == SaveBy::Project) {
         WriteLog(QStringLiteral("Project Descr: ") + FieldText(rule.Folder.get()));
         WriteLog(QStringLiteral("Project Folder: ") + GetProjectFolder(rule.Folder.get()));
     } else {

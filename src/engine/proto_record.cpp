@@ -29,15 +29,16 @@ void FillProtoRecord(udtProtoEntry& proto, const MailState& mail, const udtRule&
     const QString recipient = Full(mail.recipientName, mail.recipientAddress);
     proto.Sender = sender;
     proto.Recipient = recipient;
-    if (rule.SaveBy == 1)
-        proto.Sender = rule.SaveFormat == 0 ? mail.senderName : mail.senderAddress;
-    else if (rule.SaveBy == 2)
-        proto.Recipient = rule.SaveFormat == 0 ? mail.recipientName : mail.recipientAddress;
+    if (rule.SaveBy == SaveBy::Sender)
+        proto.Sender = rule.SaveFormat == SaveFormat::Name ? mail.senderName : mail.senderAddress;
+    else if (rule.SaveBy == SaveBy::Recipient)
+        proto.Recipient =
+            rule.SaveFormat == SaveFormat::Name ? mail.recipientName : mail.recipientAddress;
 
-    if (rule.SaveBy == 3) {
+    if (rule.SaveBy == SaveBy::Project) {
         proto.Project = rule.Folder.get();
         proto.Folder = GetProjectFolder(rule.Folder.get());
-    } else if (rule.SaveBy > 3) {
+    } else if (rule.SaveBy > SaveBy::Project) {
         // Only a folder text that happens to name a project gives a folder here.
         proto.Folder = GetProjectFolder(rule.Folder.get());
     }

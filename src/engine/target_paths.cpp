@@ -20,13 +20,13 @@ namespace {
 
 QString DateFolderFormat(int16_t saveFormat) {
     switch (saveFormat) {
-    case 0:
+    case SaveFormat::DayMonthYear:
         return QStringLiteral("dd-mm-yyyy");
-    case 1:
+    case SaveFormat::YearMonthDay:
         return QStringLiteral("yyyy-mm-dd");
-    case 2:
+    case SaveFormat::YearMonth:
         return QStringLiteral("yyyy-mm");
-    case 3:
+    case SaveFormat::YearWeek:
         return QStringLiteral("yyyy-ww");
     default:
         return {};
@@ -38,9 +38,9 @@ QString DateFolderFormat(int16_t saveFormat) {
 QString PartyFolderName(int16_t saveFormat, const QString& ruleValue, const QString& name,
                         const QString& address) {
     QString s;
-    if (saveFormat == 0) {
+    if (saveFormat == SaveFormat::Name) {
         s = name;
-    } else if (saveFormat == 1) {
+    } else if (saveFormat == SaveFormat::Address) {
         if (ruleValue.startsWith(QLatin1Char('@'))) {
             const qsizetype at = address.indexOf(QLatin1Char('@'));
             s = at < 0 ? QString() : address.mid(at);
@@ -90,13 +90,13 @@ bool GetRuleData(const MailItemPtr& item, const udtRule& rule, QString& baseFold
                  QString& targetFolder, const QString& senderName, const QString& senderAddress,
                  const QString& recipientName, const QString& recipientAddress) {
     const QString folder = rule.Folder.get();
-    if (rule.SaveBy < 3) {
+    if (rule.SaveBy < SaveBy::Project) {
         baseFolder = AddBackslash(folder);
-    } else if (rule.SaveBy == 3) {
+    } else if (rule.SaveBy == SaveBy::Project) {
         baseFolder = GetProjectFolder(folder);
     } else {
         baseFolder = AddBackslash(folder);
-        if (rule.SaveFormat == 99) {
+        if (rule.SaveFormat == SaveFormat::KeepMailFolders) {
             const MailFolderPtr parent = item ? item->Parent().value : nullptr;
             baseFolder += AddBackslash(GetFolderPath(parent, QStringLiteral("/")));
         }
@@ -109,13 +109,13 @@ bool GetRuleData(const MailItemPtr& item, const udtRule& rule, QString& baseFold
     if (!baseFolder.startsWith(QLatin1Char('/'))) {
         WriteLog(QStringLiteral("! GetRuleData: rule '") + rule.Name.get() +
                  QStringLiteral("' has no absolute target folder ('") + folder +
-                 (rule.SaveBy == 3 ? QStringLiteral("' is not a known project)")
-                                   : QStringLiteral("')")));
+                 (rule.SaveBy == SaveBy::Project ? QStringLiteral("' is not a known project)")
+                                                 : QStringLiteral("')")));
         return false;
     }
 
     switch (rule.SaveBy) {
-    case 0: {
+    case SaveBy::Date: {
         const QString format = DateFolderFormat(rule.SaveFormat);
         if (!format.isEmpty()) {
             // A date that cannot be read formats as day 0.
@@ -126,9 +126,9 @@ bool GetRuleData(const MailItemPtr& item, const udtRule& rule, QString& baseFold
                  targetFolder);
         break;
     }
-    case 1:
-    case 2: {
-        const bool bySender = rule.SaveBy == 1;
+    case SaveBy::Sender:
+    case SaveBy::Recipient: {
+        const bool bySender = rule.SaveBy == SaveBy::Sender;
         const QString s = bySender ? PartyFolderName(rule.SaveFormat, rule.Sender.get(), senderName,
                                                      senderAddress)
                                    : PartyFolderName(rule.SaveFormat, rule.Recipient.get(),
@@ -189,7 +189,7 @@ QString GetNextDateName(const QString& fullPath) {
 
 ConflictOutcome ResolveConflict(const udtRule& rule, QString& fullPath) {
     switch (rule.FileExists) {
-    case 0: {
+    case FileExists::Ask: {
         const QString ext = GetExtensionUpper(fullPath);
         const QString extLower = ext.toLower();
         SaveFileRequest request;
@@ -208,7 +208,7 @@ ConflictOutcome ResolveConflict(const udtRule& rule, QString& fullPath) {
         fullPath = chosen;
         return ConflictOutcome::Save;
     }
-    case 2: {
+    case FileExists::Number: {
         const QString next = GetNextNumberName(fullPath);
         if (next.isEmpty()) {
             WriteLog(QStringLiteral("GetNextNumberName= ''..."));
@@ -217,7 +217,7 @@ ConflictOutcome ResolveConflict(const udtRule& rule, QString& fullPath) {
         fullPath = next;
         return ConflictOutcome::Save;
     }
-    case 3: {
+    case FileExists::AddDateTime: {
         const QString next = GetNextDateName(fullPath);
         if (next.isEmpty()) {
             WriteLog(QStringLiteral("GetNextDateName= ''..."));
