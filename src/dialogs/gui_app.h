@@ -1,0 +1,59 @@
+#pragma once
+// The desktop program: the add-in's lifecycle as the service runs it, with a face (the tray,
+// the options dialog, Qt dialogs for every question).
+#include <QObject>
+#include <QPointer>
+#include <QString>
+#include <QStringList>
+
+#include <memory>
+
+class QMenu;
+class frmStowaway;
+class frmSysTray;
+class QtUserInteraction;
+class QSocketNotifier;
+
+struct GuiOptions {
+    QString maildir;
+    bool showOptions = false; // --options: the dialog right after the start
+};
+
+// Reads --maildir PATH (default $MAILDIR, else ~/Maildir) and --options. False with a message
+// in `error` for anything else.
+bool ParseGuiArguments(const QStringList& args, GuiOptions& options, QString& error);
+
+class StowawayGuiApp : public QObject {
+    Q_OBJECT
+  public:
+    explicit StowawayGuiApp(GuiOptions options);
+    ~StowawayGuiApp() override;
+
+    // Connects the add-in (settings, store, data, menu, watchers), puts up the tray, and opens
+    // the options dialog when asked to or when there is no tray. Run it once, after the data
+    // folder is this process's own.
+    void start();
+    // Runs the event loop until Quit, SIGTERM or SIGINT, then shuts down cleanly. The exit code.
+    int exec();
+    // Shows the options dialog, loaded afresh, or raises it when it is open.
+    void showOptions();
+    // Ends the event loop; the clean shutdown follows in exec().
+    void quit();
+    // Writes the data and disconnects; safe to call twice.
+    void shutdown();
+
+    frmStowaway* optionsDialog() const { return m_options.get(); }
+
+  private:
+    void buildMenu();
+    void removeMenu();
+    void watchStopSignals();
+
+    GuiOptions m_opts;
+    std::unique_ptr<QtUserInteraction> m_ui;
+    std::unique_ptr<frmStowaway> m_options;
+    std::unique_ptr<QMenu> m_menu;
+    QPointer<frmSysTray> m_tray;
+    std::unique_ptr<QSocketNotifier> m_signalNotifier;
+    bool m_connected = false;
+};
