@@ -1,5 +1,6 @@
 // `stowaway-gui`: the desktop program.
 #include "dialogs/gui_app.h"
+#include "host/maildir/open_maildir.h"
 
 #include <QApplication>
 #include <QTextStream>
@@ -16,7 +17,7 @@ int main(int argc, char** argv) {
         QTextStream(stderr) << error << '\n';
         return 2;
     }
-    StowawayGuiApp gui(options);
+    StowawayGuiApp gui(options, OpenMaildirStore);
     // One owner per data folder: the owner's acquire goes here, before the start; a running
     // owner's "show-options" request calls gui.showOptions().
     gui.start();

@@ -10,7 +10,6 @@
 #include "dialogs/options/frm_stowaway.h"
 #include "dialogs/product_menu.h"
 #include "dialogs/qt_interaction.h"
-#include "host/maildir/open_maildir.h"
 
 #include <QApplication>
 #include <QDir>
@@ -58,8 +57,9 @@ bool ParseGuiArguments(const QStringList& args, GuiOptions& options, QString& er
     return true;
 }
 
-StowawayGuiApp::StowawayGuiApp(GuiOptions options)
-    : m_opts(std::move(options)), m_ui(std::make_unique<QtUserInteraction>()) {
+StowawayGuiApp::StowawayGuiApp(GuiOptions options, StoreOpener openStore)
+    : m_opts(std::move(options)), m_openStore(std::move(openStore)),
+      m_ui(std::make_unique<QtUserInteraction>()) {
     SetUserInteraction(m_ui.get());
 }
 
@@ -93,7 +93,7 @@ void StowawayGuiApp::start() {
         m_ui->setTray(m_tray);
     }
     HostEnvironment host;
-    host.openSession = [this] { return OpenMaildirStore(m_opts.maildir); };
+    host.openSession = [this] { return m_openStore(m_opts.maildir); };
     host.buildMenu = [this] { buildMenu(); };
     host.removeMenu = [this] { removeMenu(); };
     OnConnection(host);
@@ -109,7 +109,7 @@ void StowawayGuiApp::start() {
 }
 
 int StowawayGuiApp::exec() {
-    const int code = QApplication::exec();
+    const int code = m_quitRequested ? 0 : QApplication::exec();
     shutdown();
     return code;
 }
@@ -129,7 +129,8 @@ void StowawayGuiApp::showOptions() {
 }
 
 void StowawayGuiApp::quit() {
-    QCoreApplication::quit();
+    m_quitRequested = true;
+    QCoreApplication::exit(0);
 }
 
 void StowawayGuiApp::shutdown() {
@@ -163,8 +164,11 @@ void StowawayGuiApp::watchStopSignals() {
         return;
     }
     m_signalNotifier = std::make_unique<QSocketNotifier>(gStopPipe[0], QSocketNotifier::Read);
-    connect(m_signalNotifier.get(), &QSocketNotifier::activated, this,
-            [] { QCoreApplication::quit(); });
+    connect(m_signalNotifier.get(), &QSocketNotifier::activated, this, [this] {
+        char byte = 0;
+        [[maybe_unused]] const ssize_t n = ::read(gStopPipe[0], &byte, 1);
+        quit();
+    });
     struct sigaction sa = {};
     sa.sa_handler = OnStopSignal;
     sigemptyset(&sa.sa_mask);

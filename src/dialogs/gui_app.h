@@ -6,7 +6,10 @@
 #include <QString>
 #include <QStringList>
 
+#include <functional>
 #include <memory>
+
+#include "host/mail_store.h"
 
 class QMenu;
 class frmStowaway;
@@ -23,10 +26,13 @@ struct GuiOptions {
 // in `error` for anything else.
 bool ParseGuiArguments(const QStringList& args, GuiOptions& options, QString& error);
 
+// Opens the store that --maildir names.
+using StoreOpener = std::function<Result<std::shared_ptr<MailSession>>(const QString&)>;
+
 class StowawayGuiApp : public QObject {
     Q_OBJECT
   public:
-    explicit StowawayGuiApp(GuiOptions options);
+    StowawayGuiApp(GuiOptions options, StoreOpener openStore);
     ~StowawayGuiApp() override;
 
     // Connects the add-in (settings, store, data, menu, watchers), puts up the tray, and opens
@@ -50,10 +56,12 @@ class StowawayGuiApp : public QObject {
     void watchStopSignals();
 
     GuiOptions m_opts;
+    StoreOpener m_openStore;
     std::unique_ptr<QtUserInteraction> m_ui;
     std::unique_ptr<frmStowaway> m_options;
     std::unique_ptr<QMenu> m_menu;
     QPointer<frmSysTray> m_tray;
     std::unique_ptr<QSocketNotifier> m_signalNotifier;
     bool m_connected = false;
+    bool m_quitRequested = false; // a stop asked for before the event loop ran
 };
