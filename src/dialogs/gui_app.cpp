@@ -7,6 +7,7 @@
 #include "data/log.h"
 #include "data/protocol.h"
 #include "dialogs/common/systray.h"
+#include "dialogs/icons.h"
 #include "dialogs/options/frm_stowaway.h"
 #include "dialogs/product_menu.h"
 #include "dialogs/qt_interaction.h"
@@ -29,12 +30,6 @@ void OnStopSignal(int) {
     [[maybe_unused]] const ssize_t n = ::write(gStopPipe[1], &byte, 1);
 }
 
-QIcon ProgramIcon() {
-    return QIcon::fromTheme(
-        QStringLiteral("stowaway"),
-        QIcon(QDir(QCoreApplication::applicationDirPath())
-                  .filePath(QStringLiteral("../share/icons/hicolor/scalable/apps/stowaway.svg"))));
-}
 } // namespace
 
 bool ParseGuiArguments(const QStringList& args, GuiOptions& options, QString& error) {
@@ -79,6 +74,7 @@ StowawayGuiApp::~StowawayGuiApp() {
 
 void StowawayGuiApp::start() {
     QApplication::setQuitOnLastWindowClosed(false);
+    SetUpIconTheme();
     QApplication::setWindowIcon(ProgramIcon());
     watchStopSignals();
     // The session's end: the data are written before the desktop takes the program down.

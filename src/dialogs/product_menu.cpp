@@ -4,6 +4,7 @@
 #include "common/lang.h"
 #include "common/paths.h"
 #include "data/globals.h"
+#include "dialogs/icons.h"
 #include "ui/user_interaction.h"
 
 #include <QAction>
@@ -18,12 +19,11 @@ const char* const kCaption = "Caption";
 QIcon FaceIcon(int faceId) {
     switch (faceId) {
     case 222:
-        return QIcon::fromTheme(QStringLiteral("preferences-system"));
+        return ThemeIcon({"preferences-system", "emblem-system", "preferences-other"});
     case 2554:
-        return QIcon::fromTheme(QStringLiteral("folder-documents"),
-                                QIcon::fromTheme(QStringLiteral("folder")));
+        return ThemeIcon({"folder-documents", "folder"});
     default:
-        return QIcon::fromTheme(QStringLiteral("folder"));
+        return ThemeIcon({"folder"});
     }
 }
 
@@ -108,7 +108,7 @@ void BuildProductMenu(QMenu& menu, const std::function<void()>& onOptions,
     AddFolderButtons(*folders);
 
     menu.addSeparator();
-    QAction* quit = menu.addAction(QIcon::fromTheme(QStringLiteral("application-exit")),
+    QAction* quit = menu.addAction(ThemeIcon({"application-exit", "system-shutdown"}),
                                    LangText(QStringLiteral("Beenden"), QStringLiteral("Quit")));
     quit->setObjectName(QStringLiteral("mnuQuit"));
     QObject::connect(quit, &QAction::triggered, quit, [onQuit] { onQuit(); });

@@ -3,6 +3,7 @@
 #include "common/folders.h"
 #include "common/lang.h"
 #include "data/log.h"
+#include "dialogs/icons.h"
 #include "dialogs/translate.h"
 
 #include <QDialogButtonBox>
@@ -16,7 +17,7 @@ dlgInfo::dlgInfo(QWidget* parent) : QDialog(parent) {
     SetTag(this, QStringLiteral("Info|Info"));
     auto* icon = new QLabel(this);
     icon->setObjectName(QStringLiteral("imgLogo"));
-    icon->setPixmap(QIcon::fromTheme(QStringLiteral("stowaway"), windowIcon()).pixmap(64, 64));
+    icon->setPixmap(ProgramIcon().pixmap(64, 64));
     icon->setAccessibleName(gAppName);
     auto* caption = new QLabel(this);
     caption->setObjectName(QStringLiteral("lblCaption"));

@@ -6,6 +6,7 @@
 #include "data/globals.h"
 #include "data/settings.h"
 #include "dialogs/common/dlg_info.h"
+#include "dialogs/icons.h"
 #include "dialogs/options/extras_page.h"
 #include "dialogs/options/options_page.h"
 #include "dialogs/options/rules_page.h"
@@ -40,11 +41,11 @@ QPushButton* Button(QWidget* parent, const QString& name, const QString& tag) {
     return b;
 }
 
-QToolButton* PictureButton(QWidget* parent, const QString& name, const QString& icon,
+QToolButton* PictureButton(QWidget* parent, const QString& name, const QIcon& icon,
                            const QString& tag) {
     auto* b = new QToolButton(parent);
     b->setObjectName(name);
-    b->setIcon(QIcon::fromTheme(icon));
+    b->setIcon(icon);
     b->setAutoRaise(true);
     SetTag(b, tag);
     return b;
@@ -78,7 +79,7 @@ void HideSpareTabs(QTabWidget* tabs) {
 
 frmStowaway::frmStowaway(QWidget* parent) : QDialog(parent) {
     setObjectName(QStringLiteral("frmStowaway"));
-    setWindowIcon(QIcon::fromTheme(QStringLiteral("stowaway")));
+    setWindowIcon(ProgramIcon());
     m_regMain = new QTabWidget(this);
     m_regMain->setObjectName(QStringLiteral("regMain"));
     SetTag(m_regMain, QStringLiteral("Überwachung|Regeln|Suchen|Extras|Optionen|Tab 5|"
@@ -98,18 +99,18 @@ frmStowaway::frmStowaway(QWidget* parent) : QDialog(parent) {
         if (!bLoading) regMain_Click(tab);
     });
 
-    auto* image1 =
-        PictureButton(this, QStringLiteral("Image1"), QStringLiteral("stowaway"), QString());
+    auto* image1 = PictureButton(this, QStringLiteral("Image1"), ProgramIcon(), QString());
     image1->setIconSize(QSize(32, 32));
     image1->setToolTip(QStringLiteral(" Klicken Sie hier, um uns im Internet zu besuchen..."));
     auto* imgHelp =
-        PictureButton(this, QStringLiteral("imgHelp"), QStringLiteral("help-contents"), kHelpTip);
+        PictureButton(this, QStringLiteral("imgHelp"),
+                      ThemeIcon({"help-contents", "help-browser", "help-faq"}), kHelpTip);
     auto* btnHelp =
         Button(this, QStringLiteral("btnHelp"),
                QStringLiteral("Hilfe|Klicken Sie hier, um die Dokumentation anzuzeigen..."
                               "|Help|Click here to read the documentation..."));
-    auto* imgInfo =
-        PictureButton(this, QStringLiteral("imgInfo"), QStringLiteral("help-about"), kInfoTip);
+    auto* imgInfo = PictureButton(this, QStringLiteral("imgInfo"),
+                                  ThemeIcon({"help-about", "dialog-information"}), kInfoTip);
     auto* btnInfo = Button(this, QStringLiteral("btnInfo"),
                            QStringLiteral("Info|Klicken Sie hier, um Infos zum Add-In anzuzeigen..."
                                           "|Info|Click here for informations on the add in..."));
