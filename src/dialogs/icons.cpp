@@ -3,6 +3,7 @@
 #include <QCoreApplication>
 #include <QDir>
 #include <QFileInfo>
+#include <QStandardPaths>
 
 QIcon ThemeIcon(std::initializer_list<const char*> names) {
     for (const char* name : names) {
@@ -28,6 +29,11 @@ void SetUpIconTheme() {
     const QString beside =
         QDir::cleanPath(QCoreApplication::applicationDirPath() + QStringLiteral("/../share/icons"));
     if (!paths.contains(beside)) paths.prepend(beside);
+    // A platform without a desktop theme (offscreen, a bare X server) searches only Qt's own.
+    for (const QString& data :
+         QStandardPaths::standardLocations(QStandardPaths::GenericDataLocation))
+        if (!paths.contains(data + QStringLiteral("/icons")))
+            paths << data + QStringLiteral("/icons");
     QIcon::setThemeSearchPaths(paths);
     if (QIcon::themeName().isEmpty() || QIcon::themeName() == QLatin1String("hicolor"))
         QIcon::setThemeName(QStringLiteral("Adwaita"));

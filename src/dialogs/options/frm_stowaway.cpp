@@ -22,6 +22,7 @@
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QPushButton>
+#include <QStyle>
 #include <QTabWidget>
 #include <QToolButton>
 #include <QVBoxLayout>
@@ -102,15 +103,15 @@ frmStowaway::frmStowaway(QWidget* parent) : QDialog(parent) {
     auto* image1 = PictureButton(this, QStringLiteral("Image1"), ProgramIcon(), QString());
     image1->setIconSize(QSize(32, 32));
     image1->setToolTip(QStringLiteral(" Klicken Sie hier, um uns im Internet zu besuchen..."));
-    auto* imgHelp =
-        PictureButton(this, QStringLiteral("imgHelp"),
-                      ThemeIcon({"help-contents", "help-browser", "help-faq"}), kHelpTip);
+    auto* imgHelp = PictureButton(this, QStringLiteral("imgHelp"),
+                                  style()->standardIcon(QStyle::SP_MessageBoxQuestion), kHelpTip);
     auto* btnHelp =
         Button(this, QStringLiteral("btnHelp"),
                QStringLiteral("Hilfe|Klicken Sie hier, um die Dokumentation anzuzeigen..."
                               "|Help|Click here to read the documentation..."));
-    auto* imgInfo = PictureButton(this, QStringLiteral("imgInfo"),
-                                  ThemeIcon({"help-about", "dialog-information"}), kInfoTip);
+    auto* imgInfo =
+        PictureButton(this, QStringLiteral("imgInfo"),
+                      style()->standardIcon(QStyle::SP_MessageBoxInformation), kInfoTip);
     auto* btnInfo = Button(this, QStringLiteral("btnInfo"),
                            QStringLiteral("Info|Klicken Sie hier, um Infos zum Add-In anzuzeigen..."
                                           "|Info|Click here for informations on the add in..."));
