@@ -168,6 +168,9 @@ class TestFrmStowaway : public QObject {
         QTest::newRow("mark mails at the start") << "cbMarkMail"
                                                  << "MarkMail"
                                                  << "1";
+        QTest::newRow("the label beside the mark box") << "lblMarkMail"
+                                                       << "MarkMail"
+                                                       << "1";
     }
     void settingsWrittenAtOnce() {
         QFETCH(QString, control);
@@ -175,7 +178,11 @@ class TestFrmStowaway : public QObject {
         QFETCH(QString, value);
         frmStowaway form;
         form.Form_Load();
-        Child<QAbstractButton>(&form, control)->click();
+        QWidget* w = Child<QWidget>(&form, control);
+        if (auto* button = qobject_cast<QAbstractButton*>(w))
+            button->click();
+        else
+            QTest::mouseClick(w, Qt::LeftButton);
         QCOMPARE(GetSetting(key, QStringLiteral("unset")), value);
         ReadSettingsIntoGlobals();
         const bool on = value == QLatin1String("1");

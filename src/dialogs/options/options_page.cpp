@@ -11,6 +11,7 @@
 #include <QCheckBox>
 #include <QComboBox>
 #include <QDir>
+#include <QEvent>
 #include <QFileInfo>
 #include <QGridLayout>
 #include <QGroupBox>
@@ -58,6 +59,7 @@ QWidget* OptionsPage::buildMarkMail() {
                        "subject if attachments are deleted|"));
     lblMarkMail->setWordWrap(true);
     lblMarkMail->setBuddy(cbMarkMail);
+    lblMarkMail->installEventFilter(this);
     cbMarkMail->setAccessibleName(QStringLiteral("[SW]"));
     obMarkMail[0] = Named<QRadioButton>(frame, QStringLiteral("obMarkMail_0"),
                                         QStringLiteral("Am Anfang||Start|"));
@@ -206,6 +208,16 @@ void OptionsPage::showLogFile() {
     lblLOGPath->setText(QFileInfo(path).fileName());
     DoProto = GetBoolSetting(QStringLiteral("DoProto"), QStringLiteral("0"));
     cbDoProto->setChecked(DoProto);
+}
+
+bool OptionsPage::eventFilter(QObject* watched, QEvent* event) {
+    // A click on the label beside the box inverts the box.
+    if (watched == lblMarkMail && event->type() == QEvent::MouseButtonRelease) {
+        cbMarkMail->setChecked(!cbMarkMail->isChecked());
+        cbMarkMail_Click();
+        return true;
+    }
+    return QWidget::eventFilter(watched, event);
 }
 
 void OptionsPage::cbMarkMail_Click() {

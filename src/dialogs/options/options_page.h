@@ -36,6 +36,9 @@ class OptionsPage : public QWidget {
     QLabel* lblLOGPath;
     QRadioButton* obLanguage[2];
 
+  protected:
+    bool eventFilter(QObject* watched, QEvent* event) override;
+
   private:
     void obNoti_Click(int index);
     void cbSound_Click();
