@@ -111,6 +111,10 @@ class TestFrmStowaway : public QObject {
         QCOMPARE(regMain->count(), 6);
         for (int i = 0; i < 6; ++i)
             QCOMPARE(regMain->isTabVisible(i), i < 5);
+        QCOMPARE(regMain->tabText(3), QStringLiteral("Extras"));
+        auto* done = Child<QAbstractButton>(&form, QStringLiteral("btnDone"));
+        QCOMPARE(done->text() + QLatin1Char('|') + done->toolTip(),
+                 QStringLiteral("Schließen| Zurück zu Outlook..."));
         // The load wrote nothing back.
         QCOMPARE(GetSetting(QStringLiteral("SoundName"), QStringLiteral("none")),
                  stored.isEmpty() ? QStringLiteral("none") : stored);
