@@ -6,17 +6,23 @@
 #include <QTextStream>
 
 int main(int argc, char** argv) {
-    QApplication app(argc, argv);
-    QCoreApplication::setApplicationName(QStringLiteral("stowaway-gui"));
-    QGuiApplication::setDesktopFileName(QStringLiteral("stowaway-gui"));
-    QStringList args = QCoreApplication::arguments();
-    args.removeFirst();
+    // The arguments first, so that --help and a mistake need no display.
+    QStringList args;
+    for (int i = 1; i < argc; ++i)
+        args << QString::fromLocal8Bit(argv[i]);
     GuiOptions options;
     QString error;
     if (!ParseGuiArguments(args, options, error)) {
-        QTextStream(stderr) << error << '\n';
+        QTextStream(stderr) << error;
         return 2;
     }
+    if (options.help) {
+        QTextStream(stdout) << GuiUsage();
+        return 0;
+    }
+    QApplication app(argc, argv);
+    QCoreApplication::setApplicationName(QStringLiteral("stowaway-gui"));
+    QGuiApplication::setDesktopFileName(QStringLiteral("stowaway-gui"));
     StowawayGuiApp gui(options, OpenMaildirStore);
     // One owner per data folder: the owner's acquire goes here, before the start; a running
     // owner's "show-options" request calls gui.showOptions().

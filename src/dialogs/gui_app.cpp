@@ -32,20 +32,29 @@ void OnStopSignal(int) {
 
 } // namespace
 
+QString GuiUsage() {
+    return QStringLiteral(
+        "usage: stowaway-gui [--maildir PATH] [--options]\n"
+        "  --maildir PATH  the Maildir store (default: $MAILDIR, else ~/Maildir)\n"
+        "  --options       open the options dialog right after the start\n");
+}
+
 bool ParseGuiArguments(const QStringList& args, GuiOptions& options, QString& error) {
     options.maildir = qEnvironmentVariable("MAILDIR");
     if (options.maildir.isEmpty()) options.maildir = QDir::homePath() + QStringLiteral("/Maildir");
     for (qsizetype i = 0; i < args.size(); ++i) {
         const QString& arg = args.at(i);
-        if (arg == QLatin1String("--options")) {
+        if (arg == QLatin1String("--help") || arg == QLatin1String("-h")) {
+            options.help = true;
+        } else if (arg == QLatin1String("--options")) {
             options.showOptions = true;
         } else if (arg == QLatin1String("--maildir") && i + 1 < args.size()) {
             options.maildir = args.at(++i);
         } else if (arg.startsWith(QLatin1String("--maildir="))) {
             options.maildir = arg.mid(10);
         } else {
-            error = QStringLiteral("stowaway-gui: unknown argument: ") + arg +
-                    QStringLiteral("\nusage: stowaway-gui [--maildir PATH] [--options]");
+            error = QStringLiteral("stowaway-gui: unknown argument: ") + arg + QLatin1Char('\n') +
+                    GuiUsage();
             return false;
         }
     }

@@ -20,10 +20,13 @@ class QSocketNotifier;
 struct GuiOptions {
     QString maildir;
     bool showOptions = false; // --options: the dialog right after the start
+    bool help = false;        // --help: the usage, and nothing else
 };
 
-// Reads --maildir PATH (default $MAILDIR, else ~/Maildir) and --options. False with a message
-// in `error` for anything else.
+// The usage text of --help.
+QString GuiUsage();
+// Reads --maildir PATH (default $MAILDIR, else ~/Maildir), --options and --help. False with a
+// message in `error` for anything else.
 bool ParseGuiArguments(const QStringList& args, GuiOptions& options, QString& error);
 
 // Opens the store that --maildir names.
