@@ -2,6 +2,7 @@
 
 #include "addin/lifecycle.h"
 #include "common/folders.h"
+#include "common/lang.h"
 #include "data/data_files.h"
 #include "data/globals.h"
 #include "data/log.h"
@@ -104,6 +105,13 @@ void StowawayGuiApp::start() {
     OnConnection(host);
     m_connected = true;
     if (m_tray) {
+        if (!m_menu) {
+            // Inert (no store): no product menu, but the tray still offers its Quit.
+            m_menu = std::make_unique<QMenu>();
+            m_menu->addAction(LangText(QStringLiteral("Beenden"), QStringLiteral("Quit")), this,
+                              &StowawayGuiApp::quit);
+            m_tray->setMenu(m_menu.get());
+        }
         m_tray->setToolTip(gAppCaption);
         m_tray->show();
     }
