@@ -35,6 +35,14 @@ struct MsgBoxExRequest {
     int cancelBtn = -1;
 };
 
+// The input box of the same kind: prompt, title, default text and help text.
+struct InpBoxExRequest {
+    QString prompt;
+    QString title;
+    QString defaultText;
+    QString helpText;
+};
+
 // The save-file dialog, with the arguments of ChooseSaveFile.
 struct SaveFileRequest {
     QString title;
@@ -82,6 +90,14 @@ class UserInteraction {
     virtual int msgBoxEx(const MsgBoxExRequest& request) = 0;
     // The chosen path, or empty when cancelled.
     virtual QString chooseSaveFile(const SaveFileRequest& request) = 0;
+    // The entered text; empty for Cancel or a closed window.
+    virtual QString inpBoxEx(const InpBoxExRequest&) { return {}; }
+    // A folder on disk; empty when cancelled.
+    virtual QString browseForFolder(const QString& /*title*/, const QString& /*initialFolder*/) {
+        return {};
+    }
+    // A folder of the mail store, as its path ("Maildir|Inbox"); empty when cancelled.
+    virtual QString pickMailFolder(const QString& /*title*/) { return {}; }
     // A wave file's path or a name of the desktop's sound theme; never waits.
     virtual bool playSound(const QString& sound) = 0;
     // Opens a document, folder or address with the desktop's handler. False when that failed.

@@ -1,0 +1,31 @@
+// `stowaway-gui`: the desktop program.
+#include "dialogs/gui_app.h"
+#include "host/maildir/open_maildir.h"
+
+#include <QApplication>
+#include <QTextStream>
+
+int main(int argc, char** argv) {
+    // The arguments first, so that --help and a mistake need no display.
+    QStringList args;
+    for (int i = 1; i < argc; ++i)
+        args << QString::fromLocal8Bit(argv[i]);
+    GuiOptions options;
+    QString error;
+    if (!ParseGuiArguments(args, options, error)) {
+        QTextStream(stderr) << error;
+        return 2;
+    }
+    if (options.help) {
+        QTextStream(stdout) << GuiUsage();
+        return 0;
+    }
+    QApplication app(argc, argv);
+    QCoreApplication::setApplicationName(QStringLiteral("stowaway-gui"));
+    QGuiApplication::setDesktopFileName(QStringLiteral("stowaway-gui"));
+    StowawayGuiApp gui(options, OpenMaildirStore);
+    // One owner per data folder: the owner's acquire goes here, before the start; a running
+    // owner's "show-options" request calls gui.showOptions().
+    gui.start();
+    return gui.exec();
+}

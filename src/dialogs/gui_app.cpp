@@ -1,0 +1,190 @@
+#include "dialogs/gui_app.h"
+
+#include "addin/lifecycle.h"
+#include "common/folders.h"
+#include "common/lang.h"
+#include "data/data_files.h"
+#include "data/globals.h"
+#include "data/log.h"
+#include "data/protocol.h"
+#include "dialogs/common/systray.h"
+#include "dialogs/icons.h"
+#include "dialogs/options/frm_stowaway.h"
+#include "dialogs/product_menu.h"
+#include "dialogs/qt_interaction.h"
+
+#include <QApplication>
+#include <QDir>
+#include <QIcon>
+#include <QMenu>
+#include <QSocketNotifier>
+
+#include <csignal>
+#include <sys/socket.h>
+#include <unistd.h>
+
+namespace {
+int gStopPipe[2] = {-1, -1};
+
+void OnStopSignal(int) {
+    const char byte = 1;
+    [[maybe_unused]] const ssize_t n = ::write(gStopPipe[1], &byte, 1);
+}
+
+} // namespace
+
+QString GuiUsage() {
+    return QStringLiteral(
+        "usage: stowaway-gui [--maildir PATH] [--options]\n"
+        "  --maildir PATH  the Maildir store (default: $MAILDIR, else ~/Maildir)\n"
+        "  --options       open the options dialog right after the start\n");
+}
+
+bool ParseGuiArguments(const QStringList& args, GuiOptions& options, QString& error) {
+    options.maildir = qEnvironmentVariable("MAILDIR");
+    if (options.maildir.isEmpty()) options.maildir = QDir::homePath() + QStringLiteral("/Maildir");
+    for (qsizetype i = 0; i < args.size(); ++i) {
+        const QString& arg = args.at(i);
+        if (arg == QLatin1String("--help") || arg == QLatin1String("-h")) {
+            options.help = true;
+        } else if (arg == QLatin1String("--options")) {
+            options.showOptions = true;
+        } else if (arg == QLatin1String("--maildir") && i + 1 < args.size()) {
+            options.maildir = args.at(++i);
+        } else if (arg.startsWith(QLatin1String("--maildir="))) {
+            options.maildir = arg.mid(10);
+        } else {
+            error = QStringLiteral("stowaway-gui: unknown argument: ") + arg + QLatin1Char('\n') +
+                    GuiUsage();
+            return false;
+        }
+    }
+    return true;
+}
+
+StowawayGuiApp::StowawayGuiApp(GuiOptions options, StoreOpener openStore)
+    : m_opts(std::move(options)), m_openStore(std::move(openStore)),
+      m_ui(std::make_unique<QtUserInteraction>()) {
+    SetUserInteraction(m_ui.get());
+}
+
+StowawayGuiApp::~StowawayGuiApp() {
+    shutdown();
+    m_options.reset();
+    SetUserInteraction(nullptr);
+    if (gStopPipe[0] >= 0) {
+        signal(SIGINT, SIG_DFL);
+        signal(SIGTERM, SIG_DFL);
+        m_signalNotifier.reset();
+        ::close(gStopPipe[0]);
+        ::close(gStopPipe[1]);
+        gStopPipe[0] = gStopPipe[1] = -1;
+    }
+}
+
+void StowawayGuiApp::start() {
+    QApplication::setQuitOnLastWindowClosed(false);
+    SetUpIconTheme();
+    QApplication::setWindowIcon(ProgramIcon());
+    watchStopSignals();
+    // The session's end: the data are written before the desktop takes the program down.
+    connect(qApp, &QGuiApplication::commitDataRequest, this, [] {
+        FlushProtocol();
+        SaveData();
+    });
+
+    if (frmSysTray::available()) {
+        m_tray = new frmSysTray(ProgramIcon(), this);
+        connect(m_tray, &frmSysTray::SysTrayClicked, this, &StowawayGuiApp::showOptions);
+        m_ui->setTray(m_tray);
+    }
+    HostEnvironment host;
+    host.openSession = [this] { return m_openStore(m_opts.maildir); };
+    host.buildMenu = [this] { buildMenu(); };
+    host.removeMenu = [this] { removeMenu(); };
+    OnConnection(host);
+    m_connected = true;
+    if (m_tray) {
+        if (!m_menu) {
+            // Inert (no store): no product menu, but the tray still offers its Quit.
+            m_menu = std::make_unique<QMenu>();
+            m_menu->addAction(LangText(QStringLiteral("Beenden"), QStringLiteral("Quit")), this,
+                              &StowawayGuiApp::quit);
+            m_tray->setMenu(m_menu.get());
+        }
+        m_tray->setToolTip(gAppCaption);
+        m_tray->show();
+    }
+    m_ui->setLastActionSink([this](const QString& text) {
+        if (m_options) m_options->showLastAction(text);
+    });
+    if (m_opts.showOptions || !m_tray) showOptions();
+}
+
+int StowawayGuiApp::exec() {
+    const int code = m_quitRequested ? 0 : QApplication::exec();
+    shutdown();
+    return code;
+}
+
+void StowawayGuiApp::showOptions() {
+    if (!m_options) m_options = std::make_unique<frmStowaway>();
+    if (m_options->isVisible()) {
+        m_options->raise();
+        m_options->activateWindow();
+        return;
+    }
+    m_options->Form_Load();
+    m_options->show();
+    m_options->raise();
+    m_options->activateWindow();
+    WriteLog("Options dialog shown");
+}
+
+void StowawayGuiApp::quit() {
+    m_quitRequested = true;
+    QCoreApplication::exit(0);
+}
+
+void StowawayGuiApp::shutdown() {
+    if (!m_connected) return;
+    m_connected = false;
+    if (m_options) m_options->close();
+    OnBeginShutdown();
+    FlushProtocol();
+    OnDisconnection();
+}
+
+void StowawayGuiApp::buildMenu() {
+    if (!m_menu) {
+        m_menu = std::make_unique<QMenu>();
+        m_menu->setObjectName(QStringLiteral("mnuPopup"));
+    }
+    BuildProductMenu(
+        *m_menu, [this] { showOptions(); }, [this] { quit(); });
+    if (m_tray) m_tray->setMenu(m_menu.get());
+}
+
+void StowawayGuiApp::removeMenu() {
+    if (m_tray) m_tray->setMenu(nullptr);
+    if (m_menu) m_menu->clear();
+}
+
+void StowawayGuiApp::watchStopSignals() {
+    // SIGTERM and SIGINT end the event loop through a pipe, so the shutdown runs on the loop.
+    if (::socketpair(AF_UNIX, SOCK_STREAM, 0, gStopPipe) != 0) {
+        WriteLog("! stowaway-gui: no signal handling, SIGTERM ends the program without saving");
+        return;
+    }
+    m_signalNotifier = std::make_unique<QSocketNotifier>(gStopPipe[0], QSocketNotifier::Read);
+    connect(m_signalNotifier.get(), &QSocketNotifier::activated, this, [this] {
+        char byte = 0;
+        [[maybe_unused]] const ssize_t n = ::read(gStopPipe[0], &byte, 1);
+        quit();
+    });
+    struct sigaction sa = {};
+    sa.sa_handler = OnStopSignal;
+    sigemptyset(&sa.sa_mask);
+    sigaction(SIGINT, &sa, nullptr);
+    sigaction(SIGTERM, &sa, nullptr);
+}

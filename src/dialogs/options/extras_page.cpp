@@ -1,0 +1,8 @@
+#include "dialogs/options/extras_page.h"
+
+#include <QVBoxLayout>
+
+ExtrasPage::ExtrasPage(frmStowaway& form) : m_form(form) {
+    setObjectName(QStringLiteral("pgExtras"));
+    new QVBoxLayout(this);
+}

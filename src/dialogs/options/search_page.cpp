@@ -1,0 +1,8 @@
+#include "dialogs/options/search_page.h"
+
+#include <QVBoxLayout>
+
+SearchPage::SearchPage(frmStowaway& form) : m_form(form) {
+    setObjectName(QStringLiteral("pgSearch"));
+    new QVBoxLayout(this);
+}

@@ -1,0 +1,126 @@
+// Notifications without a tray: through a notification service on a private session bus, whose
+// "Open" action does what the balloon's click does; without a service nothing fails.
+#include "gui_test.h"
+
+#include "dialogs/qt_interaction.h"
+
+#include <QDBusConnection>
+#include <QDBusMessage>
+#include <QProcess>
+
+// The desktop's notification service, as far as the program uses it.
+class FakeNotificationService : public QObject {
+    Q_OBJECT
+    Q_CLASSINFO("D-Bus Interface", "org.freedesktop.Notifications")
+  public:
+    QStringList summaries;
+    QStringList actions;
+
+  public slots:
+    uint Notify(const QString&, uint, const QString&, const QString& summary, const QString&,
+                const QStringList& actionList, const QVariantMap&, int) {
+        summaries << summary;
+        actions = actionList;
+        return 7;
+    }
+};
+
+class TestDesktopNotifier : public QObject {
+    Q_OBJECT
+  private slots:
+    void initTestCase() {
+        m_daemon.start(QStringLiteral("dbus-daemon"),
+                       {QStringLiteral("--session"), QStringLiteral("--nofork"),
+                        QStringLiteral("--print-address")});
+        if (!m_daemon.waitForStarted(5000) || !m_daemon.waitForReadyRead(5000)) return;
+        m_address = QString::fromLocal8Bit(m_daemon.readLine().trimmed());
+        // The program's session bus is this private one.
+        qputenv("DBUS_SESSION_BUS_ADDRESS", m_address.toLocal8Bit());
+    }
+    void cleanupTestCase() {
+        m_daemon.kill();
+        m_daemon.waitForFinished();
+    }
+
+    // No notification service on the bus (or no bus): nothing is shown, nothing fails.
+    void noServiceNothingFails() {
+        TestEnv::resetAll();
+        ScriptedUserInteraction scripted;
+        SetUserInteraction(&scripted);
+        QtUserInteraction user;
+        TrayNotification n;
+        n.title = QStringLiteral("T");
+        n.target = QStringLiteral("/data/");
+        user.showTrayNotification(n);
+        QTest::qWait(200);
+        QVERIFY(scripted.transcript().isEmpty());
+        SetUserInteraction(nullptr);
+    }
+
+    void openAction_data() {
+        QTest::addColumn<QString>("target");
+        QTest::addColumn<QString>("opened");
+        QTest::addColumn<int>("stopBoxes");
+        QTest::newRow("a folder opens") << "/data/invoices/"
+                                        << "/data/invoices/" << 0;
+        QTest::newRow("a blocked file is refused") << "/data/setup.exe"
+                                                   << "" << 1;
+    }
+    void openAction() {
+        QFETCH(QString, target);
+        QFETCH(QString, opened);
+        QFETCH(int, stopBoxes);
+        if (m_address.isEmpty()) QSKIP("no dbus-daemon for a private session bus");
+        if (!m_bus.isConnected()) {
+            m_bus = QDBusConnection::connectToBus(m_address, QStringLiteral("fake-service"));
+            QVERIFY(m_bus.registerObject(QStringLiteral("/org/freedesktop/Notifications"),
+                                         &m_service, QDBusConnection::ExportAllSlots));
+            QVERIFY(m_bus.registerService(QStringLiteral("org.freedesktop.Notifications")));
+        }
+        TestEnv::resetAll();
+        ScriptedUserInteraction scripted;
+        SetUserInteraction(&scripted);
+        udtBlockedFormat exe;
+        exe.Extension = QStringLiteral("EXE");
+        exe.Active = vbTrue;
+        BlockedFormats.assign(1, udtBlockedFormat{});
+        BlockedFormats.push_back(exe);
+        BlockedCount = 1;
+
+        m_service.summaries.clear();
+        QtUserInteraction user;
+        TrayNotification n;
+        n.title = QStringLiteral("Quillworks Stowaway v2.50 · Neuer Anhang:");
+        n.text = QStringLiteral("text");
+        n.target = target;
+        user.showTrayNotification(n);
+        QTRY_COMPARE(m_service.summaries, QStringList{n.title});
+        QCOMPARE(m_service.actions.mid(2), (QStringList{"open", "Öffnen"}));
+        QDBusMessage signal = QDBusMessage::createSignal(
+            QStringLiteral("/org/freedesktop/Notifications"),
+            QStringLiteral("org.freedesktop.Notifications"), QStringLiteral("ActionInvoked"));
+        signal << uint(7) << QStringLiteral("open");
+        // The action counts once the reply with the notification's id has come back; until
+        // then the program takes it for another program's notification.
+        auto answers = [&] { return scripted.opened().size() + int(scripted.questions().size()); };
+        for (int tries = 0; tries < 50 && answers() == 0; ++tries) {
+            QVERIFY(m_bus.send(signal));
+            QTest::qWaitFor([&] { return answers() > 0; }, 200);
+        }
+        QTest::qWait(100);
+        QCOMPARE(answers(), 1);
+        QCOMPARE(scripted.opened(), opened.isEmpty() ? QStringList{} : QStringList{opened});
+        QCOMPARE(int(scripted.questions().size()), stopBoxes);
+        if (stopBoxes) QCOMPARE(scripted.questions().front().icon, 16);
+        SetUserInteraction(nullptr);
+    }
+
+  private:
+    QProcess m_daemon;
+    QString m_address;
+    QDBusConnection m_bus{QStringLiteral("none")};
+    FakeNotificationService m_service;
+};
+
+STOWAWAY_GUI_TEST_MAIN(TestDesktopNotifier)
+#include "test_desktop_notifier.moc"

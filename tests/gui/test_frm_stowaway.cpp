@@ -1,0 +1,283 @@
+// frmStowaway: the load procedure, the language switch, the status strip, the fixed buttons.
+#include "gui_test.h"
+
+#include "dialogs/options/frm_stowaway.h"
+#include "engine/notification.h"
+
+#include <QAbstractButton>
+#include <QCheckBox>
+#include <QComboBox>
+#include <QDir>
+#include <QFrame>
+#include <QLabel>
+#include <QRadioButton>
+#include <QTabWidget>
+
+namespace {
+// The sounds beside this test program, as the dialog finds them.
+void MakeSounds(const QStringList& names) {
+    QDir sounds(SoundsFolder());
+    sounds.removeRecursively();
+    QDir().mkpath(sounds.path());
+    for (const QString& name : names) {
+        QFile f(sounds.filePath(name + QStringLiteral(".wav")));
+        QVERIFY(f.open(QIODevice::WriteOnly));
+    }
+}
+
+template <class W> W* Child(QWidget* form, const QString& name) {
+    W* w = form->findChild<W*>(name);
+    if (!w) qWarning("no control %s", qPrintable(name));
+    return w;
+}
+
+// Every text and tooltip of the form's buttons, labels, frames and tabs, and the combo lists.
+QStringList AllTexts(QWidget* form) {
+    QStringList out{form->windowTitle()};
+    for (QWidget* w : form->findChildren<QWidget*>()) {
+        QString text;
+        if (auto* b = qobject_cast<QAbstractButton*>(w))
+            text = b->text();
+        else if (auto* l = qobject_cast<QLabel*>(w))
+            text = l->text();
+        else if (auto* c = qobject_cast<QComboBox*>(w)) {
+            QStringList items;
+            for (int i = 0; i < c->count(); ++i)
+                items << c->itemText(i);
+            text = items.join(QLatin1Char(','));
+        } else if (auto* t = qobject_cast<QTabWidget*>(w)) {
+            for (int i = 0; i < t->count(); ++i)
+                text += t->tabText(i) +
+                        (t->isTabVisible(i) ? QStringLiteral(";") : QStringLiteral("(hidden);"));
+        }
+        out << w->objectName() + QLatin1Char('=') + text + QLatin1Char('|') + w->toolTip();
+    }
+    // Raising the current page reorders the children; the texts are what count.
+    out.sort();
+    return out;
+}
+} // namespace
+
+class TestFrmStowaway : public QObject {
+    Q_OBJECT
+  private slots:
+    void init() {
+        TestEnv::resetAll();
+        SetUserInteraction(&m_user);
+        m_user = ScriptedUserInteraction();
+    }
+    void cleanupTestCase() { QDir(SoundsFolder()).removeRecursively(); }
+
+    void loadWithoutSettings_data() {
+        QTest::addColumn<QStringList>("sounds");
+        QTest::addColumn<QString>("stored");
+        QTest::addColumn<QString>("wave");
+        QTest::newRow("Moog 1 is there") << QStringList{"Bell", "Moog 1"} << ""
+                                         << "Moog 1";
+        QTest::newRow("no sound files") << QStringList{} << ""
+                                        << "";
+        QTest::newRow("a gone sound falls back to the first")
+            << QStringList{"Bell", "Chime"} << "Horn"
+            << "Bell";
+        QTest::newRow("the stored sound") << QStringList{"Bell", "Chime"} << "Chime"
+                                          << "Chime";
+    }
+    void loadWithoutSettings() {
+        QFETCH(QStringList, sounds);
+        QFETCH(QString, stored);
+        QFETCH(QString, wave);
+        MakeSounds(sounds);
+        if (!stored.isEmpty()) SaveSetting(QStringLiteral("SoundName"), stored);
+        frmStowaway form;
+        form.Form_Load();
+        QVERIFY(!form.bLoading);
+        QCOMPARE(form.windowTitle(), QStringLiteral(" Quillworks Stowaway v2.50"));
+        QVERIFY(!Child<QCheckBox>(&form, QStringLiteral("cbActive"))->isChecked());
+        QVERIFY(Child<QCheckBox>(&form, QStringLiteral("cbTestmode"))->isChecked());
+        QVERIFY(Child<QRadioButton>(&form, QStringLiteral("obNoti_1"))->isChecked());
+        auto* time = Child<QComboBox>(&form, QStringLiteral("clSystrayTime"));
+        QCOMPARE(time->currentText(), QStringLiteral("5"));
+        QVERIFY(!time->isEnabled()); // only the tray option uses the time
+        auto* clWave = Child<QComboBox>(&form, QStringLiteral("clWave"));
+        QCOMPARE(clWave->count(), int(sounds.size()));
+        QCOMPARE(clWave->currentText(), wave);
+        QVERIFY(Child<QRadioButton>(&form, QStringLiteral("obLanguage_0"))->isChecked());
+        QVERIFY(!Child<QCheckBox>(&form, QStringLiteral("cbDoProto"))->isChecked());
+        QCOMPARE(Child<QLabel>(&form, QStringLiteral("lblLOGPath"))->text(),
+                 QStringLiteral("QWKStowaway.txt"));
+        QCOMPARE(Child<QLabel>(&form, QStringLiteral("lblLOGPath"))->toolTip(), LogFilePath());
+        auto* regMain = Child<QTabWidget>(&form, QStringLiteral("regMain"));
+        QCOMPARE(regMain->currentIndex(), 0);
+        QCOMPARE(regMain->count(), 6);
+        for (int i = 0; i < 6; ++i)
+            QCOMPARE(regMain->isTabVisible(i), i < 5);
+        QCOMPARE(regMain->tabText(3), QStringLiteral("Extras"));
+        auto* done = Child<QAbstractButton>(&form, QStringLiteral("btnDone"));
+        QCOMPARE(done->text() + QLatin1Char('|') + done->toolTip(),
+                 QStringLiteral("Schließen| Zurück zu Outlook..."));
+        // The load wrote nothing back.
+        QCOMPARE(GetSetting(QStringLiteral("SoundName"), QStringLiteral("none")),
+                 stored.isEmpty() ? QStringLiteral("none") : stored);
+        QVERIFY(m_user.sounds().isEmpty());
+    }
+
+    void languageSwitchTwice_data() {
+        QTest::addColumn<int>("start");
+        QTest::addColumn<QString>("doneAfterOne");
+        QTest::newRow("from German") << 0 << "Close";
+        QTest::newRow("from English") << 1 << "Schließen";
+    }
+    void languageSwitchTwice() {
+        QFETCH(int, start);
+        QFETCH(QString, doneAfterOne);
+        MakeSounds({QStringLiteral("Moog 1"), QStringLiteral("Bell")});
+        SaveSetting(QStringLiteral("CurrLang"), QString::number(start));
+        CurrLang = static_cast<uint8_t>(start);
+        frmStowaway form;
+        form.Form_Load();
+        Child<QTabWidget>(&form, QStringLiteral("regMain"))->setCurrentIndex(4);
+        const QStringList before = AllTexts(&form);
+        Child<QRadioButton>(&form, QStringLiteral("obLanguage_%1").arg(1 - start))->click();
+        QCOMPARE(int(CurrLang), 1 - start);
+        QCOMPARE(GetSetting(QStringLiteral("CurrLang"), QString()), QString::number(1 - start));
+        QCOMPARE(Child<QAbstractButton>(&form, QStringLiteral("btnDone"))->text(), doneAfterOne);
+        QCOMPARE(Child<QTabWidget>(&form, QStringLiteral("regMain"))->currentIndex(), 0);
+        Child<QTabWidget>(&form, QStringLiteral("regMain"))->setCurrentIndex(4);
+        Child<QRadioButton>(&form, QStringLiteral("obLanguage_%1").arg(start))->click();
+        QCOMPARE(AllTexts(&form), before);
+    }
+
+    void settingsWrittenAtOnce_data() {
+        QTest::addColumn<QString>("control");
+        QTest::addColumn<QString>("key");
+        QTest::addColumn<QString>("value");
+        QTest::newRow("automatic saving on") << "cbActive"
+                                             << "SWActive"
+                                             << "1";
+        QTest::newRow("test mode off") << "cbTestmode"
+                                       << "SWTest"
+                                       << "0";
+        QTest::newRow("tray notification") << "obNoti_2"
+                                           << "Notify"
+                                           << "2";
+        QTest::newRow("no notification") << "obNoti_0"
+                                         << "Notify"
+                                         << "0";
+        QTest::newRow("sound off") << "cbSound"
+                                   << "NotifySound"
+                                   << "0";
+        QTest::newRow("LOG on") << "cbDoProto"
+                                << "DoProto"
+                                << "1";
+        QTest::newRow("mark mails at the start") << "cbMarkMail"
+                                                 << "MarkMail"
+                                                 << "1";
+        QTest::newRow("the label beside the mark box") << "lblMarkMail"
+                                                       << "MarkMail"
+                                                       << "1";
+    }
+    void settingsWrittenAtOnce() {
+        QFETCH(QString, control);
+        QFETCH(QString, key);
+        QFETCH(QString, value);
+        frmStowaway form;
+        form.Form_Load();
+        QWidget* w = Child<QWidget>(&form, control);
+        if (auto* button = qobject_cast<QAbstractButton*>(w))
+            button->click();
+        else
+            QTest::mouseClick(w, Qt::LeftButton);
+        QCOMPARE(GetSetting(key, QStringLiteral("unset")), value);
+        ReadSettingsIntoGlobals();
+        const bool on = value == QLatin1String("1");
+        if (key == QLatin1String("SWActive")) QCOMPARE(SWActive, on);
+        if (key == QLatin1String("Notify")) QCOMPARE(int(Notify), value.toInt());
+        if (key == QLatin1String("DoProto")) QCOMPARE(DoProto, on);
+    }
+
+    void statusStrip_data() {
+        QTest::addColumn<int>("done");
+        QTest::addColumn<int>("total");
+        QTest::addColumn<bool>("visible");
+        QTest::addColumn<QString>("caption");
+        QTest::addColumn<double>("share");
+        QTest::newRow("start") << 0 << 0 << true << "" << 0.0;
+        QTest::newRow("half") << 5 << 10 << true << "50%" << 0.5;
+        QTest::newRow("a third rounds down") << 1 << 3 << true << "33%" << 1.0 / 3;
+        QTest::newRow("hidden") << -1 << -1 << false << "" << 0.0;
+    }
+    void statusStrip() {
+        QFETCH(int, done);
+        QFETCH(int, total);
+        QFETCH(bool, visible);
+        QFETCH(QString, caption);
+        QFETCH(double, share);
+        frmStowaway form;
+        form.Form_Load();
+        form.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&form));
+        ShowProgress(0, 0, &form);
+        ShowSubProgress(0, 0, &form);
+        ShowProgress(done, total, &form);
+        ShowSubProgress(done, total, &form);
+        auto* label = Child<QLabel>(&form, QStringLiteral("lblStatus"));
+        auto* bar = Child<QFrame>(&form, QStringLiteral("rctStatus"));
+        auto* sub = Child<QFrame>(&form, QStringLiteral("rctSubStatus"));
+        QCOMPARE(label->text(), caption);
+        QCOMPARE(bar->isVisible(), visible);
+        QCOMPARE(sub->isVisible(), visible);
+        if (!visible) return;
+        QCOMPARE(bar->width(), int(label->width() * share));
+        QCOMPARE(bar->height(), label->height());
+        QCOMPARE(sub->y(), label->height() / 2);
+        QCOMPARE(sub->width(), int(label->width() * share));
+    }
+
+    // A screen reader reads each control's text, tooltip or accessible name.
+    void controlsAreNamed_data() {
+        QTest::addColumn<int>("language");
+        QTest::newRow("German") << 0;
+        QTest::newRow("English") << 1;
+    }
+    void controlsAreNamed() {
+        QFETCH(int, language);
+        CurrLang = static_cast<uint8_t>(language);
+        frmStowaway form;
+        form.Form_Load();
+        QStringList unnamed;
+        const QList<QLabel*> labels = form.findChildren<QLabel*>();
+        for (QWidget* w : form.findChildren<QWidget*>()) {
+            const bool control = qobject_cast<QAbstractButton*>(w) || qobject_cast<QComboBox*>(w) ||
+                                 w->objectName().startsWith(QLatin1String("rct")) ||
+                                 w->objectName() == QLatin1String("lblStatus");
+            if (!control || w->objectName().isEmpty() ||
+                w->objectName().startsWith(QLatin1String("qt_")))
+                continue;
+            auto* b = qobject_cast<QAbstractButton*>(w);
+            const bool buddied = std::any_of(labels.cbegin(), labels.cend(),
+                                             [w](QLabel* l) { return l->buddy() == w; });
+            if ((b && !b->text().isEmpty()) || !w->toolTip().trimmed().isEmpty() ||
+                !w->accessibleName().isEmpty() || buddied)
+                continue;
+            unnamed << w->objectName();
+        }
+        QVERIFY2(unnamed.isEmpty(), qPrintable(unnamed.join(' ')));
+    }
+
+    void helpWithoutDocumentation() {
+        SaveSetting(QStringLiteral("Doku"), QStringLiteral("/nowhere/manual.pdf"));
+        frmStowaway form;
+        form.Form_Load();
+        Child<QAbstractButton>(&form, QStringLiteral("btnHelp"))->click();
+        QCOMPARE(int(m_user.questions().size()), 1);
+        QCOMPARE(m_user.questions().front().icon, 64);
+        QVERIFY(m_user.questions().front().prompt.startsWith(
+            QStringLiteral("Sie finden eine Kurz-Anleitung")));
+    }
+
+  private:
+    ScriptedUserInteraction m_user;
+};
+
+STOWAWAY_GUI_TEST_MAIN(TestFrmStowaway)
+#include "test_frm_stowaway.moc"
