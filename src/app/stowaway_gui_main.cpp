@@ -1,4 +1,6 @@
 // `stowaway-gui`: the desktop program.
+#include "addin/data_folder_owner.h"
+#include "common/folders.h"
 #include "dialogs/gui_app.h"
 #include "host/maildir/open_maildir.h"
 
@@ -24,8 +26,11 @@ int main(int argc, char** argv) {
     QCoreApplication::setApplicationName(QStringLiteral("stowaway-gui"));
     QGuiApplication::setDesktopFileName(QStringLiteral("stowaway-gui"));
     StowawayGuiApp gui(options, OpenMaildirStore);
-    // One owner per data folder: the owner's acquire goes here, before the start; a running
-    // owner's "show-options" request calls gui.showOptions().
+    // One owner per data folder: a second start shows the first one's dialog.
+    InitAppCaptions();
+    DataFolderOwner owner(GetDataFolder());
+    int exitCode = 0;
+    if (!gui.claimDataFolder(owner, exitCode)) return exitCode;
     gui.start();
-    return gui.exec();
+    return gui.exec(&owner);
 }

@@ -1,12 +1,16 @@
 #include "dialogs/gui_app.h"
 
+#include "addin/cli.h"
+#include "addin/data_folder_owner.h"
 #include "addin/lifecycle.h"
+#include "addin/service_loop.h"
 #include "common/folders.h"
 #include "common/lang.h"
 #include "data/data_files.h"
 #include "data/globals.h"
 #include "data/log.h"
 #include "data/protocol.h"
+#include "data/settings.h"
 #include "dialogs/common/systray.h"
 #include "dialogs/icons.h"
 #include "dialogs/options/frm_stowaway.h"
@@ -18,6 +22,7 @@
 #include <QIcon>
 #include <QMenu>
 #include <QSocketNotifier>
+#include <QThread>
 
 #include <csignal>
 #include <sys/socket.h>
@@ -51,7 +56,7 @@ bool ParseGuiArguments(const QStringList& args, GuiOptions& options, QString& er
             options.showOptions = true;
         } else if (arg == QLatin1String("--maildir") && i + 1 < args.size()) {
             options.maildir = args.at(++i);
-        } else if (arg.startsWith(QLatin1String("--maildir="))) {
+        } else if (arg.startsWith(QLatin1String("--maildir=")) && arg.size() > 10) {
             options.maildir = arg.mid(10);
         } else {
             error = QStringLiteral("stowaway-gui: unknown argument: ") + arg + QLatin1Char('\n') +
@@ -121,8 +126,70 @@ void StowawayGuiApp::start() {
     if (m_opts.showOptions || !m_tray) showOptions();
 }
 
-int StowawayGuiApp::exec() {
-    const int code = m_quitRequested ? 0 : QApplication::exec();
+bool StowawayGuiApp::claimDataFolder(DataFolderOwner& owner, int& exitCode) {
+    // The question below is asked in the user's language.
+    ReadSettingsIntoGlobals();
+    InitAppCaptions();
+    bool stopAsked = false;
+    int waited = 0;
+    while (!owner.acquire(DataFolderOwner::Role::Owner)) {
+        if (!owner.heldByOther()) {
+            ui().beep();
+            ui().messageBox(LangText(QStringLiteral("Der Datenordner kann nicht gesperrt werden: "),
+                                     QStringLiteral("The data folder cannot be locked: ")) +
+                                owner.lastError(),
+                            MsgButtons::OK, MsgIcon::Stop, gAppCaption);
+            exitCode = 1;
+            return false;
+        }
+        const DataFolderHolder holder = owner.holder();
+        if (holder.owner && !stopAsked) {
+            // A desktop program shows its dialog; the service refuses, as it has none.
+            if (SendOwnerRequest(GetDataFolder(), OwnerRequestKind::ShowOptions) == 0) {
+                exitCode = 0;
+                return false;
+            }
+            ui().beep();
+            const MsgAnswer take = ui().messageBox(
+                LangText(QStringLiteral("Stowaway läuft bereits als Dienst (%1).\n\nSoll der "
+                                        "Dienst beendet werden, damit dieses Programm übernimmt?"),
+                         QStringLiteral("Stowaway is already running as a service (%1).\n\nStop "
+                                        "the service so that this program takes over?"))
+                    .arg(DescribeHolder(holder)),
+                MsgButtons::YesNo, MsgIcon::Question, gAppCaption);
+            if (take != MsgAnswer::Yes) {
+                exitCode = 0;
+                return false;
+            }
+            SendOwnerRequest(GetDataFolder(), OwnerRequestKind::Stop);
+            stopAsked = true;
+        }
+        // A command's run, or the service writing its data on the way out: wait for its end.
+        if (++waited > 600) {
+            ui().beep();
+            ui().messageBox(LangText(QStringLiteral("Der Datenordner wird weiter benutzt von "),
+                                     QStringLiteral("The data folder is still in use by ")) +
+                                DescribeHolder(holder),
+                            MsgButtons::OK, MsgIcon::Exclamation, gAppCaption);
+            exitCode = 1;
+            return false;
+        }
+        QThread::msleep(100);
+    }
+    return true;
+}
+
+int StowawayGuiApp::exec(DataFolderOwner* owner) {
+    int code = 0;
+    if (!m_quitRequested) {
+        code = owner ? RunServiceLoop(*owner, {ServeCommandCall, [this] { showOptions(); }, nullptr})
+                     : QApplication::exec();
+        if (code == -1) {
+            WriteLog("! stowaway-gui: cannot open the control socket " + owner->socketPath() +
+                     ": " + owner->lastError());
+            code = 1;
+        }
+    }
     shutdown();
     return code;
 }
@@ -132,6 +199,7 @@ void StowawayGuiApp::showOptions() {
     if (m_options->isVisible()) {
         m_options->raise();
         m_options->activateWindow();
+        WriteLog("Options dialog raised");
         return;
     }
     m_options->Form_Load();
@@ -143,7 +211,7 @@ void StowawayGuiApp::showOptions() {
 
 void StowawayGuiApp::quit() {
     m_quitRequested = true;
-    QCoreApplication::exit(0);
+    StopServiceLoop(); // a caller's command in progress ends at its next pump
 }
 
 void StowawayGuiApp::shutdown() {

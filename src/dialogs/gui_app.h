@@ -11,6 +11,7 @@
 
 #include "host/mail_store.h"
 
+class DataFolderOwner;
 class QMenu;
 class frmStowaway;
 class frmSysTray;
@@ -42,8 +43,14 @@ class StowawayGuiApp : public QObject {
     // the options dialog when asked to or when there is no tray. Run it once, after the data
     // folder is this process's own.
     void start();
+    // Makes this process the data folder's owner. When another stowaway-gui owns it, that one is
+    // asked to show its options dialog; when the service owns it, the user is asked whether to
+    // stop the service and take over. False when this process is not to run; `exitCode` then
+    // says how it ends.
+    bool claimDataFolder(DataFolderOwner& owner, int& exitCode);
     // Runs the event loop until Quit, SIGTERM or SIGINT, then shuts down cleanly. The exit code.
-    int exec();
+    // With an owner, requests of other processes (commands, a second start) are served meanwhile.
+    int exec(DataFolderOwner* owner = nullptr);
     // Shows the options dialog, loaded afresh, or raises it when it is open.
     void showOptions();
     // Ends the event loop; the clean shutdown follows in exec().

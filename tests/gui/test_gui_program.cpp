@@ -60,6 +60,38 @@ class TestGuiProgram : public QObject {
         QVERIFY2(log == lines, qPrintable(log.join('\n')));
     }
 
+    // The running program owns the data folder: a second start shows its dialog and ends, and
+    // a command (which could not take the lock) is carried out by it.
+    void secondStartAndCommandGoToTheOwner() {
+        SaveSetting(QStringLiteral("DoProto"), QStringLiteral("1"));
+        const QString store = TestEnv::home() + QStringLiteral("/Maildir");
+        for (const char* sub : {"cur", "new", "tmp"})
+            QVERIFY(QDir().mkpath(store + QLatin1Char('/') + QLatin1String(sub)));
+        const QStringList args{QStringLiteral("--maildir"), store, QStringLiteral("--options")};
+        QProcess first;
+        first.setProcessChannelMode(QProcess::ForwardedErrorChannel);
+        first.start(QStringLiteral(STOWAWAY_GUI_PROGRAM), args);
+        QVERIFY(WaitForLogLine(QStringLiteral("Options dialog shown"), first));
+
+        QProcess second;
+        second.start(QStringLiteral(STOWAWAY_GUI_PROGRAM), args);
+        QVERIFY(second.waitForFinished(30000));
+        QCOMPARE(second.exitCode(), 0);
+        QVERIFY(WaitForLogLine(QStringLiteral("Options dialog raised"), first));
+
+        QProcess command;
+        command.start(QStringLiteral(STOWAWAY_PROGRAM),
+                      {QStringLiteral("--maildir"), store, QStringLiteral("rules")});
+        QVERIFY(command.waitForFinished(30000));
+        QCOMPARE(command.exitCode(), 0);
+        QVERIFY(command.readAllStandardOutput().contains("1. "));
+
+        first.terminate();
+        QVERIFY(first.waitForFinished(30000));
+        QCOMPARE(first.exitCode(), 0);
+        QCOMPARE(LogLinesWithoutStamps().count(QStringLiteral("! Shutdown...")), 1);
+    }
+
     void badArgument() {
         QProcess program;
         program.start(QStringLiteral(STOWAWAY_GUI_PROGRAM), {QStringLiteral("--nonsense")});
