@@ -94,7 +94,7 @@ Result<MailItemPtr> MaildirSession::lookUp(const QString& entryId,
         for (const MaildirStorePtr& store : stores) {
             if (store->root != location.root) continue;
             // A file gone since the listing fails here and is looked for below.
-            if (const FileIdentity* listed = location.freshIdentity(SteadyMs())) {
+            if (const FileIdentity* listed = location.listedIdentity()) {
                 Result<MailItemPtr> item = itemAt(store, location, *listed);
                 if (item.ok()) return item;
             }
