@@ -6,6 +6,7 @@
 #include "host/maildir/mime_params.h"
 #include "host/maildir/posix_files.h"
 
+#include <algorithm>
 #include <cerrno>
 
 namespace {
@@ -47,6 +48,32 @@ OpError WriteBase64(GMimeStream* encoded, GMimeStream* sink, bool* damaged) {
     return OpError::none();
 }
 
+// GMime ends a part's content before the line break that precedes its boundary line, but
+// takes that break to be as long as the boundary line's own: in a mail that mixes CRLF and LF
+// lines (or ends in a boundary line without a line end) the content keeps a stray "\r" or loses
+// its last byte. The bytes around the end in the whole mail tell the break's real length: the
+// content with its exact end, or null when GMime's end is right.
+GRef<GMimeStream> ExactContent(GMimeStream* encoded) {
+    GMimeStream* whole = encoded->super_stream;
+    const gint64 start = encoded->bound_start;
+    const gint64 end = encoded->bound_end;
+    if (!whole || end < start || end < 1) return GRef<GMimeStream>();
+    const gint64 wholeEnd = whole->bound_start + g_mime_stream_length(whole);
+    if (end + 1 > wholeEnd) return GRef<GMimeStream>(); // the content runs to the end
+    char around[3] = {}; // the content's last byte and the two after it
+    GRef<GMimeStream> window(g_mime_stream_substream(whole, end - 1, std::min(end + 2, wholeEnd)));
+    const ssize_t got = g_mime_stream_read(window.get(), around, sizeof around);
+    if (got < 2) return GRef<GMimeStream>();
+    gint64 exactEnd = end;
+    if (around[1] == '\n') {
+        if (around[0] == '\r' && end > start) exactEnd = end - 1; // CRLF before an LF boundary
+    } else if (around[1] != '\r' && got == 3 && around[2] == '\n') {
+        exactEnd = end + 1; // LF content before a CRLF boundary line
+    }
+    if (exactEnd == end) return GRef<GMimeStream>();
+    return GRef<GMimeStream>(g_mime_stream_substream(whole, start, exactEnd));
+}
+
 // The last of the part's headers of that name: GMime takes the type and the disposition from
 // the last, and a name read from another would make a named part the body, or the other way.
 QByteArray RawHeader(GMimeObject* part, const char* name) {
@@ -74,8 +101,16 @@ OpError WritePartContent(GMimeObject* part, GMimeStream* sink, bool* damaged) {
     if (!GMIME_IS_PART(part)) return OpError::none();
     GMimeDataWrapper* content = g_mime_part_get_content(GMIME_PART(part));
     if (!content) return OpError::none();
-    if (g_mime_data_wrapper_get_encoding(content) == GMIME_CONTENT_ENCODING_BASE64)
-        return WriteBase64(g_mime_data_wrapper_get_stream(content), sink, damaged);
+    const GMimeContentEncoding encoding = g_mime_data_wrapper_get_encoding(content);
+    GMimeStream* encoded = g_mime_data_wrapper_get_stream(content);
+    GRef<GMimeDataWrapper> corrected;
+    if (GRef<GMimeStream> exact = ExactContent(encoded)) {
+        corrected =
+            GRef<GMimeDataWrapper>(g_mime_data_wrapper_new_with_stream(exact.get(), encoding));
+        content = corrected.get();
+        encoded = exact.get();
+    }
+    if (encoding == GMIME_CONTENT_ENCODING_BASE64) return WriteBase64(encoded, sink, damaged);
     if (g_mime_data_wrapper_write_to_stream(content, sink) < 0) return StreamError();
     return OpError::none();
 }

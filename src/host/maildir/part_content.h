@@ -8,8 +8,9 @@
 #include <gmime/gmime.h>
 
 // Writes the decoded content of a leaf part, or the whole of an attached message, to `sink`.
-// Base64 is decoded here, not by GMime, whose decoder stops at inner padding. `damaged` tells
-// whether bytes were lost on the way.
+// Base64 is decoded here, not by GMime, whose decoder stops at inner padding. The line break
+// before a boundary line is never content, whether it is CRLF or LF. `damaged` tells whether
+// bytes were lost on the way.
 OpError WritePartContent(GMimeObject* part, GMimeStream* sink, bool* damaged);
 // The decoded content in memory.
 QByteArray PartContent(GMimeObject* part, bool* damaged);
