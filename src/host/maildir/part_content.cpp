@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <vector>
 
 namespace {
 
@@ -89,6 +90,36 @@ QByteArray RawHeader(GMimeObject* part, const char* name) {
 }
 
 } // namespace
+
+void RestoreCutContentEnds(GMimeMessage* message) {
+    std::vector<GMimeObject*> pending;
+    if (GMimeObject* top = message ? g_mime_message_get_mime_part(message) : nullptr)
+        pending.push_back(top);
+    while (!pending.empty()) {
+        GMimeObject* object = pending.back();
+        pending.pop_back();
+        if (GMIME_IS_MULTIPART(object)) {
+            GMimeMultipart* multipart = GMIME_MULTIPART(object);
+            for (int i = 0; i < g_mime_multipart_get_count(multipart); ++i)
+                pending.push_back(g_mime_multipart_get_part(multipart, i));
+        } else if (GMIME_IS_MESSAGE_PART(object)) {
+            GMimeMessage* inner = g_mime_message_part_get_message(GMIME_MESSAGE_PART(object));
+            if (GMimeObject* top = inner ? g_mime_message_get_mime_part(inner) : nullptr)
+                pending.push_back(top);
+        } else if (GMIME_IS_PART(object)) {
+            GMimeDataWrapper* content = g_mime_part_get_content(GMIME_PART(object));
+            if (!content) continue;
+            GMimeStream* stream = g_mime_data_wrapper_get_stream(content);
+            // Only a lost byte: a stray "\r" is left out on reading, and written back it keeps
+            // the mail's bytes as they were.
+            GRef<GMimeStream> exact = ExactContent(stream);
+            if (!exact || exact.get()->bound_end <= stream->bound_end) continue;
+            GRef<GMimeDataWrapper> whole(g_mime_data_wrapper_new_with_stream(
+                exact.get(), g_mime_data_wrapper_get_encoding(content)));
+            g_mime_part_set_content(GMIME_PART(object), whole.get());
+        }
+    }
+}
 
 OpError WritePartContent(GMimeObject* part, GMimeStream* sink, bool* damaged) {
     if (damaged) *damaged = false;

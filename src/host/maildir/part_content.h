@@ -12,6 +12,9 @@
 // before a boundary line is never content, whether it is CRLF or LF. `damaged` tells whether
 // bytes were lost on the way.
 OpError WritePartContent(GMimeObject* part, GMimeStream* sink, bool* damaged);
+// Gives back the last byte that GMime's parser cut off the content of parts whose lines end in
+// LF before a boundary line that ends in CRLF, so that a rewritten mail keeps it.
+void RestoreCutContentEnds(GMimeMessage* message);
 // The decoded content in memory.
 QByteArray PartContent(GMimeObject* part, bool* damaged);
 // How many bytes the decoded content has.
