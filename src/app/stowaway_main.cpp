@@ -4,28 +4,16 @@
 #include "host/maildir/maildir_session.h"
 
 #include <QCoreApplication>
-#include <QDir>
-#include <QFileInfo>
 
 namespace {
-Result<std::shared_ptr<MailSession>> OpenMaildir(const QString& maildir) {
-    const QString root = QDir(maildir).absolutePath();
-    if (!QFileInfo(root + QStringLiteral("/cur")).isDir() && !QFileInfo(root + QStringLiteral("/new")).isDir())
-        return {nullptr, OpError::make(ErrNo::NotFound, QStringLiteral("Not a Maildir: ") + root)};
-    return {std::make_shared<MaildirSession>(std::vector<MaildirSession::StoreSpec>{{root, QString()}}),
-            OpError::none()};
-}
-
 Result<int> MakeDemoMaildir(const QString& maildir) {
-    if (const OpError e = EnsureMaildirFolder(maildir))
-        return {0, e};
+    if (const OpError e = EnsureMaildirFolder(maildir)) return {0, e};
     int count = 0;
     for (const SampleMail& mail : DemoSampleMails(QDateTime::currentDateTime())) {
         SampleMailFlags flags;
         flags.inNew = true;
         const Result<QString> written = WriteMailToMaildir(maildir, mail, flags);
-        if (written.error)
-            return {count, written.error};
+        if (written.error) return {count, written.error};
         ++count;
     }
     return {count, OpError::none()};
@@ -37,7 +25,7 @@ int main(int argc, char** argv) {
     QCoreApplication::setApplicationName(QStringLiteral("stowaway"));
     QTextStream out(stdout);
     QTextStream err(stderr);
-    CliContext ctx{out, err, OpenMaildir, MakeDemoMaildir};
+    CliContext ctx{out, err, OpenMaildirStore, MakeDemoMaildir};
     QStringList args = QCoreApplication::arguments();
     args.removeFirst();
     return RunCli(args, ctx);

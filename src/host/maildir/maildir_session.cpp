@@ -138,7 +138,8 @@ Result<MailFolderPtr> MaildirSession::GetDefaultInbox() {
     if (stores_.empty())
         return {nullptr,
                 OpError::make(ErrNo::NotFound, QStringLiteral("No Maildir store is open"))};
-    return {std::make_shared<MaildirFolder>(stores_.front(), FolderIds::Inbox), OpError::none()};
+    const MaildirStorePtr& store = stores_.front();
+    return {std::make_shared<MaildirFolder>(store, DefaultInboxId(store->root)), OpError::none()};
 }
 
 Result<std::vector<MailFolderPtr>> MaildirSession::Stores() {
@@ -159,4 +160,12 @@ MaildirSession::SubscribeItemAdd(const MailFolderPtr& folder, ItemAddHandler onI
 
 void MaildirSession::setOwnWriteListener(OwnWrites::Listener listener) {
     shared_->ownWrites.setListener(std::move(listener));
+}
+
+Result<std::shared_ptr<MailSession>> OpenMaildirStore(const QString& path) {
+    const QString root = CleanRoot(path);
+    if (const QString why = WhyNotAMailStore(root); !why.isEmpty())
+        return {nullptr, OpError::make(ErrNo::NotFound, why)};
+    return {std::make_shared<MaildirSession>(std::vector<MaildirSession::StoreSpec>{{root, {}}}),
+            OpError::none()};
 }
