@@ -85,7 +85,13 @@ int RunCli(const QStringList& args, CliContext& ctx) {
     const QString command = rest.takeFirst();
     opts.args = rest;
 
-    ConsoleInteraction console(opts.answers);
+    // A watcher never waits on the user: it prints what it would show and takes safe answers.
+    const bool watching = command == QLatin1String("watch");
+    ConsoleInteraction console(watching && opts.answers == ConsoleInteraction::Answers::Ask
+                                   ? ConsoleInteraction::Answers::NoInput
+                                   : opts.answers);
+    console.setReportPassedOver(command == QLatin1String("test") ||
+                                command == QLatin1String("extras"));
     SetUserInteraction(&console);
     int rc = 2;
     if (command == QLatin1String("rules"))

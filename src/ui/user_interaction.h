@@ -95,6 +95,14 @@ class UserInteraction {
     virtual void setBusy(bool busy) = 0;
     // The text of the last action, for a surface that shows it.
     virtual void showLastAction(const QString&) {}
+    // Whether a person answers the questions now; false when the answers come from a fixed
+    // choice (a service, --yes, --no-input). A question whose answer could cost a file is then
+    // left unasked.
+    virtual bool canAsk() const { return true; }
+    // Whether the surface lists what a run passes over, and one such line: a mail or an
+    // attachment with the reason it is left aside.
+    virtual bool reportsPassedOver() const { return false; }
+    virtual void passedOver(const QString&) {}
 };
 
 // The implementation in use. Without one set, a silent headless implementation answers.
