@@ -1,7 +1,7 @@
 // `stowaway`: the command line and background service.
 #include "addin/cli.h"
 #include "host/maildir/mail_builder.h"
-#include "host/maildir/maildir_session.h"
+#include "host/maildir/open_maildir.h"
 
 #include <QCoreApplication>
 

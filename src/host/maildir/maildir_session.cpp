@@ -161,11 +161,3 @@ MaildirSession::SubscribeItemAdd(const MailFolderPtr& folder, ItemAddHandler onI
 void MaildirSession::setOwnWriteListener(OwnWrites::Listener listener) {
     shared_->ownWrites.setListener(std::move(listener));
 }
-
-Result<std::shared_ptr<MailSession>> OpenMaildirStore(const QString& path) {
-    const QString root = CleanRoot(path);
-    if (const QString why = WhyNotAMailStore(root); !why.isEmpty())
-        return {nullptr, OpError::make(ErrNo::NotFound, why)};
-    return {std::make_shared<MaildirSession>(std::vector<MaildirSession::StoreSpec>{{root, {}}}),
-            OpError::none()};
-}

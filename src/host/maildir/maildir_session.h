@@ -48,7 +48,3 @@ class MaildirSession : public MailSession, public NewMailSource {
     std::shared_ptr<MaildirShared> shared_;
     std::vector<MaildirStorePtr> stores_;
 };
-
-// The session over the Maildir store at `path` (a Maildir, or a folder of Maildirs as mbsync
-// keeps them); an error that says what was expected when the path is no mail store.
-Result<std::shared_ptr<MailSession>> OpenMaildirStore(const QString& path);

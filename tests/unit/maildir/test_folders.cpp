@@ -1,6 +1,7 @@
 // The folder tree of a store in both layouts, folder paths and ids, and the order of items.
 #include "host/maildir/maildir_layout.h"
 #include "host/maildir/maildir_names.h"
+#include "host/maildir/open_maildir.h"
 #include "support/maildir_fixture.h"
 
 #include <cstdio>
