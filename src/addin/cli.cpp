@@ -246,7 +246,9 @@ int RunForwardedOrHere(const CommandSpec& spec, const QStringList& args, const C
         if (const std::unique_ptr<QLocalSocket> socket = ConnectToOwner(GetDataFolder())) {
             QJsonObject request{{u"t"_s, u"command"_s},
                                 {u"args"_s, QJsonArray::fromStringList(args)},
-                                {u"cwd"_s, QDir::currentPath()}};
+                                {u"cwd"_s, QDir::currentPath()},
+                                {u"canAsk"_s, console.canAsk()},
+                                {u"passedOver"_s, console.reportsPassedOver()}};
             return RunForwardedCall(*socket, request, console, ctx.out, ctx.err);
         }
         // Held by a single command, or by an owner that is still starting.
@@ -267,7 +269,13 @@ int RunCli(const QStringList& args, CliContext& ctx) {
     const CommandSpec* spec = CheckCommand(command, opts, ctx.err);
     if (!spec) return 2;
 
-    ConsoleInteraction console(opts.answers);
+    // A watcher never waits on the user: it prints what it would show and takes safe answers.
+    const bool watching = command == QLatin1String("watch");
+    ConsoleInteraction console(watching && opts.answers == ConsoleInteraction::Answers::Ask
+                                   ? ConsoleInteraction::Answers::NoInput
+                                   : opts.answers);
+    console.setReportPassedOver(command == QLatin1String("test") ||
+                                command == QLatin1String("extras"));
     SetUserInteraction(&console);
     int rc = 2;
     switch (spec->needs) {

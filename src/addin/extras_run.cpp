@@ -57,9 +57,16 @@ void ProcessFolders(ListWalk& walk, const MailFolderPtr& folder) {
 
     for (const MailItemPtr& item : items.value) {
         ShowProgress(++walk.itemsSeen, walk.itemsTotal, walk.status);
-        if (!IsMailOrPost(item)) continue;
+        if (!IsMailOrPost(item)) {
+            if (item && ui().reportsPassedOver())
+                ReportPassedOver(*item, {}, PassedOverClassReason(item->Class().value));
+            continue;
+        }
         const int count = item->AttachmentCount().value;
-        if (count <= 0) continue;
+        if (count <= 0) {
+            if (ui().reportsPassedOver()) ReportPassedOver(*item, {}, NoAttachmentsReason());
+            continue;
+        }
         const qint64 kb = SizeInKb(AttachmentBytes(item, count));
         ++walk.listing.mails;
         walk.listing.totalKb += kb;

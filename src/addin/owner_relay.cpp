@@ -43,6 +43,22 @@ QJsonValue RelayInteraction::ask(const QJsonObject& question) {
     return m_call.ask(question);
 }
 
+// The caller's terminal decides whether a person answers and whether passed-over mails are
+// listed, not the owner's.
+bool RelayInteraction::canAsk() const {
+    return m_call.request().value(u"canAsk"_s).toBool(true);
+}
+
+bool RelayInteraction::reportsPassedOver() const {
+    return m_call.request().value(u"passedOver"_s).toBool(false);
+}
+
+void RelayInteraction::passedOver(const QString& line) {
+    m_out.flush();
+    m_err.flush();
+    m_call.send({{u"t"_s, u"passed"_s}, {u"v"_s, line}});
+}
+
 void RelayInteraction::beep() {
     m_call.send(Message("beep"));
 }
@@ -160,6 +176,8 @@ int RunForwardedCall(QLocalSocket& socket, const QJsonObject& request, UserInter
                 return m.value(u"code"_s).toInt(1);
             } else if (type == QLatin1String("beep")) {
                 console.beep();
+            } else if (type == QLatin1String("passed")) {
+                console.passedOver(m.value(u"v"_s).toString());
             } else if (type == QLatin1String("open")) {
                 console.openWithShell(m.value(u"v"_s).toString());
             } else if (type == QLatin1String("notify")) {

@@ -28,6 +28,9 @@ class RelayInteraction : public UserInteraction {
     void pumpEvents() override;
     void setBusy(bool busy) override;
     bool cancelRequested() override;
+    bool canAsk() const override;
+    bool reportsPassedOver() const override;
+    void passedOver(const QString& line) override;
 
   private:
     QJsonValue ask(const QJsonObject& question);

@@ -108,6 +108,18 @@ void ReportSaveFailure(udtProtoEntry& proto, const QString& fullPath, const OpEr
     ui().messageBox(text, MsgButtons::OK, MsgIcon::Exclamation, gAppCaption);
 }
 
+void ReportUnaskedConflict(const QString& fullPath) {
+    const QString text =
+        LangText(QStringLiteral("Datei vorhanden, und niemand kann gefragt werden: ") + fullPath +
+                     QStringLiteral(". Der Anhang bleibt in der Nachricht, die Nachricht "
+                                    "unbearbeitet, bis ein Lauf fragen kann."),
+                 QStringLiteral("File exists and nobody can be asked: ") + fullPath +
+                     QStringLiteral(". The attachment stays in the mail, and the mail stays "
+                                    "unprocessed until a run can ask."));
+    WriteLog(QStringLiteral("! ") + text);
+    ui().messageBox(text, MsgButtons::OK, MsgIcon::Exclamation, gAppCaption);
+}
+
 void ReportMissingTargetFolder(const QString& ruleName, const QString& folder) {
     const QString text = LangText(
         QStringLiteral("Regel '") + ruleName +

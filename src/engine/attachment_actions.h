@@ -17,6 +17,8 @@ OpError SaveAttachment(const AttachmentPtr& att, const QString& fullPath);
 void ReportSaveFailure(udtProtoEntry& proto, const QString& fullPath, const OpError& error);
 // Tells the user that a rule has no folder to save into; the mail is left as it is.
 void ReportMissingTargetFolder(const QString& ruleName, const QString& folder);
+// LOG line and message for an attachment whose name is taken while nobody can be asked.
+void ReportUnaskedConflict(const QString& fullPath);
 
 // Whether the rule names an application.
 bool HasApplication(const udtRule& rule);

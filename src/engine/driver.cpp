@@ -86,6 +86,21 @@ void LogMailBlock(const MailItem& mail) {
     WriteLog(DashLine());
 }
 
+QString PassedOverAttachmentReason(bool hidden, int type, const QString& contentId,
+                                   const QString& ext) {
+    if (hidden) return LangText(QStringLiteral("verborgen"), QStringLiteral("hidden"));
+    if (type != AttachType::ByValue)
+        return LangText(QStringLiteral("eine angehängte Nachricht"),
+                        QStringLiteral("an attached message"));
+    if (!contentId.isEmpty())
+        return LangText(QStringLiteral("ein Bild, das der Text der Nachricht zeigt"),
+                        QStringLiteral("a picture that the mail's text shows"));
+    if (ext == QLatin1String("VCF"))
+        return LangText(QStringLiteral("eine Kontaktkarte (vCard)"),
+                        QStringLiteral("a contact card (vCard)"));
+    return {};
+}
+
 void LogRuleBlock(const udtRule& rule) {
     WriteLog(QStringLiteral("CheckSender: ") + BoolText(IsTrue(rule.CheckSender)));
     WriteLog(QStringLiteral("Sender: ") + FieldText(rule.Sender.get()));
@@ -121,7 +136,14 @@ bool ProcessAttachment(RunState& run, MailState& mail, RuleRun& rr, int index) {
     const QString contentId = att->ContentId().value;
     const QString fileName = att->FileName().value;
     const QString ext = GetExtensionUpper(fileName);
-    if (IsPassedOverAttachment(hidden, type, contentId, ext)) return true;
+    if (IsPassedOverAttachment(hidden, type, contentId, ext)) {
+        if (ui().reportsPassedOver() && !mail.passedOverShown.contains(index)) {
+            mail.passedOverShown.insert(index);
+            ReportPassedOver(*mail.mail, fileName,
+                             PassedOverAttachmentReason(hidden, type, contentId, ext));
+        }
+        return true;
+    }
     if (IsTrue(rr.rule.CheckFileFormat) && ext != rr.rule.FileFormat.get().toUpper()) return true;
 
     QString fullPath = rr.targetFolder + CleanFileName(fileName);
@@ -136,6 +158,10 @@ bool ProcessAttachment(RunState& run, MailState& mail, RuleRun& rr, int index) {
             return true;
         case ConflictOutcome::AbortRun:
             run.abortRun = true;
+            return false;
+        case ConflictOutcome::LeaveUnasked:
+            ReportUnaskedConflict(fullPath);
+            mail.saveFailed = true;
             return false;
         case ConflictOutcome::Save:
             break;
@@ -281,6 +307,20 @@ void ProcessItem(RunState& run, const MailItemPtr& item, const udtRule& special)
     if (!readError) readError = hidePaperClip.error ? hidePaperClip.error : mileage.error;
     if (readError) WriteLog(QStringLiteral("SWN/WSR/UR: ") + readError.description);
 
+    if (skip && ui().reportsPassedOver()) {
+        QString reason;
+        if (stamped)
+            reason = LangText(QStringLiteral("schon bearbeitet (trägt die Bearbeitungsmarke)"),
+                              QStringLiteral("processed before (it carries the processing mark)"));
+        else if (mail.attCount == 0)
+            reason = NoAttachmentsReason();
+        else if (hidePaperClip.value)
+            reason =
+                LangText(QStringLiteral("Anhänge verborgen"), QStringLiteral("attachments hidden"));
+        else
+            reason = LangText(QStringLiteral("schon gelesen"), QStringLiteral("read already"));
+        ReportPassedOver(m, {}, reason);
+    }
     if (!skip) {
         mail.mailChanged = false;
         mail.saveFailed = false;
@@ -338,6 +378,8 @@ void WalkFolder(RunState& run, const MailFolderPtr& folder, const udtRule& speci
         const int itemClass = item ? item->Class().value : 0;
         if (itemClass == ItemClass::Mail || itemClass == ItemClass::Post)
             ProcessItem(run, item, special);
+        else if (item && ui().reportsPassedOver())
+            ReportPassedOver(*item, {}, PassedOverClassReason(itemClass));
         item.reset(); // a walk over a large folder holds only the mails still to come
         ui().pumpEvents();
         if (ui().cancelRequested()) run.abortRun = true;
@@ -356,6 +398,25 @@ bool Finish(const RunState& run, bool result) {
 }
 
 } // namespace
+
+void ReportPassedOver(const MailItem& mail, const QString& attachment, const QString& reason) {
+    QString what = QLatin1Char('"') + mail.Subject().value + QLatin1Char('"');
+    if (!attachment.isEmpty()) what += QStringLiteral(", ") + attachment;
+    ui().passedOver(what + QStringLiteral(": ") + reason);
+}
+
+QString PassedOverClassReason(int itemClass) {
+    if (itemClass == ItemClass::Report)
+        return LangText(QStringLiteral("ein Zustellbericht"), QStringLiteral("a delivery report"));
+    if (itemClass == ItemClass::MeetingRequest)
+        return LangText(QStringLiteral("eine Besprechungsanfrage"),
+                        QStringLiteral("a meeting request"));
+    return LangText(QStringLiteral("keine Nachricht"), QStringLiteral("not a mail"));
+}
+
+QString NoAttachmentsReason() {
+    return LangText(QStringLiteral("keine Anhänge"), QStringLiteral("no attachments"));
+}
 
 bool StowawayNow(const MailFolderPtr& folder, const MailItemPtr& item, StatusSurface* status,
                  udtRule& special) {

@@ -17,3 +17,11 @@ bool StowawayNow(const MailFolderPtr& folder, const MailItemPtr& item, StatusSur
                  udtRule& special);
 // The same without a special rule.
 bool StowawayNow(const MailFolderPtr& folder, const MailItemPtr& item, StatusSurface* status);
+
+// A line for a surface that lists what a run leaves aside (UserInteraction::passedOver): the
+// mail by its subject, the attachment by its name, and why.
+void ReportPassedOver(const MailItem& mail, const QString& attachment, const QString& reason);
+// Why a mail is passed over for its class (a report, a meeting request), or for having no
+// attachments.
+QString PassedOverClassReason(int itemClass);
+QString NoAttachmentsReason();

@@ -4,6 +4,7 @@
 #include "data/records.h"
 #include "host/mail_store.h"
 
+#include <QSet>
 #include <QString>
 #include <QStringList>
 #include <cstdint>
@@ -34,7 +35,8 @@ struct MailState {
     MailItemPtr mail; // fetched through the session
     bool mailChanged = false;
     bool saveFailed = false;
-    int16_t attCount = 0; // read once, before the rule loop
+    int16_t attCount = 0;      // read once, before the rule loop
+    QSet<int> passedOverShown; // attachments already listed as passed over
     QString senderName;
     QString senderAddress;
     QString recipientName;

@@ -190,6 +190,7 @@ QString GetNextDateName(const QString& fullPath) {
 ConflictOutcome ResolveConflict(const udtRule& rule, QString& fullPath) {
     switch (rule.FileExists) {
     case FileExists::Ask: {
+        if (!ui().canAsk()) return ConflictOutcome::LeaveUnasked;
         const QString ext = GetExtensionUpper(fullPath);
         const QString extLower = ext.toLower();
         SaveFileRequest request;

@@ -22,8 +22,9 @@ QString GetNextDateName(const QString& fullPath);
 // Whether a look-up of the path finds something on disk.
 bool PathFound(const QString& path);
 
-// The outcome of the rule's policy for an existing file.
-enum class ConflictOutcome { Save, SkipAttachment, AbortRun };
+// The outcome of the rule's policy for an existing file. LeaveUnasked: the policy is to ask and
+// nobody can answer; the attachment and its mail are left for a run that can.
+enum class ConflictOutcome { Save, SkipAttachment, AbortRun, LeaveUnasked };
 // Applies the rule's FileExists policy to `fullPath`, which exists; may change `fullPath`. A
 // cancelled save dialog asks whether to skip the attachment or stop the run.
 ConflictOutcome ResolveConflict(const udtRule& rule, QString& fullPath);

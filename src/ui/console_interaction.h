@@ -6,7 +6,7 @@
 #include <QTextStream>
 
 class ConsoleInteraction : public UserInteraction {
-public:
+  public:
     enum class Answers {
         Ask,     // ask on the terminal if stdin is one, else as NoInput
         Yes,     // --yes: the first (affirmative) button of every question
@@ -26,16 +26,22 @@ public:
     void pumpEvents() override;
     void setBusy(bool busy) override;
     void showLastAction(const QString& text) override;
+    // A person answers only at a terminal, and only without --yes or --no-input.
+    bool canAsk() const override;
+    bool reportsPassedOver() const override { return m_passedOver; }
+    void passedOver(const QString& line) override;
 
     // Shows progress lines on a terminal (off for services).
     void setShowProgress(bool on) { m_progress = on; }
+    // Lists what a run passes over, one line each (a test run, extras).
+    void setReportPassedOver(bool on) { m_passedOver = on; }
 
-private:
-    bool canAsk() const;
+  private:
     // Prints the choices and reads a 1-based choice; 0 when nothing usable was read.
     int ask(const QStringList& choices);
 
     Answers m_answers;
     bool m_progress = false;
+    bool m_passedOver = false;
     QTextStream m_err;
 };

@@ -114,6 +114,14 @@ class UserInteraction {
     // True once whoever asked for the run wants it ended (a caller gone, the program stopping):
     // a run ends at its next pump of events, as after a cancel.
     virtual bool cancelRequested() { return false; }
+    // Whether a person answers the questions now; false when the answers come from a fixed
+    // choice (a service, --yes, --no-input). A question whose answer could cost a file is then
+    // left unasked.
+    virtual bool canAsk() const { return true; }
+    // Whether the surface lists what a run passes over, and one such line: a mail or an
+    // attachment with the reason it is left aside.
+    virtual bool reportsPassedOver() const { return false; }
+    virtual void passedOver(const QString&) {}
 };
 
 // The safest answer of a plain message box: cancel, no, abort, or OK when that is all.

@@ -32,6 +32,18 @@ std::unique_ptr<QProcess> StowawayCommandTest::startStowaway(const QStringList& 
     return process;
 }
 
+std::unique_ptr<QProcess> StowawayCommandTest::startAtTerminal(const QStringList& args,
+                                                               const QString& workDir) {
+    QStringList quoted;
+    for (QString a : QStringList{program(), u"--maildir"_s, root} + args)
+        quoted << u"'"_s + a.replace(u"'"_s, u"'\\''"_s) + u"'"_s;
+    auto process = std::make_unique<QProcess>();
+    process->setWorkingDirectory(workDir);
+    process->start(u"script"_s, {u"-qec"_s, quoted.join(u' '), u"/dev/null"_s});
+    EXPECT_TRUE(process->waitForStarted()) << S(process->errorString());
+    return process;
+}
+
 CommandResult StowawayCommandTest::runStowaway(const QStringList& args) {
     const auto process = startStowaway(args);
     CommandResult result;

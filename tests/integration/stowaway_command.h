@@ -26,6 +26,10 @@ class StowawayCommandTest : public MaildirTest {
     CommandResult runStowaway(const QStringList& args);
     // The same, started and left running (for `watch`); the caller ends it.
     std::unique_ptr<QProcess> startStowaway(const QStringList& args);
+    // `stowaway --maildir <root> <args>` at a terminal of its own (a pseudo-terminal through
+    // script(1)), in `workDir`: what the process's standard input gets, the program reads from
+    // its terminal. The caller ends it.
+    std::unique_ptr<QProcess> startAtTerminal(const QStringList& args, const QString& workDir);
     // The LOG file as it stands now (empty when there is none).
     QString logText() const;
     static QString program();

@@ -6,6 +6,7 @@
 #include "data/data_files.h"
 #include "data/globals.h"
 #include "data/log.h"
+#include "data/settings.h"
 
 #include <QDirIterator>
 #include <QThread>
@@ -110,6 +111,31 @@ TEST_F(WatchDeliveryTest, ADeliveredMailIsProcessedOnceAndTheProgramStopsCleanly
     EXPECT_EQ(ProtoEntries[1].Attachment.get(), QStringLiteral("second.pdf"));
     EXPECT_EQ(ProtoEntries[2].Attachment.get(), QStringLiteral("first.pdf"));
     EXPECT_EQ(WatchFoldersCount, 1);
+}
+
+TEST_F(WatchDeliveryTest, AtATerminalANotificationIsPrintedAndTheWatchGoesOn) {
+    udtRule notifying = SaveAllRule(target);
+    notifying.Notify = vbTrue;
+    useOnlyRule(notifying);
+    SaveSetting(QStringLiteral("Notify"), QStringLiteral("1")); // as a message box: Ok, Open
+    const auto watch = startAtTerminal({QStringLiteral("watch")}, TestEnv::home());
+    // Its terminal stays open and silent: a question would wait for ever.
+    ASSERT_TRUE(
+        WaitFor(*watch, [&] { return watch->peek(1 << 16).contains("Watching 1 folder"); }));
+    for (const QString& subject : {QStringLiteral("First"), QStringLiteral("Second")}) {
+        SampleMailFlags inNew;
+        inNew.inNew = true;
+        ASSERT_TRUE(
+            WriteMailToMaildir(root, MailWithFile(subject, subject + QStringLiteral(".pdf")), inNew)
+                .ok());
+        ASSERT_TRUE(WaitFor(*watch, [&] {
+            return stamped(subject.toUtf8()) &&
+                   savedFiles().contains(subject + QStringLiteral(".pdf"));
+        })) << watch->peek(1 << 16).toStdString();
+    }
+    EXPECT_TRUE(watch->peek(1 << 16).contains("First.pdf")) << watch->peek(1 << 16).toStdString();
+    watch->terminate();
+    ASSERT_TRUE(watch->waitForFinished(60000));
 }
 
 } // namespace

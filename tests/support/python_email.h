@@ -8,13 +8,14 @@
 
 #include <gtest/gtest.h>
 
-// Python's email package reads the file: subject, stamp, defects and each part, with the
-// text of text parts and the base64 bytes of the others.
+// Python's email package reads the file's bytes as they are (line ends untouched): subject,
+// stamp, defects and each part, with the text of text parts and the decoded bytes (as base64)
+// of every part that is not a multipart.
 inline QJsonObject ParseWithPython(const QString& path) {
     static const char* script = R"(
 import base64, email, json, sys
 from email import policy
-m = email.message_from_binary_file(open(sys.argv[1], 'rb'), policy=policy.default)
+m = email.message_from_bytes(open(sys.argv[1], 'rb').read(), policy=policy.default)
 out = {'subject': str(m['subject']), 'mileage': str(m['x-mileage']), 'defects': [str(d) for d in m.defects], 'parts': []}
 for p in m.walk():
     d = {'type': p.get_content_type(), 'defects': [str(x) for x in p.defects]}
@@ -22,8 +23,7 @@ for p in m.walk():
         d['filename'] = p.get_filename()
         if p.get_content_maintype() == 'text':
             d['text'] = p.get_content()
-        else:
-            d['data'] = base64.b64encode(p.get_payload(decode=True) or b'').decode()
+        d['data'] = base64.b64encode(p.get_payload(decode=True) or b'').decode()
     out['parts'].append(d)
 print(json.dumps(out))
 )";

@@ -1,7 +1,9 @@
 #pragma once
 // What was parsed of each mail file, kept by folder and file name and trusted only while the
-// file is the same (device, inode, size and time), so listing a folder of mails already seen
-// costs no parsing.
+// file is the same (device, inode, size and modification time to the nanosecond), so listing a
+// folder of mails already seen costs no parsing. A file rewritten in place that keeps all four
+// counts as the same mail: mail programs never rewrite a delivered file in place, and the change
+// time, which would tell, also moves with every rename that sets a flag.
 #include "host/maildir/mail_summary.h"
 #include "host/maildir/posix_files.h"
 

@@ -26,7 +26,7 @@ struct MailHeaders {
 struct AttachmentInfo {
     QString fileName; // decoded; made up where the part has none
     int type = AttachType::ByValue;
-    QString contentId; // without angle brackets
+    QString contentId; // without angle brackets; empty unless the HTML body shows the part
 };
 
 struct MailStructure {

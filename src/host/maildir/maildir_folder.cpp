@@ -49,14 +49,15 @@ Result<std::vector<MailItemPtr>> MaildirFolder::Items() const {
     QSet<QString> inCur;
     QSet<QString> inNew;
     MaildirShared& shared = *store_->shared;
-    const qint64 listedAt = SteadyMs();
+    // Held by every mail object of this listing; the locations see when all are gone.
+    const auto listing = std::make_shared<const char>('\0');
     items.reserve(files.size());
     for (MailFileEntry& file : files) {
         (file.subdir == QLatin1String("cur") ? inCur : inNew).insert(file.name);
         shared.noteLocation(
             MaildirUnique(file.name),
-            MailLocation{store_->root, id_, file.subdir, file.name, file.identity, listedAt});
-        items.push_back(std::make_shared<MaildirItem>(store_, id_, std::move(file), dir));
+            MailLocation{store_->root, id_, file.subdir, file.name, file.identity, listing});
+        items.push_back(std::make_shared<MaildirItem>(store_, id_, std::move(file), dir, listing));
     }
     shared.cache.prune(dir + QStringLiteral("/cur"), inCur);
     shared.cache.prune(dir + QStringLiteral("/new"), inNew);

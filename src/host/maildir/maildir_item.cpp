@@ -23,8 +23,9 @@ OpError NoSuchAttachment() {
 } // namespace
 
 MaildirItem::MaildirItem(MaildirStorePtr store, QString folderId, MailFileEntry file,
-                         QString folderDir)
-    : store_(std::move(store)), folderId_(std::move(folderId)), file_(std::move(file)),
+                         QString folderDir, std::shared_ptr<const void> listing)
+    : store_(std::move(store)), listing_(std::move(listing)), folderId_(std::move(folderId)),
+      file_(std::move(file)),
       folderDir_(folderDir.isEmpty() ? FolderDirectory(store_->root, folderId_)
                                      : std::move(folderDir)),
       seenMoves_(store_->shared->moves) {}

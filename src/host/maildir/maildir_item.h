@@ -11,9 +11,10 @@
 
 class MaildirItem : public MailItem, public std::enable_shared_from_this<MaildirItem> {
   public:
-    // `folderDir` is the folder's directory when the caller has it already (a listing).
-    MaildirItem(MaildirStorePtr store, QString folderId, MailFileEntry file,
-                QString folderDir = {});
+    // `folderDir` is the folder's directory when the caller has it already (a listing), and
+    // `listing` that listing's token, held as long as the object lives.
+    MaildirItem(MaildirStorePtr store, QString folderId, MailFileEntry file, QString folderDir = {},
+                std::shared_ptr<const void> listing = {});
 
     QString TypeName() const override;
     Result<int> Class() const override;
@@ -68,6 +69,7 @@ class MaildirItem : public MailItem, public std::enable_shared_from_this<Maildir
     void moveTo(const MailFileEntry& file) const;
 
     MaildirStorePtr store_;
+    std::shared_ptr<const void> listing_;
     QString folderId_;
     mutable MailFileEntry file_;
     mutable std::shared_ptr<ParsedMail> parsed_;

@@ -77,6 +77,25 @@ bool IsMaildirFolder(const QString& dir) {
            QFileInfo(dir + QStringLiteral("/new")).isDir();
 }
 
+QString DefaultInboxId(const QString& root) {
+    if (IsMaildirFolder(root)) return FolderIds::Inbox;
+    for (const QString& sub : SubDirectories(root))
+        if (sub.compare(QLatin1String("INBOX"), Qt::CaseInsensitive) == 0 &&
+            IsMaildirFolder(root + QLatin1Char('/') + sub))
+            return sub;
+    return FolderIds::Inbox;
+}
+
+QString WhyNotAMailStore(const QString& root) {
+    const QFileInfo info(root);
+    if (!info.exists()) return QStringLiteral("There is no folder %1").arg(root);
+    if (!info.isDir()) return QStringLiteral("%1 is not a folder").arg(root);
+    if (IsMaildirFolder(root) || !AllMailFolders(root).empty()) return {};
+    return QStringLiteral("%1 is no mail store: expected a Maildir (a folder with cur/, new/ and "
+                          "tmp/) or a folder of Maildirs (such as mbsync writes: INBOX/cur, ...)")
+        .arg(root);
+}
+
 QString FolderDirectory(const QString& root, const QString& id) {
     if (id == FolderIds::Inbox || id == FolderIds::Top) return root;
     return root + QLatin1Char('/') + id;
@@ -130,7 +149,9 @@ bool FolderExists(const QString& root, const QString& id, bool* hasMaildir) {
 std::vector<FolderEntry> ChildFolders(const QString& root, const QString& parentId) {
     std::vector<FolderEntry> children;
     if (parentId == FolderIds::Top) {
-        children.push_back({FolderIds::Inbox, QStringLiteral("Inbox"), IsMaildirFolder(root)});
+        // A root without mail of its own shows only its folders, unless it has no INBOX.
+        if (DefaultInboxId(root) == FolderIds::Inbox)
+            children.push_back({FolderIds::Inbox, QStringLiteral("Inbox"), IsMaildirFolder(root)});
         std::set<QString> levels;
         for (const QString& f : MaildirPlusPlusFolders(root))
             levels.insert(f.left(f.indexOf(QLatin1Char('.'), 1)));
@@ -159,7 +180,8 @@ std::vector<FolderEntry> ChildFolders(const QString& root, const QString& parent
         for (FolderEntry& e : NestedChildren(root, parentId))
             children.push_back(e);
     }
-    const auto firstOther = children.begin() + (parentId == FolderIds::Top ? 1 : 0);
+    const bool inboxFirst = !children.empty() && children.front().id == FolderIds::Inbox;
+    const auto firstOther = children.begin() + (inboxFirst ? 1 : 0);
     std::stable_sort(firstOther, children.end(), [](const FolderEntry& a, const FolderEntry& b) {
         return a.name.compare(b.name, Qt::CaseInsensitive) < 0;
     });

@@ -1,5 +1,6 @@
 #pragma once
-// The folders of a Maildir store. The root's own cur/ new/ tmp/ are the Inbox; Maildir++
+// The folders of a Maildir store. The root's own cur/ new/ tmp/ are the Inbox (a root without
+// them is only the top of its folders, and its INBOX folder is the inbox); Maildir++
 // folders are the root's ".A.B" entries; nested folders are sub-folders that hold their own
 // cur/ new/ tmp/. A folder's id is its path relative to the root: "." for the Inbox, ".Work.Sub"
 // or "Work/Sub"; "/" stands for the store's top level, which holds the others.
@@ -20,6 +21,12 @@ struct FolderEntry {
 
 // True when `dir` holds a cur/ or new/ folder.
 bool IsMaildirFolder(const QString& dir);
+// The folder a store opens on: the root when it holds mail of its own, else its sub-folder
+// named INBOX in any case (mbsync's layout: <account>/INBOX beside the other folders, nothing
+// at the top); the root when there is neither.
+QString DefaultInboxId(const QString& root);
+// Why `root` is no mail store, empty when it is one: a Maildir, or a folder of Maildirs.
+QString WhyNotAMailStore(const QString& root);
 // The folder on disk for a folder id (the root for the Inbox).
 QString FolderDirectory(const QString& root, const QString& id);
 // The id of the folder above ("/" for the top's children, empty for the top).

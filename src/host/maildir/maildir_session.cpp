@@ -94,7 +94,7 @@ Result<MailItemPtr> MaildirSession::lookUp(const QString& entryId,
         for (const MaildirStorePtr& store : stores) {
             if (store->root != location.root) continue;
             // A file gone since the listing fails here and is looked for below.
-            if (const FileIdentity* listed = location.freshIdentity(SteadyMs())) {
+            if (const FileIdentity* listed = location.listedIdentity()) {
                 Result<MailItemPtr> item = itemAt(store, location, *listed);
                 if (item.ok()) return item;
             }
@@ -138,7 +138,8 @@ Result<MailFolderPtr> MaildirSession::GetDefaultInbox() {
     if (stores_.empty())
         return {nullptr,
                 OpError::make(ErrNo::NotFound, QStringLiteral("No Maildir store is open"))};
-    return {std::make_shared<MaildirFolder>(stores_.front(), FolderIds::Inbox), OpError::none()};
+    const MaildirStorePtr& store = stores_.front();
+    return {std::make_shared<MaildirFolder>(store, DefaultInboxId(store->root)), OpError::none()};
 }
 
 Result<std::vector<MailFolderPtr>> MaildirSession::Stores() {

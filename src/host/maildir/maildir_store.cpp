@@ -2,8 +2,6 @@
 
 #include "host/maildir/parsed_mail.h"
 
-#include <chrono>
-
 const MailLocation* MaildirShared::find(const QString& entryId) const {
     QString id = entryId;
     // Follow the saves; the bound only guards against a cycle.
@@ -23,9 +21,9 @@ void MaildirShared::noteLocation(const QString& entryId, const MailLocation& loc
     } else if (!found->samePlace(location)) {
         *found = location;
         ++moves;
-    } else if (location.listedAtMs >= 0) {
+    } else if (!location.listing.expired()) {
         found->listed = location.listed;
-        found->listedAtMs = location.listedAtMs;
+        found->listing = location.listing;
     }
 }
 
@@ -44,9 +42,4 @@ std::shared_ptr<ParsedMail> LastParsed::take(const QString& wanted, const FileId
     const bool same = taken && path == wanted && taken->identity().sameFile(identity);
     path.clear();
     return same ? taken : nullptr;
-}
-
-qint64 SteadyMs() {
-    using namespace std::chrono;
-    return duration_cast<milliseconds>(steady_clock::now().time_since_epoch()).count();
 }

@@ -16,22 +16,18 @@ struct MailLocation {
     QString folderId;
     QString subdir; // "cur" or "new"
     QString name;
-    // What a folder listing saw of the file, and when (steady clock, ms; -1: not from a listing).
+    // What a folder listing saw of the file, and that listing: the mail objects it made hold it.
     FileIdentity listed;
-    qint64 listedAtMs = -1;
+    std::weak_ptr<const void> listing;
 
     bool samePlace(const MailLocation& o) const {
         return name == o.name && subdir == o.subdir && folderId == o.folderId && root == o.root;
     }
-    // The identity a listing saw less than a second ago: a walk fetches each mail it just
-    // listed, and a second stat of the same file would cost as much as the listing itself.
-    const FileIdentity* freshIdentity(qint64 nowMs) const {
-        return listedAtMs >= 0 && nowMs - listedAtMs < 1000 ? &listed : nullptr;
-    }
+    // The identity the listing saw, while any mail object of that listing is still held: a walk
+    // fetches each mail it listed, and a second stat of the same file would cost as much as the
+    // listing itself. Once the walk lets go of its listing, a fetch looks at the file again.
+    const FileIdentity* listedIdentity() const { return listing.expired() ? nullptr : &listed; }
 };
-
-// Milliseconds of the steady clock, for MailLocation::listedAtMs.
-qint64 SteadyMs();
 
 class ParsedMail;
 

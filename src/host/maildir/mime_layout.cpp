@@ -4,6 +4,9 @@
 #include "host/maildir/part_content.h"
 
 #include <QMimeDatabase>
+#include <QSet>
+
+#include <optional>
 
 namespace {
 
@@ -61,6 +64,44 @@ QString ContentIdOf(GMimeObject* part) {
     return id;
 }
 
+// The content ids that the HTML body refers to by "cid:" URLs (RFC 2392: the URL without its
+// scheme and with its %-escapes decoded is the Content-ID without angle brackets).
+QSet<QString> ReferencedContentIds(GMimeObject* html) {
+    QSet<QString> ids;
+    if (!html) return ids;
+    const QString text = PartText(html);
+    const auto ends = [](QChar c) {
+        return c.isSpace() || c == QLatin1Char('"') || c == QLatin1Char('\'') ||
+               c == QLatin1Char('<') || c == QLatin1Char('>') || c == QLatin1Char(')');
+    };
+    for (qsizetype at = text.indexOf(QLatin1String("cid:"), 0, Qt::CaseInsensitive); at >= 0;
+         at = text.indexOf(QLatin1String("cid:"), at, Qt::CaseInsensitive)) {
+        at += 4;
+        qsizetype end = at;
+        while (end < text.size() && !ends(text[end]))
+            ++end;
+        const QByteArray url = text.mid(at, end - at).toUtf8();
+        if (!url.isEmpty()) ids.insert(QString::fromUtf8(QByteArray::fromPercentEncoding(url)));
+        at = end;
+    }
+    return ids;
+}
+
+// The multipart/related that holds the HTML body, if any.
+GMimeMultipart* RelatedOfHtmlBody(const MimeLayout& layout) {
+    GMimeObject* object = layout.htmlBody;
+    while (object) {
+        const auto parent = layout.parents.find(object);
+        if (parent == layout.parents.end()) return nullptr;
+        GMimeObject* holder = GMIME_OBJECT(parent->second);
+        if (g_mime_content_type_is_type(g_mime_object_get_content_type(holder), "multipart",
+                                        "related"))
+            return parent->second;
+        object = holder;
+    }
+    return nullptr;
+}
+
 QString InnerSubject(GMimeObject* part) {
     if (!GMIME_IS_MESSAGE_PART(part)) return {};
     GMimeMessage* inner = g_mime_message_part_get_message(GMIME_MESSAGE_PART(part));
@@ -96,6 +137,10 @@ MailStructure DescribeStructure(GMimeMessage* message, const MimeLayout& layout)
     else if (method && g_ascii_strcasecmp(method, "REQUEST") == 0)
         s.itemClass = ItemClass::MeetingRequest;
 
+    // A Content-ID marks a picture of the body only where the body uses it: mailers put one on
+    // every attachment, and a file with an unused one is a file like any other.
+    GMimeMultipart* related = RelatedOfHtmlBody(layout);
+    std::optional<QSet<QString>> referenced;
     int images = 0;
     int others = 0;
     for (GMimeObject* part : layout.attachments) {
@@ -103,7 +148,15 @@ MailStructure DescribeStructure(GMimeMessage* message, const MimeLayout& layout)
         const QByteArray type = PartMimeType(part);
         info.type = type == "message/rfc822" || IsUnnamedMessage(part) ? AttachType::EmbeddedItem
                                                                        : AttachType::ByValue;
-        info.contentId = ContentIdOf(part);
+        const QString contentId = ContentIdOf(part);
+        if (!contentId.isEmpty()) {
+            const auto parent = layout.parents.find(part);
+            const bool inlineOfRelated = related && parent != layout.parents.end() &&
+                                         parent->second == related &&
+                                         !IsAttachmentDisposition(part);
+            if (!inlineOfRelated && !referenced) referenced = ReferencedContentIds(layout.htmlBody);
+            if (inlineOfRelated || referenced->contains(contentId)) info.contentId = contentId;
+        }
         QString name = PartFileName(part);
         if (name.isEmpty() && info.type == AttachType::EmbeddedItem) {
             const QString subject = InnerSubject(part);

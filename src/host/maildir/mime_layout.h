@@ -25,5 +25,7 @@ MimeLayout AnalyseMime(GMimeMessage* message);
 // A part GMime read as a whole message although its type says otherwise (a part of a digest
 // whose type cannot be read); it is an attached message, and is written as one.
 bool IsUnnamedMessage(GMimeObject* part);
-// Class, body format and the attachment list with names, sizes and content ids.
+// Class, body format and the attachment list with names, sizes and content ids (a part's
+// Content-ID only when the HTML body refers to it or it is an inline part beside the HTML body
+// in its multipart/related).
 MailStructure DescribeStructure(GMimeMessage* message, const MimeLayout& layout);

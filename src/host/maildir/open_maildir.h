@@ -4,5 +4,6 @@
 
 #include <memory>
 
-// A session over the Maildir at `maildir`; an error when the folder is not a Maildir.
+// A session over the Maildir store at `maildir`: a Maildir, or a folder of Maildirs as mbsync
+// keeps an account; an error that says what was expected when the path is no mail store.
 Result<std::shared_ptr<MailSession>> OpenMaildirStore(const QString& maildir);

@@ -119,6 +119,7 @@ GMimeMessage* ParseMessage(GByteArray* bytes, QStringList* faults = nullptr,
     if (faults) g_mime_parser_options_set_warning_callback(options, NoteStructureFault, faults);
     GMimeMessage* message = g_mime_parser_construct_message(parser.get(), options);
     g_mime_parser_options_free(options);
+    RestoreCutContentEnds(message);
     return message;
 }
 

@@ -6,7 +6,9 @@
 #include "host/maildir/mime_params.h"
 #include "host/maildir/posix_files.h"
 
+#include <algorithm>
 #include <cerrno>
+#include <vector>
 
 namespace {
 
@@ -47,6 +49,32 @@ OpError WriteBase64(GMimeStream* encoded, GMimeStream* sink, bool* damaged) {
     return OpError::none();
 }
 
+// GMime ends a part's content before the line break that precedes its boundary line, but
+// takes that break to be as long as the boundary line's own: in a mail that mixes CRLF and LF
+// lines (or ends in a boundary line without a line end) the content keeps a stray "\r" or loses
+// its last byte. The bytes around the end in the whole mail tell the break's real length: the
+// content with its exact end, or null when GMime's end is right.
+GRef<GMimeStream> ExactContent(GMimeStream* encoded) {
+    GMimeStream* whole = encoded->super_stream;
+    const gint64 start = encoded->bound_start;
+    const gint64 end = encoded->bound_end;
+    if (!whole || end < start || end < 1) return GRef<GMimeStream>();
+    const gint64 wholeEnd = whole->bound_start + g_mime_stream_length(whole);
+    if (end + 1 > wholeEnd) return GRef<GMimeStream>(); // the content runs to the end
+    char around[3] = {}; // the content's last byte and the two after it
+    GRef<GMimeStream> window(g_mime_stream_substream(whole, end - 1, std::min(end + 2, wholeEnd)));
+    const ssize_t got = g_mime_stream_read(window.get(), around, sizeof around);
+    if (got < 2) return GRef<GMimeStream>();
+    gint64 exactEnd = end;
+    if (around[1] == '\n') {
+        if (around[0] == '\r' && end > start) exactEnd = end - 1; // CRLF before an LF boundary
+    } else if (around[1] != '\r' && got == 3 && around[2] == '\n') {
+        exactEnd = end + 1; // LF content before a CRLF boundary line
+    }
+    if (exactEnd == end) return GRef<GMimeStream>();
+    return GRef<GMimeStream>(g_mime_stream_substream(whole, start, exactEnd));
+}
+
 // The last of the part's headers of that name: GMime takes the type and the disposition from
 // the last, and a name read from another would make a named part the body, or the other way.
 QByteArray RawHeader(GMimeObject* part, const char* name) {
@@ -63,6 +91,36 @@ QByteArray RawHeader(GMimeObject* part, const char* name) {
 
 } // namespace
 
+void RestoreCutContentEnds(GMimeMessage* message) {
+    std::vector<GMimeObject*> pending;
+    if (GMimeObject* top = message ? g_mime_message_get_mime_part(message) : nullptr)
+        pending.push_back(top);
+    while (!pending.empty()) {
+        GMimeObject* object = pending.back();
+        pending.pop_back();
+        if (GMIME_IS_MULTIPART(object)) {
+            GMimeMultipart* multipart = GMIME_MULTIPART(object);
+            for (int i = 0; i < g_mime_multipart_get_count(multipart); ++i)
+                pending.push_back(g_mime_multipart_get_part(multipart, i));
+        } else if (GMIME_IS_MESSAGE_PART(object)) {
+            GMimeMessage* inner = g_mime_message_part_get_message(GMIME_MESSAGE_PART(object));
+            if (GMimeObject* top = inner ? g_mime_message_get_mime_part(inner) : nullptr)
+                pending.push_back(top);
+        } else if (GMIME_IS_PART(object)) {
+            GMimeDataWrapper* content = g_mime_part_get_content(GMIME_PART(object));
+            if (!content) continue;
+            GMimeStream* stream = g_mime_data_wrapper_get_stream(content);
+            // Only a lost byte: a stray "\r" is left out on reading, and written back it keeps
+            // the mail's bytes as they were.
+            GRef<GMimeStream> exact = ExactContent(stream);
+            if (!exact || exact.get()->bound_end <= stream->bound_end) continue;
+            GRef<GMimeDataWrapper> whole(g_mime_data_wrapper_new_with_stream(
+                exact.get(), g_mime_data_wrapper_get_encoding(content)));
+            g_mime_part_set_content(GMIME_PART(object), whole.get());
+        }
+    }
+}
+
 OpError WritePartContent(GMimeObject* part, GMimeStream* sink, bool* damaged) {
     if (damaged) *damaged = false;
     if (GMIME_IS_MESSAGE_PART(part)) {
@@ -74,8 +132,16 @@ OpError WritePartContent(GMimeObject* part, GMimeStream* sink, bool* damaged) {
     if (!GMIME_IS_PART(part)) return OpError::none();
     GMimeDataWrapper* content = g_mime_part_get_content(GMIME_PART(part));
     if (!content) return OpError::none();
-    if (g_mime_data_wrapper_get_encoding(content) == GMIME_CONTENT_ENCODING_BASE64)
-        return WriteBase64(g_mime_data_wrapper_get_stream(content), sink, damaged);
+    const GMimeContentEncoding encoding = g_mime_data_wrapper_get_encoding(content);
+    GMimeStream* encoded = g_mime_data_wrapper_get_stream(content);
+    GRef<GMimeDataWrapper> corrected;
+    if (GRef<GMimeStream> exact = ExactContent(encoded)) {
+        corrected =
+            GRef<GMimeDataWrapper>(g_mime_data_wrapper_new_with_stream(exact.get(), encoding));
+        content = corrected.get();
+        encoded = exact.get();
+    }
+    if (encoding == GMIME_CONTENT_ENCODING_BASE64) return WriteBase64(encoded, sink, damaged);
     if (g_mime_data_wrapper_write_to_stream(content, sink) < 0) return StreamError();
     return OpError::none();
 }

@@ -8,9 +8,13 @@
 #include <gmime/gmime.h>
 
 // Writes the decoded content of a leaf part, or the whole of an attached message, to `sink`.
-// Base64 is decoded here, not by GMime, whose decoder stops at inner padding. `damaged` tells
-// whether bytes were lost on the way.
+// Base64 is decoded here, not by GMime, whose decoder stops at inner padding. The line break
+// before a boundary line is never content, whether it is CRLF or LF. `damaged` tells whether
+// bytes were lost on the way.
 OpError WritePartContent(GMimeObject* part, GMimeStream* sink, bool* damaged);
+// Gives back the last byte that GMime's parser cut off the content of parts whose lines end in
+// LF before a boundary line that ends in CRLF, so that a rewritten mail keeps it.
+void RestoreCutContentEnds(GMimeMessage* message);
 // The decoded content in memory.
 QByteArray PartContent(GMimeObject* part, bool* damaged);
 // How many bytes the decoded content has.

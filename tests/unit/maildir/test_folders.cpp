@@ -1,6 +1,7 @@
 // The folder tree of a store in both layouts, folder paths and ids, and the order of items.
 #include "host/maildir/maildir_layout.h"
 #include "host/maildir/maildir_names.h"
+#include "host/maildir/open_maildir.h"
 #include "support/maildir_fixture.h"
 
 #include <cstdio>
@@ -74,6 +75,54 @@ TEST_F(MaildirTest, FolderTreeOfBothLayouts) {
     EXPECT_EQ(S(GetFolderPath(inbox())), "Mail|Inbox");
     EXPECT_EQ(S(GetFolderPath(inbox(), u"/"_s)), "Mail/Inbox");
     EXPECT_FALSE(top->Parent().value);
+}
+
+// mbsync's layout: nothing at the top, INBOX (in any case) beside the other folders.
+TEST_F(MaildirTest, AFolderOfMaildirsOpensOnItsInbox) {
+    for (const QString& inboxName : {u"INBOX"_s, u"Inbox"_s}) {
+        const QString account = TestEnv::home() + u"/Mail-"_s + inboxName;
+        for (const QString& sub : {inboxName, u"Sent"_s, u"Archive/2024"_s})
+            ASSERT_FALSE(EnsureMaildirFolder(account + u'/' + sub));
+        SampleMail mail;
+        mail.subject = u"in the inbox"_s;
+        ASSERT_TRUE(WriteMailToMaildir(account + u'/' + inboxName, mail).ok());
+
+        const auto opened = OpenMaildirStore(account + u"/"_s);
+        ASSERT_TRUE(opened.ok()) << S(opened.error.description);
+        MailSession& store = *opened.value;
+        const MailFolderPtr inbox = store.GetDefaultInbox().value;
+        EXPECT_EQ(S(GetFolderPath(inbox)), S(u"Mail-"_s + inboxName + u'|' + inboxName));
+        const auto items = inbox->Items().value;
+        ASSERT_EQ(items.size(), 1u);
+        EXPECT_EQ(S(items[0]->Subject().value), "in the inbox");
+        EXPECT_EQ(S(Paths(store.Stores().value[0]).join(u',')),
+                  S(u"Mail-%1,Mail-%1|Archive,Mail-%1|Archive|2024,Mail-%1|%1,Mail-%1|Sent"_s.arg(
+                      inboxName)));
+    }
+}
+
+// What is no mail store is refused with what was expected.
+TEST_F(MaildirTest, APathThatIsNoMailStoreIsRefusedWithTheReason) {
+    const QString home = TestEnv::home();
+    QDir(home).mkpath(u"Documents/Letters"_s);
+    QFile file(home + u"/notes.txt"_s);
+    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+    const struct {
+        QString path;
+        const char* reason;
+    } cases[] = {
+        {home + u"/Missing"_s, "There is no folder"},
+        {home + u"/notes.txt"_s, "is not a folder"},
+        {home + u"/Documents"_s, "expected a Maildir (a folder with cur/, new/ and tmp/) or a "
+                                 "folder of Maildirs"},
+    };
+    for (const auto& c : cases) {
+        const auto opened = OpenMaildirStore(c.path);
+        EXPECT_FALSE(opened.ok()) << S(c.path);
+        EXPECT_TRUE(opened.error.description.contains(QLatin1String(c.reason)))
+            << S(opened.error.description);
+    }
+    EXPECT_TRUE(OpenMaildirStore(root).ok());
 }
 
 TEST_F(MaildirTest, FolderIdsThatNameNothingOrLeaveTheStoreAreRefused) {
@@ -152,7 +201,6 @@ TEST_F(MaildirTest, AMailIsFoundByTheUniquePartOfItsName) {
     EXPECT_FALSE(session().GetMessageFromID(u"1.nothing.host"_s).ok());
     EXPECT_FALSE(session().GetMessageFromID(unique, TestEnv::home()).ok());
 }
-
 
 TEST_F(MaildirTest, AFetchRightAfterTheListingFollowsAMailMovedOrRemovedMeanwhile) {
     const QString moved = deliver(SampleMail{});

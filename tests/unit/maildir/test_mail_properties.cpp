@@ -3,6 +3,7 @@
 #include "host/maildir/maildir_names.h"
 #include "support/maildir_fixture.h"
 
+#include <fcntl.h>
 #include <sys/stat.h>
 #include <utime.h>
 
@@ -153,33 +154,66 @@ TEST_F(MaildirTest, BodyTextInALegacyCharsetAndUnlabelled8Bit) {
     EXPECT_EQ(S(item->Body().value), "Grüße\n");
 }
 
-TEST_F(MaildirTest, AFolderOfMailsSeenBeforeIsListedFromTheCache) {
-    for (int i = 0; i < 5; ++i)
+// A file is the mail that was parsed while its device, inode, size and modification time (to
+// the nanosecond) stay the same, however long after the listing it is looked at.
+TEST_F(MaildirTest, AMailRewrittenInPlaceIsReadAgainOnlyWhenItsTimeMoved) {
+    for (int i = 0; i < 4; ++i)
         deliver(SampleMail{});
     for (const MailItemPtr& item : inbox()->Items().value)
         item->AttachmentCount();
-    EXPECT_EQ(session().cachedMails(), 5);
+    EXPECT_EQ(session().cachedMails(), 4);
 
-    // Same file, same size, same time, other bytes: what the store shows comes from the cache.
-    const auto files = QDir(root + u"/cur"_s).entryInfoList(QDir::Files);
+    // Same size, other bytes, written in place; both times set back exactly.
+    const auto files = QDir(root + u"/cur"_s).entryInfoList(QDir::Files, QDir::Name);
+    ASSERT_EQ(files.size(), 4);
+    std::vector<timespec> mtimes;
     for (const QFileInfo& f : files) {
+        const QByteArray path = QFile::encodeName(f.filePath());
+        struct stat st {};
+        ASSERT_EQ(::stat(path.constData(), &st), 0);
         QByteArray text = readFile(f.filePath());
         text.replace("Subject: Sample mail", "Subject: Sample MAIL");
         QFile out(f.filePath());
         ASSERT_TRUE(out.open(QIODevice::ReadWrite));
         out.write(text);
         out.close();
-        const qint64 t = f.lastModified().toSecsSinceEpoch();
-        utimbuf times{t, t};
-        utime(QFile::encodeName(f.filePath()).constData(), &times);
+        const timespec times[2] = {st.st_atim, st.st_mtim};
+        ASSERT_EQ(::utimensat(AT_FDCWD, path.constData(), times, 0), 0);
+        mtimes.push_back(st.st_mtim);
     }
+    const auto idOf = [&](int i) { return ParseMaildirFileName(files[i].fileName()).unique; };
+    const auto subjectOf = [&](int i) {
+        const auto fetched = session().GetMessageFromID(idOf(i), root);
+        return fetched.ok() ? S(fetched.value->Subject().value) : "(not found)";
+    };
+    const auto moveTime = [&](int i) {
+        timespec later = mtimes[size_t(i)];
+        later.tv_nsec = (later.tv_nsec + 1) % 1000000000; // one nanosecond apart
+        const timespec times[2] = {later, later};
+        ASSERT_EQ(
+            ::utimensat(AT_FDCWD, QFile::encodeName(files[i].filePath()).constData(), times, 0), 0);
+    };
     for (const MailItemPtr& item : inbox()->Items().value)
         EXPECT_EQ(S(item->Subject().value), "Sample mail");
+    for (int i = 0; i < 4; ++i)
+        EXPECT_EQ(subjectOf(i), "Sample mail") << i;
 
-    // A file whose time moved is read again.
-    utimbuf later{0, 1000};
-    utime(QFile::encodeName(files[0].filePath()).constData(), &later);
-    EXPECT_EQ(S(inbox()->Items().value.front()->Subject().value), "Sample MAIL");
+    // A time one nanosecond off: read again by a listing, and by a fetch on its own.
+    moveTime(0);
+    for (const MailItemPtr& item : inbox()->Items().value)
+        EXPECT_EQ(S(item->Subject().value),
+                  item->EntryID().value == idOf(0) ? "Sample MAIL" : "Sample mail");
+    moveTime(1);
+    EXPECT_EQ(subjectOf(1), "Sample MAIL");
+
+    // While a walk holds its listing, a fetch shows the mail as listed; afterwards as it is.
+    {
+        const auto walk = inbox()->Items().value;
+        moveTime(2);
+        EXPECT_EQ(subjectOf(2), "Sample mail");
+    }
+    EXPECT_EQ(subjectOf(2), "Sample MAIL");
+    EXPECT_EQ(subjectOf(3), "Sample mail");
 
     // The entries of mails that left the folder go.
     for (int i = 1; i < files.size(); ++i)
