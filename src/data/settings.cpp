@@ -144,7 +144,7 @@ const QList<SettingInfo>& KnownSettings() {
         {QStringLiteral("NotifyTime"), QStringLiteral("5"), true, K::Whole, 1, 99},
         {QStringLiteral("NotifySound"), QStringLiteral("1"), true, K::YesNo},
         {QStringLiteral("SoundName"), QStringLiteral("Moog 1")},
-        {QStringLiteral("MarkMail"), QStringLiteral("0"), true, K::YesNo},
+        {QStringLiteral("MarkMail"), QStringLiteral("0"), true, K::Whole, 0, 2},
         {QStringLiteral("LastPath"), QString()},
         {QStringLiteral("DoInvAdr"), QStringLiteral("0"), true, K::YesNo},
         {QStringLiteral("Doku"), QString()},

@@ -182,8 +182,9 @@ bool StowawayGuiApp::claimDataFolder(DataFolderOwner& owner, int& exitCode) {
 int StowawayGuiApp::exec(DataFolderOwner* owner) {
     int code = 0;
     if (!m_quitRequested) {
-        code = owner ? RunServiceLoop(*owner, {ServeCommandCall, [this] { showOptions(); }, nullptr})
-                     : QApplication::exec();
+        code = owner
+                   ? RunServiceLoop(*owner, {ServeCommandCall, [this] { showOptions(); }, nullptr})
+                   : QApplication::exec();
         if (code == -1) {
             WriteLog("! stowaway-gui: cannot open the control socket " + owner->socketPath() +
                      ": " + owner->lastError());

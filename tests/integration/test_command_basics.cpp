@@ -52,6 +52,11 @@ TEST_F(StowawayCommandTest, CommandLinesAreCheckedAndSayWhatIsWrong) {
         {{u"settings"_s, u"CurrLang"_s, u"7"_s}, 2, u"(0 German, 1 English)"_s, {}},
         {{u"settings"_s, u"Nonsense"_s, u"1"_s}, 2, u"unknown setting 'Nonsense'"_s, {}},
         {{u"settings"_s, u"swactive"_s, u"1"_s}, 0, {}, u"SWActive=1"_s},
+        {{u"settings"_s, u"MarkMail"_s, u"2"_s}, 0, {}, u"MarkMail=2"_s}, // the subject's end
+        {{u"settings"_s, u"MarkMail"_s, u"3"_s},
+         2,
+         u"MarkMail takes a whole number from 0 to 2"_s,
+         {}},
         {{u"settings"_s, u"PaceSeconds"_s}, 0, {}, u"0.5\n"_s}, // the bad value above left it
         // Without a store, the data are shown without a word about it.
         {{u"--maildir"_s, missing, u"rules"_s}, 0, {}, u"1. "_s},

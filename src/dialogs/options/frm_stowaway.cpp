@@ -181,10 +181,7 @@ void frmStowaway::Form_Load() {
 }
 
 void frmStowaway::SwitchLanguage(int lang) {
-    CurrLang = static_cast<uint8_t>(lang);
-    SaveSetting(QStringLiteral("CurrLang"), QString::number(lang));
-    LangChanged = true;
-    InitAppCaptions();
+    ApplySetting(QStringLiteral("CurrLang"), QString::number(lang));
     Form_Load();
 }
 

@@ -129,8 +129,7 @@ QWidget* OptionsPage::buildProto() {
     lblLOGPath->setTextFormat(Qt::PlainText);
     connect(cbDoProto, &QCheckBox::toggled, this, [this](bool on) {
         if (m_form.bLoading) return;
-        SaveSetting(QStringLiteral("DoProto"), Flag(on));
-        DoProto = on;
+        ApplySetting(QStringLiteral("DoProto"), Flag(on));
     });
     auto* box = new QVBoxLayout(frame);
     box->addWidget(cbDoProto);
@@ -230,15 +229,14 @@ void OptionsPage::writeMarkMail() {
     const QString value = !cbMarkMail->isChecked()     ? QStringLiteral("0")
                           : obMarkMail[0]->isChecked() ? QStringLiteral("1")
                                                        : QStringLiteral("2");
-    SaveSetting(QStringLiteral("MarkMail"), value);
+    ApplySetting(QStringLiteral("MarkMail"), value);
 }
 
 void OptionsPage::obNoti_Click(int index) {
     lblSystrayTime->setEnabled(index == 2);
     clSystrayTime->setEnabled(index == 2);
     if (m_form.bLoading) return;
-    SaveSetting(QStringLiteral("Notify"), QString::number(index));
-    Notify = static_cast<int16_t>(index);
+    ApplySetting(QStringLiteral("Notify"), QString::number(index));
 }
 
 void OptionsPage::cbSound_Click() {
@@ -246,19 +244,16 @@ void OptionsPage::cbSound_Click() {
     clWave->setEnabled(cbSound->isChecked());
     if (m_form.bLoading) return;
     if (cbSound->isChecked()) clWave_Click();
-    SaveSetting(QStringLiteral("NotifySound"), Flag(cbSound->isChecked()));
-    NotifySound = cbSound->isChecked();
+    ApplySetting(QStringLiteral("NotifySound"), Flag(cbSound->isChecked()));
 }
 
 void OptionsPage::clWave_Click() {
     if (m_form.bLoading || clWave->currentIndex() < 0) return;
     PlaySystemSound(SoundFilePath(clWave->currentText()));
-    SaveSetting(QStringLiteral("SoundName"), clWave->currentText());
-    SoundName = clWave->currentText();
+    ApplySetting(QStringLiteral("SoundName"), clWave->currentText());
 }
 
 void OptionsPage::clSystrayTime_Click() {
     if (m_form.bLoading || clSystrayTime->currentIndex() < 0) return;
-    SaveSetting(QStringLiteral("NotifyTime"), clSystrayTime->currentText());
-    NotifyTime = static_cast<int16_t>(clSystrayTime->currentText().toInt());
+    ApplySetting(QStringLiteral("NotifyTime"), clSystrayTime->currentText());
 }

@@ -11,10 +11,9 @@
 #include <QVBoxLayout>
 
 namespace {
-// A yes/no setting with its mirror, written at once.
-void WriteSwitch(const QString& key, bool on, bool& mirror) {
-    SaveSetting(key, on ? QStringLiteral("1") : QStringLiteral("0"));
-    mirror = on;
+// A yes/no setting, written at once with its mirror (as `stowaway settings` writes it).
+void WriteSwitch(const QString& key, bool on) {
+    ApplySetting(key, on ? QStringLiteral("1") : QStringLiteral("0"));
 }
 } // namespace
 
@@ -35,10 +34,10 @@ WatchPage::WatchPage(frmStowaway& form) : m_form(form) {
     label6->setBuddy(lblLastAction);
 
     connect(cbActive, &QCheckBox::toggled, this, [this](bool on) {
-        if (!m_form.bLoading) WriteSwitch(QStringLiteral("SWActive"), on, SWActive);
+        if (!m_form.bLoading) WriteSwitch(QStringLiteral("SWActive"), on);
     });
     connect(cbTestmode, &QCheckBox::toggled, this, [this](bool on) {
-        if (!m_form.bLoading) WriteSwitch(QStringLiteral("SWTest"), on, SWTest);
+        if (!m_form.bLoading) WriteSwitch(QStringLiteral("SWTest"), on);
     });
 
     auto* switches = new QHBoxLayout;
