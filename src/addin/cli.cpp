@@ -11,6 +11,7 @@
 #include "ui/console_interaction.h"
 
 #include <QDir>
+#include <QFileInfo>
 #include <QJsonArray>
 #include <QLocalSocket>
 #include <QThread>
@@ -247,6 +248,7 @@ int RunForwardedOrHere(const CommandSpec& spec, const QStringList& args, const C
             QJsonObject request{{u"t"_s, u"command"_s},
                                 {u"args"_s, QJsonArray::fromStringList(args)},
                                 {u"cwd"_s, QDir::currentPath()},
+                                {u"maildir"_s, QFileInfo(opts.maildir).absoluteFilePath()},
                                 {u"canAsk"_s, console.canAsk()},
                                 {u"passedOver"_s, console.reportsPassedOver()}};
             return RunForwardedCall(*socket, request, console, ctx.out, ctx.err);
@@ -295,7 +297,16 @@ int RunCli(const QStringList& args, CliContext& ctx) {
     return rc;
 }
 
-void ServeCommandCall(OwnerCall* call) {
+namespace {
+// The store a path names, as the file system resolves it (links, "..", a closing "/").
+QString StorePath(const QString& path) {
+    const QFileInfo info(path);
+    const QString canonical = info.canonicalFilePath();
+    return canonical.isEmpty() ? QDir::cleanPath(info.absoluteFilePath()) : canonical;
+}
+} // namespace
+
+void ServeCommandCall(OwnerCall* call, const QString& ownStore) {
     QStringList args;
     for (const QJsonValue& v : call->request().value(u"args"_s).toArray())
         args << v.toString();
@@ -317,6 +328,17 @@ void ServeCommandCall(OwnerCall* call) {
         spec = nullptr;
     }
     if (rc < 0 && !spec) rc = 2;
+    // The owner has one store open; a command meant for another store must not run on this one.
+    const QString theirStore = call->request().value(u"maildir"_s).toString();
+    if (spec && spec->needs == Needs::Store && !theirStore.isEmpty() &&
+        StorePath(theirStore) != StorePath(ownStore)) {
+        err << "stowaway: the data folder is owned by a running Stowaway that works on the mail "
+               "store "
+            << ownStore << "; it does not run commands on " << theirStore
+            << " (name that store, or stop the running one first)\n";
+        spec = nullptr;
+        rc = 2;
+    }
     if (spec) {
         RelayInteraction relay(*call, out, err);
         UserInteraction& own = ui();

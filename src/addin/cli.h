@@ -26,5 +26,6 @@ int RunCli(const QStringList& args, CliContext& ctx);
 
 // Carries out a command that another process forwarded to this one, the owner of the data
 // folder: on this process's data and session, with the output and the questions relayed to the
-// caller. Finishes the call with the command's status. For RunServiceLoop.
-void ServeCommandCall(OwnerCall* call);
+// caller. Finishes the call with the command's status. For RunServiceLoop. `ownStore` is the
+// store this process has open: a command that names another store is refused.
+void ServeCommandCall(OwnerCall* call, const QString& ownStore);

@@ -398,12 +398,13 @@ int CmdWatch(const CliOptions& opts, CliContext& ctx) {
     int watched = 0;
     for (int i = 1; i <= WatchFoldersCount; ++i)
         if (IsTrue(WatchFolders[i].Active)) ++watched;
-    const int status = RunServiceLoop(*ctx.owner, {ServeCommandCall, nullptr, [&] {
-                                                       ctx.out << "Watching " << watched
-                                                               << " folder(s) of " << opts.maildir
-                                                               << "; stop with Ctrl+C.\n"
-                                                               << Qt::flush;
-                                                   }});
+    const int status = RunServiceLoop(
+        *ctx.owner, {[&](OwnerCall* call) { ServeCommandCall(call, opts.maildir); }, nullptr,
+                     [&] {
+                         ctx.out << "Watching " << watched << " folder(s) of " << opts.maildir
+                                 << "; stop with Ctrl+C.\n"
+                                 << Qt::flush;
+                     }});
     if (status == -1) {
         ctx.err << "stowaway: cannot open the control socket " << ctx.owner->socketPath() << ": "
                 << ctx.owner->lastError() << '\n';

@@ -6,7 +6,8 @@
 //     DataFolderOwner owner(GetDataFolder());
 //     if (!owner.acquire(DataFolderOwner::Role::Owner)) { ... owner.holder() ... }
 //     OnConnection(host);
-//     RunServiceLoop(owner, {ServeCommandCall, [&] { dialog.show(); }, nullptr});
+//     RunServiceLoop(owner, {[&](OwnerCall* c) { ServeCommandCall(c, store); },
+//                            [&] { dialog.show(); }, nullptr});
 //     OnBeginShutdown(); OnDisconnection();
 #include "addin/data_folder_owner.h"
 

@@ -182,9 +182,11 @@ bool StowawayGuiApp::claimDataFolder(DataFolderOwner& owner, int& exitCode) {
 int StowawayGuiApp::exec(DataFolderOwner* owner) {
     int code = 0;
     if (!m_quitRequested) {
-        code = owner
-                   ? RunServiceLoop(*owner, {ServeCommandCall, [this] { showOptions(); }, nullptr})
-                   : QApplication::exec();
+        code = owner ? RunServiceLoop(*owner, {[this](OwnerCall* call) {
+                                                   ServeCommandCall(call, m_opts.maildir);
+                                               },
+                                               [this] { showOptions(); }, nullptr})
+                     : QApplication::exec();
         if (code == -1) {
             WriteLog("! stowaway-gui: cannot open the control socket " + owner->socketPath() +
                      ": " + owner->lastError());

@@ -245,8 +245,16 @@ TEST_F(OwnerTest, ASecondServiceNamesTheOwnerAndACallerGoneEndsItsCommandOnly) {
     EXPECT_FALSE(QFile::exists(target + u"/ignored.pdf"_s));
 }
 
-TEST_F(OwnerTest, AnotherProgramCanAskTheServiceToShowItsOptionsOrToStop) {
+TEST_F(OwnerTest, TheServiceRefusesAnotherStoreAndCanBeAskedToShowItsOptionsOrToStop) {
     const auto watch = startWatch();
+    // A run meant for another store is refused, not carried out on the owner's.
+    const QString other = TestEnv::home() + u"/Other"_s;
+    for (const char* sub : {"/cur", "/new", "/tmp"})
+        QDir().mkpath(other + QLatin1String(sub));
+    const CommandResult elsewhere = runStowaway({u"--maildir"_s, other, u"run"_s});
+    EXPECT_EQ(elsewhere.exitCode, 2);
+    EXPECT_TRUE(elsewhere.err.contains(u"works on the mail store "_s + root)) << S(elsewhere.err);
+    EXPECT_EQ(runStowaway({u"--maildir"_s, root + u"/"_s, u"folders"_s}).exitCode, 0);
     // `watch` has no options dialog to show: refused, and it goes on.
     EXPECT_EQ(SendOwnerRequest(GetDataFolder(), OwnerRequestKind::ShowOptions), 1);
     EXPECT_EQ(SendOwnerRequest(GetDataFolder(), OwnerRequestKind::Stop), 0);
