@@ -86,7 +86,7 @@ int RelayInteraction::msgBoxEx(const MsgBoxExRequest& r) {
     q.insert(u"cancel"_s, r.cancelBtn);
     const QJsonValue answer = ask(q);
     if (answer.isDouble()) return answer.toInt();
-    return r.cancelBtn >= 1 && r.cancelBtn <= 3 ? r.cancelBtn : 99;
+    return SafeMsgBoxExAnswer(r);
 }
 
 QString RelayInteraction::chooseSaveFile(const SaveFileRequest& r) {

@@ -116,7 +116,7 @@ int ConsoleInteraction::msgBoxEx(const MsgBoxExRequest& request) {
             if (!captions.at(i).isEmpty()) return i + 1;
         return 99;
     }
-    if (!canAsk()) return request.cancelBtn >= 1 && request.cancelBtn <= 3 ? request.cancelBtn : 99;
+    if (!canAsk()) return SafeMsgBoxExAnswer(request);
     for (;;) {
         const int n = ask(captions);
         if (n > 0) return n;

@@ -19,6 +19,10 @@ MsgAnswer SafeMsgAnswer(MsgButtons buttons) {
     return MsgAnswer::Cancel;
 }
 
+int SafeMsgBoxExAnswer(const MsgBoxExRequest& request) {
+    return request.cancelBtn >= 1 && request.cancelBtn <= 3 ? request.cancelBtn : 99;
+}
+
 namespace {
 // Answers every question with its safest choice and shows nothing.
 class SilentInteraction final : public UserInteraction {

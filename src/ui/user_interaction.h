@@ -126,6 +126,8 @@ class UserInteraction {
 
 // The safest answer of a plain message box: cancel, no, abort, or OK when that is all.
 MsgAnswer SafeMsgAnswer(MsgButtons buttons);
+// The same for the free-caption box: its cancel button, else a window closed without one (99).
+int SafeMsgBoxExAnswer(const MsgBoxExRequest& request);
 
 // The implementation in use. Without one set, a silent headless implementation answers.
 UserInteraction& ui();
