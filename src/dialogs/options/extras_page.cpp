@@ -6,3 +6,6 @@ ExtrasPage::ExtrasPage(frmStowaway& form) : m_form(form) {
     setObjectName(QStringLiteral("pgExtras"));
     new QVBoxLayout(this);
 }
+
+void ExtrasPage::prepare() {}
+void ExtrasPage::updateOBs() {}

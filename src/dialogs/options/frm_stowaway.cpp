@@ -161,11 +161,15 @@ void frmStowaway::Form_Load() {
     bLoading = true;
     setWindowTitle(QLatin1Char(' ') + gAppCaption);
     TranslateForm(this);
-    // The protocol frame's design measures, the Search tab's file labels and the file-format
-    // picture come with their tabs.
+    m_watch->noteProtoFrame();
+    m_search->clearFileInfos();
     m_watch->lblLastAction->setText(gLastAction);
+    m_rules->placeFormatPicture();
     HideSpareTabs(m_regMain);
-    // The Rules tab's combo boxes and the protocol list come with their tabs.
+    m_rules->hideSpareTabs();
+    m_rules->fillCombos();
+    m_watch->fillProtoCombos();
+    InitProtoList();
     m_options->fillLists();
     m_options->readLanguage();
     SWActive = GetBoolSetting(QStringLiteral("SWActive"), QStringLiteral("0"));
@@ -176,8 +180,55 @@ void frmStowaway::Form_Load() {
     m_options->readMarkMail();
     m_options->cbMarkMail_Click();
     m_options->showLogFile();
-    // UpdateOBs and the watched-folder and rule lists come with their tabs.
+    UpdateOBs();
+    InitWatchFolderList(QString());
+    InitRulesList(QString());
     bLoading = false;
+}
+
+void frmStowaway::UpdateOBs() {
+    switch (currentTab()) {
+    case 0:
+        m_watch->updateOBs();
+        break;
+    case 1:
+        m_rules->updateOBs();
+        break;
+    case 3:
+        m_extras->updateOBs();
+        break;
+    default:
+        break;
+    }
+    QCoreApplication::processEvents();
+}
+
+void frmStowaway::UpdateRulesText() {
+    m_rules->UpdateRulesText();
+}
+
+void frmStowaway::InitProtoList() {
+    m_watch->InitProtoList();
+}
+
+void frmStowaway::InitWatchFolderList(const QString& name) {
+    m_watch->InitWatchFolderList(name);
+}
+
+void frmStowaway::InitRulesList(const QString& name) {
+    m_rules->InitRulesList(name);
+}
+
+void frmStowaway::InitStowawayFolderList() {
+    m_search->InitStowawayFolderList();
+}
+
+void frmStowaway::SelectProtoEntry(int index) {
+    m_watch->selectProtoEntry(index);
+}
+
+int frmStowaway::currentTab() const {
+    return m_regMain->currentIndex();
 }
 
 void frmStowaway::SwitchLanguage(int lang) {
@@ -185,9 +236,21 @@ void frmStowaway::SwitchLanguage(int lang) {
     Form_Load();
 }
 
-void frmStowaway::regMain_Click(int /*tab*/) {
-    // Each tab adds its preparation here as it is built (Search: its folder list; Extras: the
-    // overview mode; Options: the blocked formats).
+void frmStowaway::regMain_Click(int tab) {
+    switch (tab) {
+    case 2:
+        m_search->prepare();
+        break;
+    case 3:
+        m_extras->prepare();
+        break;
+    case 4:
+        m_options->prepare();
+        break;
+    default:
+        break;
+    }
+    UpdateOBs();
 }
 
 void frmStowaway::setBusy(bool busy) {

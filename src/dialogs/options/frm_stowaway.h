@@ -31,6 +31,18 @@ class frmStowaway : public QDialog, public StatusSurface {
     void setBusy(bool busy);
     void showLastAction(const QString& text);
 
+    // The form's shared routines; each hands its work to the tab that owns the controls.
+    void UpdateOBs();       // enabled, visible and colour states of the visible tab
+    void UpdateRulesText(); // the rule sentence of the Rules tab
+    void InitProtoList();   // refills the protocol view
+    void InitWatchFolderList(const QString& name);
+    void InitRulesList(const QString& name);
+    void InitStowawayFolderList();
+    // Selects protocol entry `index` (1-based) in the protocol view and shows the Watch tab's
+    // panel with it; the Search tab's protocol facts use it.
+    void SelectProtoEntry(int index);
+    int currentTab() const;
+
     void setMainProgress(bool visible, const QString& caption, double fill) override;
     void setSubProgress(bool visible, double fill) override;
 
@@ -44,6 +56,9 @@ class frmStowaway : public QDialog, public StatusSurface {
     float fProtoHeight = 0;
 
     WatchPage* watchPage() const { return m_watch; }
+    RulesPage* rulesPage() const { return m_rules; }
+    SearchPage* searchPage() const { return m_search; }
+    ExtrasPage* extrasPage() const { return m_extras; }
     OptionsPage* optionsPage() const { return m_options; }
 
   protected:

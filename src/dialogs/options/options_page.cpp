@@ -257,3 +257,5 @@ void OptionsPage::clSystrayTime_Click() {
     if (m_form.bLoading || clSystrayTime->currentIndex() < 0) return;
     ApplySetting(QStringLiteral("NotifyTime"), clSystrayTime->currentText());
 }
+
+void OptionsPage::prepare() {}

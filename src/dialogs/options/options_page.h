@@ -19,6 +19,7 @@ class OptionsPage : public QWidget {
     void readMarkMail(); // MarkMail into cbMarkMail, obMarkMail
     void showLogFile();  // lblLOGPath, and DoProto into cbDoProto
     void readLanguage(); // CurrLang into obLanguage
+    void prepare();      // tab change: the blocked formats, once per form
 
     // Handlers whose enabling effects the load runs once.
     void cbMarkMail_Click();

@@ -53,3 +53,10 @@ WatchPage::WatchPage(frmStowaway& form) : m_form(form) {
     layout->addLayout(last);
     layout->addStretch(1);
 }
+
+void WatchPage::noteProtoFrame() {}
+void WatchPage::fillProtoCombos() {}
+void WatchPage::updateOBs() {}
+void WatchPage::InitProtoList() {}
+void WatchPage::InitWatchFolderList(const QString& /*name*/) {}
+void WatchPage::selectProtoEntry(int /*index*/) {}
