@@ -40,9 +40,10 @@ void OnStopSignal(int) {
 
 QString GuiUsage() {
     return QStringLiteral(
-        "usage: stowaway-gui [--maildir PATH] [--options]\n"
+        "usage: stowaway-gui [--maildir PATH] [--options[=TAB]]\n"
         "  --maildir PATH  the Maildir store (default: $MAILDIR, else ~/Maildir)\n"
-        "  --options       open the options dialog right after the start\n");
+        "  --options       open the options dialog right after the start\n"
+        "  --options=TAB   ... on tab TAB: 0 Watch, 1 Rules, 2 Search, 3 Extras, 4 Options\n");
 }
 
 bool ParseGuiArguments(const QStringList& args, GuiOptions& options, QString& error) {
@@ -53,6 +54,14 @@ bool ParseGuiArguments(const QStringList& args, GuiOptions& options, QString& er
         if (arg == QLatin1String("--help") || arg == QLatin1String("-h")) {
             options.help = true;
         } else if (arg == QLatin1String("--options")) {
+            options.showOptions = true;
+        } else if (arg.startsWith(QLatin1String("--options="))) {
+            bool ok = false;
+            options.tab = arg.mid(10).toInt(&ok);
+            if (!ok || options.tab < 0 || options.tab > 4) {
+                error = QStringLiteral("stowaway-gui: --options takes a tab from 0 to 4\n");
+                return false;
+            }
             options.showOptions = true;
         } else if (arg == QLatin1String("--maildir") && i + 1 < args.size()) {
             options.maildir = args.at(++i);
@@ -206,6 +215,10 @@ void StowawayGuiApp::showOptions() {
         return;
     }
     m_options->Form_Load();
+    if (m_opts.tab > 0) {
+        m_options->showTab(m_opts.tab);
+        m_opts.tab = 0;
+    }
     m_options->show();
     m_options->raise();
     m_options->activateWindow();

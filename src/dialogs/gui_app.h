@@ -21,6 +21,7 @@ class QSocketNotifier;
 struct GuiOptions {
     QString maildir;
     bool showOptions = false; // --options: the dialog right after the start
+    int tab = 0;              // --options=TAB: the tab it opens on (0..4)
     bool help = false;        // --help: the usage, and nothing else
 };
 

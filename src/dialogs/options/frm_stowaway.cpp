@@ -231,6 +231,10 @@ int frmStowaway::currentTab() const {
     return m_regMain->currentIndex();
 }
 
+void frmStowaway::showTab(int tab) {
+    m_regMain->setCurrentIndex(tab);
+}
+
 void frmStowaway::SwitchLanguage(int lang) {
     ApplySetting(QStringLiteral("CurrLang"), QString::number(lang));
     Form_Load();

@@ -42,6 +42,8 @@ class frmStowaway : public QDialog, public StatusSurface {
     // panel with it; the Search tab's protocol facts use it.
     void SelectProtoEntry(int index);
     int currentTab() const;
+    // Selects a tab as a click on it would.
+    void showTab(int tab);
 
     void setMainProgress(bool visible, const QString& caption, double fill) override;
     void setSubProgress(bool visible, double fill) override;
