@@ -105,9 +105,8 @@ int Rule(QStringList args) {
     r.Execute = QString();
     r.DelAttach = ToVb(removeAndLink);
     r.Hyperlink = ToVb(removeAndLink);
-    Rules = {udtRule{}, r};
-    RulesCount = 1;
-    RulesChanged = true;
+    Rules.assign({r});
+    Rules.changed = true;
     SaveData();
     return 0;
 }

@@ -84,7 +84,7 @@ void LoadDataRun(benchmark::State& state) {
     }
     for (auto _ : state) {
         LoadData([] { return InboxInfo{}; });
-        if (ProtoCount != n) state.SkipWithError("the protocol did not load whole");
+        if (ProtoEntries.count() != n) state.SkipWithError("the protocol did not load whole");
     }
     QFile::remove(DataFilePath(QStringLiteral(".prt")));
 }
@@ -125,15 +125,14 @@ void NewMailEventRun(benchmark::State& state) {
     const QString dir = ProcessedFolder();
     if (dir.isEmpty()) return state.SkipWithError("cannot write the mail folder");
     ResetGlobals();
-    Rules = {udtRule{}, EverythingRule()};
-    RulesCount = 1;
+    Rules.assign({EverythingRule()});
     MaildirSession session({{dir, QStringLiteral("Bench")}});
     SetMailSession(&session);
     const MailFolderPtr inbox = session.GetDefaultInbox().value;
     StowawayNow(inbox, nullptr, nullptr); // the session has now seen every mail once
     for (auto _ : state)
         benchmark::DoNotOptimize(StowawayNow(inbox, nullptr, nullptr));
-    if (ProtoCount != 0) state.SkipWithError("a processed mail was processed again");
+    if (ProtoEntries.count() != 0) state.SkipWithError("a processed mail was processed again");
     SetMailSession(nullptr);
     state.SetItemsProcessed(state.iterations() * kFolderMails);
 }

@@ -13,7 +13,7 @@
 namespace {
 
 void FillTables() {
-    Rules = SampleRules();
+    std::vector<udtRule> rules = SampleRules();
     udtRule rule;
     rule.Active = vbTrue;
     rule.Name = QStringLiteral("Rechnungen f\u00fcr M\u00fcller \u20ac");
@@ -24,21 +24,22 @@ void FillTables() {
     rule.Folder = QStringLiteral("/home/user/Rechnungen");
     rule.FileExists = 2;
     rule.Execute = QStringLiteral("xdg-open \"%1\"");
-    Rules.push_back(rule); // its reserved field stays NUL
-    RulesCount = int16_t(Rules.size() - 1);
+    rules.push_back(rule);      // its reserved field stays NUL
+    rules.erase(rules.begin()); // the defaults' empty row 0
+    Rules.assign(std::move(rules));
 
-    Projects = SampleProjects();
-    ProjectsCount = int16_t(Projects.size() - 1);
+    std::vector<udtProject> projects = SampleProjects();
+    projects.erase(projects.begin());
+    Projects.assign(std::move(projects));
 
-    WatchFolders = {udtWatchFolder{}, DefaultInboxRecord([] {
-                        return InboxInfo{true,
-                                         QStringLiteral("Inbox"),
-                                         QStringLiteral("Mail|Inbox"),
-                                         QStringLiteral("."),
-                                         QStringLiteral("/home/user/Mail"),
-                                         {}};
-                    })};
-    WatchFoldersCount = 1;
+    WatchFolders.assign({DefaultInboxRecord([] {
+        return InboxInfo{true,
+                         QStringLiteral("Inbox"),
+                         QStringLiteral("Mail|Inbox"),
+                         QStringLiteral("."),
+                         QStringLiteral("/home/user/Mail"),
+                         {}};
+    })});
 
     udtProtoEntry entry;
     entry.Date = 45292.5;
@@ -52,12 +53,12 @@ void FillTables() {
     entry.Rule = QStringLiteral("Rechnungen");
     entry.Folder = QStringLiteral("/home/user/Rechnungen/");
     entry.State = QStringLiteral("S");
-    ProtoEntries = {udtProtoEntry{}, entry, entry};
+    ProtoEntries.assign({entry, entry});
     ProtoEntries[2].State = QStringLiteral("! Path/File access error");
-    ProtoCount = 2;
 
-    BlockedFormats = DefaultBlockedFormats();
-    BlockedCount = int32_t(BlockedFormats.size() - 1);
+    std::vector<udtBlockedFormat> blocked = DefaultBlockedFormats();
+    blocked.erase(blocked.begin());
+    BlockedFormats.assign(std::move(blocked));
 }
 
 } // namespace

@@ -19,7 +19,7 @@
 #include <QMap>
 
 int CmdBlocked(const CliOptions&, CliContext& ctx) {
-    for (int i = 1; i <= BlockedCount; ++i) {
+    for (int i = 1; i <= BlockedFormats.count(); ++i) {
         const udtBlockedFormat& b = BlockedFormats[i];
         ctx.out << QStringLiteral("%1  %2  %3%4\n")
                        .arg(b.Extension.get(), -3)
@@ -69,8 +69,8 @@ namespace {
 int FindWatchFolder(const QString& text) {
     bool isNumber = false;
     const int n = text.toInt(&isNumber);
-    if (isNumber) return n >= 1 && n <= WatchFoldersCount ? n : 0;
-    for (int i = 1; i <= WatchFoldersCount; ++i)
+    if (isNumber) return n >= 1 && n <= WatchFolders.count() ? n : 0;
+    for (int i = 1; i <= WatchFolders.count(); ++i)
         if (WatchFolders[i].Name.get().compare(text, Qt::CaseInsensitive) == 0 ||
             WatchFolders[i].Path.get().compare(text, Qt::CaseInsensitive) == 0)
             return i;
@@ -81,7 +81,7 @@ int FindWatchFolder(const QString& text) {
 bool PickFolders(QStringList args, CliContext& ctx, std::vector<int>& indices) {
     const bool all = args.removeAll(QStringLiteral("--all")) > 0;
     std::vector<int> active;
-    for (int i = 1; i <= WatchFoldersCount; ++i)
+    for (int i = 1; i <= WatchFolders.count(); ++i)
         if (IsTrue(WatchFolders[i].Active)) active.push_back(i);
     if (all && args.isEmpty()) {
         indices = active;
@@ -162,7 +162,7 @@ int TestOrRun(const CliOptions& opts, CliContext& ctx, bool test) {
     if (!PickFolders(opts.args, ctx, indices)) {
         return 2;
     }
-    if (RulesCount == 0) {
+    if (Rules.count() == 0) {
         // The driver ends at once without rules; the user should know why nothing happened.
         ctx.err << "stowaway: there are no rules, so no mail is looked at\n";
         return 3;
@@ -268,7 +268,7 @@ void PrintWhereFilesWent(int32_t added, const ExtrasArgs& a, CliContext& ctx) {
     int saved = 0;
     int failed = 0;
     QMap<QString, int> perFolder;
-    for (int32_t i = 1; i <= added && i <= ProtoCount; ++i) {
+    for (int32_t i = 1; i <= added && i <= ProtoEntries.count(); ++i) {
         const udtProtoEntry& e = ProtoEntries[static_cast<size_t>(i)];
         if (e.State.get().startsWith(QLatin1Char('!'))) {
             ++failed;
@@ -319,7 +319,7 @@ int CmdExtras(const CliOptions& opts, CliContext& ctx) {
     run.keepStructure = a.keepStructure;
     run.delAttach = a.remove;
     run.hyperlinks = a.links;
-    const int32_t protoBefore = ProtoCount;
+    const int32_t protoBefore = ProtoEntries.count();
     const ExtrasRunSummary summary = RunExtras(run, listing.rows, &status);
     if (summary.refused) {
         return 1;
@@ -327,7 +327,7 @@ int CmdExtras(const CliOptions& opts, CliContext& ctx) {
     ctx.out << summary.rowsDone << " of " << listing.rows.size() << " mail(s) processed";
     if (summary.rowsFailed > 0) ctx.out << ", " << summary.rowsFailed << " could not be read";
     ctx.out << (summary.stoppedEarly ? "; the run stopped early\n" : "\n");
-    PrintWhereFilesWent(ProtoCount - protoBefore, a, ctx);
+    PrintWhereFilesWent(ProtoEntries.count() - protoBefore, a, ctx);
     return summary.stoppedEarly ? 3 : 0;
 }
 
@@ -338,7 +338,7 @@ int CmdFolders(const CliOptions&, CliContext& ctx) {
                 << f->ItemCount().value << " mails)\n";
     });
     ctx.out << "\nWatched folders:\n";
-    for (int i = 1; i <= WatchFoldersCount; ++i)
+    for (int i = 1; i <= WatchFolders.count(); ++i)
         ctx.out << "  " << i << ". " << WatchFolders[i].Path.get()
                 << (IsTrue(WatchFolders[i].Active) ? "" : "  (not watched)") << '\n';
     return 0;
@@ -375,7 +375,7 @@ int CmdProtocol(const CliOptions& opts, CliContext& ctx) {
         return e.State.get();
     };
     int shown = 0;
-    for (int i = 1; i <= ProtoCount; ++i) {
+    for (int i = 1; i <= ProtoEntries.count(); ++i) {
         const udtProtoEntry& e = ProtoEntries[i];
         if (!field.isEmpty() && !fieldOf(e).contains(value, Qt::CaseInsensitive)) continue;
         ++shown;
@@ -383,7 +383,7 @@ int CmdProtocol(const CliOptions& opts, CliContext& ctx) {
                 << "  " << e.Folder.get() << e.Attachment.get() << "\n    rule " << e.Rule.get()
                 << ", from " << e.Sender.get() << ", mail \"" << e.Mail.get() << "\"\n";
     }
-    ctx.out << shown << " of " << ProtoCount << " entries\n";
+    ctx.out << shown << " of " << ProtoEntries.count() << " entries\n";
     return 0;
 }
 
@@ -396,7 +396,7 @@ int CmdWatch(const CliOptions& opts, CliContext& ctx) {
                    "settings SWTest 0\n";
     ctx.err << Qt::flush;
     int watched = 0;
-    for (int i = 1; i <= WatchFoldersCount; ++i)
+    for (int i = 1; i <= WatchFolders.count(); ++i)
         if (IsTrue(WatchFolders[i].Active)) ++watched;
     const int status = RunServiceLoop(
         *ctx.owner, {[&](OwnerCall* call) { ServeCommandCall(call, opts.maildir); }, nullptr,
@@ -437,10 +437,10 @@ int CmdDemo(const CliOptions&, CliContext& ctx) {
     if (!StartWithStore(maildir, ctx)) return 1;
     // The sample rules and projects save below the documents folder: here, below the demo's.
     const QString saved = demoRoot + QStringLiteral("Saved/");
-    for (int i = 1; i <= RulesCount; ++i)
+    for (int i = 1; i <= Rules.count(); ++i)
         if (Rules[i].Folder.get().startsWith(documents))
             Rules[i].Folder = saved + Rules[i].Folder.get().mid(documents.size());
-    for (int i = 1; i <= ProjectsCount; ++i)
+    for (int i = 1; i <= Projects.count(); ++i)
         if (Projects[i].Folder.get().startsWith(documents))
             Projects[i].Folder = saved + Projects[i].Folder.get().mid(documents.size());
     // This run watches the demo inbox only, and really saves; nothing of it is stored as a setting.
@@ -451,27 +451,25 @@ int CmdDemo(const CliOptions&, CliContext& ctx) {
     wf.Path = GetFolderPath(inbox, QStringLiteral("|"));
     wf.EntryID = inbox->EntryID().value;
     wf.StoreID = inbox->StoreID().value;
-    WatchFolders.assign(1, udtWatchFolder{});
-    WatchFolders.push_back(wf);
-    WatchFoldersCount = 1;
-    WatchFoldersChanged = false;
+    WatchFolders.assign({wf});
+    WatchFolders.changed = false;
     SWTest = false;
-    const int protoBefore = ProtoCount;
+    const int protoBefore = ProtoEntries.count();
 
     ctx.out << "Rules:\n";
-    for (int i = 1; i <= RulesCount; ++i)
+    for (int i = 1; i <= Rules.count(); ++i)
         ctx.out << "  " << i << ". " << Rules[i].Name.get() << '\n';
     ctx.out << "\nProcessing " << wf.Path.get() << " ...\n" << Qt::flush;
     TestOrRunFolders({1}, nullptr);
     ctx.out << gLastAction << "\n\nSaved:\n";
-    for (int i = ProtoCount - protoBefore; i >= 1; --i) {
+    for (int i = ProtoEntries.count() - protoBefore; i >= 1; --i) {
         const udtProtoEntry& e = ProtoEntries[i];
         ctx.out << "  [" << e.State.get() << "] " << e.Attachment.get() << "  ->  "
                 << e.Folder.get() << "\n      from \"" << e.Mail.get() << "\" by rule "
                 << e.Rule.get() << '\n';
     }
     ctx.out << "\n"
-            << (ProtoCount - protoBefore)
+            << (ProtoEntries.count() - protoBefore)
             << " protocol entries added. Everything of the demo is in " << demoRoot << '\n';
     FinishStarted();
     return 0;

@@ -53,7 +53,7 @@ Result<MailFolderPtr> LookUpWatchFolder(const udtWatchFolder& wf) {
 }
 
 MailFolderPtr ResolveWatchFolder(int index) {
-    if (index < 1 || index > WatchFoldersCount) return nullptr;
+    if (index < 1 || index > WatchFolders.count()) return nullptr;
     const udtWatchFolder& wf = WatchFolders[index];
     const Result<MailFolderPtr> folder = LookUpWatchFolder(wf);
     if (folder.error || !folder.value) {
@@ -121,8 +121,8 @@ int ResetFolders(const std::vector<int>& indices, bool setUnread, StatusSurface*
 }
 
 int CheckRule(int ruleIndex, int folderIndex, StatusSurface* status) {
-    if (ruleIndex < 1 || ruleIndex > RulesCount || folderIndex < 1 ||
-        folderIndex > WatchFoldersCount) {
+    if (ruleIndex < 1 || ruleIndex > Rules.count() || folderIndex < 1 ||
+        folderIndex > WatchFolders.count()) {
         ui().beep();
         return -1;
     }

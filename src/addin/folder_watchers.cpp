@@ -134,7 +134,7 @@ void KillFolderWrappers() {
 void SetWatchFolders() {
     KillFolderWrappers();
     if (!gobjRDOSession()) return;
-    for (int i = 1; i <= WatchFoldersCount; ++i) {
+    for (int i = 1; i <= WatchFolders.count(); ++i) {
         const udtWatchFolder& wf = WatchFolders[i];
         if (!IsTrue(wf.Active)) continue;
         const Result<MailFolderPtr> folder = LookUpWatchFolder(wf);

@@ -39,8 +39,8 @@ QString ConflictText(const udtRule& r) {
 }
 
 void ListRules(QTextStream& out) {
-    if (RulesCount == 0) out << "No rules.\n";
-    for (int i = 1; i <= RulesCount; ++i) {
+    if (Rules.count() == 0) out << "No rules.\n";
+    for (int i = 1; i <= Rules.count(); ++i) {
         const udtRule& r = Rules[i];
         out << i << ". " << r.Name.get() << (IsTrue(r.Active) ? "" : "  (inactive)") << '\n';
         QStringList criteria;
@@ -165,7 +165,7 @@ int RulesImport(const QString& path, CliContext& ctx) {
 } // namespace
 
 int PickRule(const QString& text, CliContext& ctx) {
-    return PickRecord(text, RulesCount, FindRuleByName, "rule", ctx);
+    return PickRecord(text, Rules.count(), FindRuleByName, "rule", ctx);
 }
 
 int CmdRules(const CliOptions& opts, CliContext& ctx) {
@@ -221,8 +221,8 @@ int CmdRule(const CliOptions& opts, CliContext& ctx) {
 }
 
 int CmdProjects(const CliOptions&, CliContext& ctx) {
-    if (ProjectsCount == 0) ctx.out << "No projects.\n";
-    for (int i = 1; i <= ProjectsCount; ++i) {
+    if (Projects.count() == 0) ctx.out << "No projects.\n";
+    for (int i = 1; i <= Projects.count(); ++i) {
         ctx.out << i << ". " << Projects[i].Name.get() << "  ->  " << Projects[i].Folder.get();
         if (const size_t used = RulesUsingProject(i).size())
             ctx.out << "  (used by " << used << " rule(s))";
@@ -235,7 +235,7 @@ int CmdProject(const CliOptions& opts, CliContext& ctx) {
     const QString sub = opts.args.value(0);
     const QStringList args = opts.args.mid(1);
     const auto pick = [&](const QString& text) {
-        return PickRecord(text, ProjectsCount, FindProject, "project", ctx);
+        return PickRecord(text, Projects.count(), FindProject, "project", ctx);
     };
     if (sub == QLatin1String("add")) {
         if (!ArgCount(args, 2, "project add NAME FOLDER", ctx)) return 2;

@@ -153,12 +153,10 @@ template <class Io, class Blocked> void BlockedFormatFields(Io& io, Blocked& b) 
 }
 
 // One table: its file, record size and codec.
-template <class Rec, class Count, class Records = std::vector<Rec>> struct Table {
+template <class Rec, class Count> struct Table {
     const char* extension;
     int recordSize;
-    Records& records;
-    Count& count;
-    bool& changed;
+    RecordTable<Rec, Count>& records;
     Rec (*decode)(const char*);
     QByteArray (*encode)(const Rec&);
 };
@@ -176,14 +174,12 @@ QString Errno() {
 
 // Reads a table from its file. False when the file does not exist (the caller supplies the
 // defaults); any other failure leaves an empty table and a LOG line.
-template <class Rec, class Count, class Records>
-bool ReadTable(const Table<Rec, Count, Records>& t) {
+template <class Rec, class Count> bool ReadTable(const Table<Rec, Count>& t) {
     const QString path = DataFilePath(QLatin1String(t.extension));
     const QFileInfo info(path);
     if (!info.exists() && !info.isSymLink()) return false;
 
-    t.records.assign(1, Rec{});
-    t.count = 0;
+    t.records.clear();
     QFile file(path);
     if (info.isDir() || !file.open(QIODevice::ReadOnly)) {
         WriteLog(QStringLiteral("! LoadData: can't read ") + path + QStringLiteral(": ") +
@@ -208,15 +204,15 @@ bool ReadTable(const Table<Rec, Count, Records>& t) {
         return true;
     }
 
-    if constexpr (requires { t.records.reserve(size_t{}); })
-        t.records.reserve(static_cast<size_t>(records) + 1);
+    std::vector<Rec> rows;
+    rows.reserve(static_cast<size_t>(records));
     constexpr qint64 kChunk = 1024; // records per read
     for (qint64 done = 0; done < records;) {
         const qint64 n = std::min(kChunk, records - done);
         const QByteArray chunk = file.read(n * t.recordSize);
         const qint64 got = chunk.size() / t.recordSize;
         for (qint64 i = 0; i < got; ++i)
-            t.records.push_back(t.decode(chunk.constData() + i * t.recordSize));
+            rows.push_back(t.decode(chunk.constData() + i * t.recordSize));
         done += got;
         if (got < n) {
             WriteLog(QStringLiteral("! LoadData: read of ") + path + QStringLiteral(" stopped: ") +
@@ -224,7 +220,7 @@ bool ReadTable(const Table<Rec, Count, Records>& t) {
             break;
         }
     }
-    t.count = static_cast<Count>(t.records.size() - 1);
+    t.records.assign(std::move(rows));
     RefusedFiles().remove(path);
     return true;
 }
@@ -253,11 +249,10 @@ void KeepRefusedFile(const QString& path) {
     RefusedFiles().remove(path);
 }
 
-template <class Rec, class Count, class Records>
-void WriteTable(const Table<Rec, Count, Records>& t) {
-    if (!t.changed) return;
+template <class Rec, class Count> void WriteTable(const Table<Rec, Count>& t) {
+    if (!t.records.changed) return;
     const QString path = DataFilePath(QLatin1String(t.extension));
-    const auto count = std::min<qint64>(t.count, static_cast<qint64>(t.records.size()) - 1);
+    const qint64 count = t.records.count();
     // Written in pieces of some records each: a long protocol never needs a second copy of
     // itself in memory.
     constexpr qint64 kPiece = 256;
@@ -266,7 +261,7 @@ void WriteTable(const Table<Rec, Count, Records>& t) {
         for (qint64 first = 1; first <= count; first += kPiece) {
             piece.clear();
             for (qint64 i = first; i <= std::min(count, first + kPiece - 1); ++i)
-                piece.append(t.encode(t.records[static_cast<size_t>(i)]));
+                piece.append(t.encode(t.records[int(i)]));
             if (!write(piece)) return false;
         }
         return true;
@@ -279,39 +274,30 @@ void WriteTable(const Table<Rec, Count, Records>& t) {
         WriteLog(QStringLiteral("! SaveData: can't write ") + path + QStringLiteral(": ") + why);
         return;
     }
-    t.changed = false;
+    t.records.changed = false;
 }
 
 Table<udtRule, int16_t> RulesTable() {
-    return {".rls", kRuleRecordSize, Rules, RulesCount, RulesChanged, DecodeRule, EncodeRule};
+    return {".rls", kRuleRecordSize, Rules, DecodeRule, EncodeRule};
 }
 Table<udtProject, int16_t> ProjectsTable() {
-    return {".prj",          kProjectRecordSize, Projects,     ProjectsCount,
-            ProjectsChanged, DecodeProject,      EncodeProject};
+    return {".prj", kProjectRecordSize, Projects, DecodeProject, EncodeProject};
 }
 Table<udtWatchFolder, int16_t> WatchFoldersTable() {
-    return {".fld",
-            kWatchFolderRecordSize,
-            WatchFolders,
-            WatchFoldersCount,
-            WatchFoldersChanged,
-            DecodeWatchFolder,
-            EncodeWatchFolder};
+    return {".fld", kWatchFolderRecordSize, WatchFolders, DecodeWatchFolder, EncodeWatchFolder};
 }
-Table<udtProtoEntry, int32_t, std::deque<udtProtoEntry>> ProtoTable() {
-    return {".prt",       kProtoRecordSize, ProtoEntries,    ProtoCount,
-            ProtoChanged, DecodeProtoEntry, EncodeProtoEntry};
+Table<udtProtoEntry, int32_t> ProtoTable() {
+    return {".prt", kProtoRecordSize, ProtoEntries, DecodeProtoEntry, EncodeProtoEntry};
 }
 Table<udtBlockedFormat, int32_t> BlockedTable() {
-    return {".ble",         kBlockedRecordSize,  BlockedFormats,     BlockedCount,
-            BlockedChanged, DecodeBlockedFormat, EncodeBlockedFormat};
+    return {".ble", kBlockedRecordSize, BlockedFormats, DecodeBlockedFormat, EncodeBlockedFormat};
 }
 
-template <class Records>
-void SetTable(Records& records, auto& count, std::vector<typename Records::value_type> values) {
-    records.assign(std::make_move_iterator(values.begin()), std::make_move_iterator(values.end()));
-    if (records.empty()) records.resize(1);
-    count = static_cast<std::remove_reference_t<decltype(count)>>(records.size() - 1);
+// The defaults come with an empty row 0, as the tables number their rows.
+template <class Rec, class Count>
+void SetTable(RecordTable<Rec, Count>& table, std::vector<Rec> values) {
+    if (!values.empty()) values.erase(values.begin());
+    table.assign(std::move(values));
 }
 
 // The blocked formats are the one table whose defaults reach the disk at once.
@@ -332,8 +318,8 @@ void LoadBlockedFormats() {
     // A file that could not be made or read leaves the default table to guard this session;
     // the file itself stays as it is.
     if (!ReadTable(BlockedTable()) || RefusedFiles().contains(path))
-        SetTable(BlockedFormats, BlockedCount, DefaultBlockedFormats());
-    BlockedChanged = false;
+        SetTable(BlockedFormats, DefaultBlockedFormats());
+    BlockedFormats.changed = false;
 }
 
 } // namespace
@@ -343,18 +329,18 @@ QString DataFilePath(const QString& extension) {
 }
 
 void LoadData(const InboxLookup& inbox) {
-    if (!ReadTable(RulesTable())) SetTable(Rules, RulesCount, SampleRules());
-    RulesChanged = false;
+    if (!ReadTable(RulesTable())) SetTable(Rules, SampleRules());
+    Rules.changed = false;
 
-    if (!ReadTable(ProjectsTable())) SetTable(Projects, ProjectsCount, SampleProjects());
-    ProjectsChanged = false;
+    if (!ReadTable(ProjectsTable())) SetTable(Projects, SampleProjects());
+    Projects.changed = false;
 
     if (!ReadTable(WatchFoldersTable()))
-        SetTable(WatchFolders, WatchFoldersCount, {udtWatchFolder{}, DefaultInboxRecord(inbox)});
-    WatchFoldersChanged = false;
+        SetTable(WatchFolders, {udtWatchFolder{}, DefaultInboxRecord(inbox)});
+    WatchFolders.changed = false;
 
-    if (!ReadTable(ProtoTable())) SetTable(ProtoEntries, ProtoCount, {});
-    ProtoChanged = false;
+    if (!ReadTable(ProtoTable())) ProtoEntries.clear();
+    ProtoEntries.changed = false;
 
     LoadBlockedFormats();
     ui().pumpEvents();

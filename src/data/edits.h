@@ -2,6 +2,8 @@
 // What every edit of the record tables answers, and the checks that rule and project edits
 // share. The options dialog, the command line and the commands forwarded to the data folder's
 // owner edit the tables through the functions of rule_edits.h and project_edits.h only.
+#include "data/record_table.h"
+
 #include <QString>
 
 #include <limits>
@@ -41,24 +43,20 @@ EditResult Refused(EditRefusal refusal, const QString& message, int index = 0);
 
 // Appends `record` to a table used from index 1, unless its count would overflow.
 template <class T, class Count>
-EditResult AppendRecord(std::vector<T>& table, Count& count, bool& changed, const T& record,
-                        const char* what) {
-    if (count == std::numeric_limits<Count>::max())
+EditResult AppendRecord(RecordTable<T, Count>& table, const T& record, const char* what) {
+    if (table.count() == table.kMaxCount)
         return Refused(EditRefusal::Full,
                        QStringLiteral("the table holds no more ") + QLatin1String(what));
-    table.resize(static_cast<size_t>(count) + 1);
-    table.push_back(record);
-    ++count;
-    changed = true;
-    return {EditRefusal::None, {}, static_cast<int>(count)};
+    table.append(record);
+    table.changed = true;
+    return {EditRefusal::None, {}, table.count()};
 }
 
 // The first record whose trimmed Name equals the trimmed `name`, case ignored; 0 if none.
 template <class T, class Count>
-int FindByName(const std::vector<T>& table, Count count, const QString& name) {
+int FindByName(const RecordTable<T, Count>& table, const QString& name) {
     const QString wanted = name.trimmed();
-    for (int i = 1; i <= count; ++i)
-        if (table[static_cast<size_t>(i)].Name.get().compare(wanted, Qt::CaseInsensitive) == 0)
-            return i;
+    for (int i = 1; i <= table.count(); ++i)
+        if (table[i].Name.get().compare(wanted, Qt::CaseInsensitive) == 0) return i;
     return 0;
 }

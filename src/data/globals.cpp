@@ -12,25 +12,11 @@ int16_t NotifyTime = 5;
 QString SoundName = QStringLiteral("Moog 1");
 QString gLastAction;
 
-std::vector<udtRule> Rules(1);
-int16_t RulesCount = 0;
-bool RulesChanged = false;
-
-std::vector<udtProject> Projects(1);
-int16_t ProjectsCount = 0;
-bool ProjectsChanged = false;
-
-std::vector<udtWatchFolder> WatchFolders(1);
-int16_t WatchFoldersCount = 0;
-bool WatchFoldersChanged = false;
-
-std::deque<udtProtoEntry> ProtoEntries(1);
-int32_t ProtoCount = 0;
-bool ProtoChanged = false;
-
-std::vector<udtBlockedFormat> BlockedFormats(1);
-int32_t BlockedCount = 0;
-bool BlockedChanged = false;
+RecordTable<udtRule> Rules;
+RecordTable<udtProject> Projects;
+RecordTable<udtWatchFolder> WatchFolders;
+RecordTable<udtProtoEntry, int32_t> ProtoEntries;
+RecordTable<udtBlockedFormat, int32_t> BlockedFormats;
 
 void ResetGlobals() {
     CurrLang = 0;
@@ -45,19 +31,14 @@ void ResetGlobals() {
     NotifyTime = 5;
     SoundName = QStringLiteral("Moog 1");
     gLastAction.clear();
-    Rules.assign(1, udtRule{});
-    RulesCount = 0;
-    RulesChanged = false;
-    Projects.assign(1, udtProject{});
-    ProjectsCount = 0;
-    ProjectsChanged = false;
-    WatchFolders.assign(1, udtWatchFolder{});
-    WatchFoldersCount = 0;
-    WatchFoldersChanged = false;
-    ProtoEntries.assign(1, udtProtoEntry{});
-    ProtoCount = 0;
-    ProtoChanged = false;
-    BlockedFormats.assign(1, udtBlockedFormat{});
-    BlockedCount = 0;
-    BlockedChanged = false;
+    Rules.clear();
+    Rules.changed = false;
+    Projects.clear();
+    Projects.changed = false;
+    WatchFolders.clear();
+    WatchFolders.changed = false;
+    ProtoEntries.clear();
+    ProtoEntries.changed = false;
+    BlockedFormats.clear();
+    BlockedFormats.changed = false;
 }

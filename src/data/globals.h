@@ -1,12 +1,11 @@
 #pragma once
-// The application state: five record arrays, each used from index 1 with its count and changed
-// flag (index 0 exists and stays empty), and the settings mirrored into globals.
+// The application state: five record tables, each numbered from 1 with its changed flag, and the
+// settings mirrored into globals.
 #include "common/lang.h"
+#include "data/record_table.h"
 #include "data/records.h"
 
 #include <QString>
-#include <deque>
-#include <vector>
 
 extern bool DoProto;      // write ordinary LOG lines
 extern bool SWActive;     // automatic saving is on
@@ -20,26 +19,12 @@ extern int16_t NotifyTime; // seconds
 extern QString SoundName;
 extern QString gLastAction;
 
-extern std::vector<udtRule> Rules;
-extern int16_t RulesCount;
-extern bool RulesChanged;
-
-extern std::vector<udtProject> Projects;
-extern int16_t ProjectsCount;
-extern bool ProjectsChanged;
-
-extern std::vector<udtWatchFolder> WatchFolders;
-extern int16_t WatchFoldersCount;
-extern bool WatchFoldersChanged;
-
-// Newest entry at index 1; a deque, so a new entry goes in front without moving the others.
-extern std::deque<udtProtoEntry> ProtoEntries;
-extern int32_t ProtoCount;
-extern bool ProtoChanged;
-
-extern std::vector<udtBlockedFormat> BlockedFormats;
-extern int32_t BlockedCount;
-extern bool BlockedChanged;
+extern RecordTable<udtRule> Rules;
+extern RecordTable<udtProject> Projects;
+extern RecordTable<udtWatchFolder> WatchFolders;
+// Newest entry at row 1.
+extern RecordTable<udtProtoEntry, int32_t> ProtoEntries;
+extern RecordTable<udtBlockedFormat, int32_t> BlockedFormats;
 
 // Puts every global back to its start value (program start, and between tests).
 void ResetGlobals();

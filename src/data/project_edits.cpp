@@ -17,7 +17,7 @@ EditResult CheckFolder(const QString& folder, Overlong overlong) {
 } // namespace
 
 int FindProject(const QString& name) {
-    return FindByName(Projects, ProjectsCount, name);
+    return FindByName(Projects, name);
 }
 
 EditResult AddProject(const QString& name, const QString& folder, Overlong overlong) {
@@ -30,33 +30,32 @@ EditResult AddProject(const QString& name, const QString& folder, Overlong overl
     udtProject project;
     project.Name = name;
     project.Folder = folder;
-    return AppendRecord(Projects, ProjectsCount, ProjectsChanged, project, "projects");
+    return AppendRecord(Projects, project, "projects");
 }
 
 EditResult RenameProject(int index, const QString& name, Overlong overlong) {
     if (EditResult refused = CheckName(name, overlong); !refused.ok()) return refused;
     Projects[static_cast<size_t>(index)].Name = name;
-    ProjectsChanged = true;
+    Projects.changed = true;
     return {EditRefusal::None, {}, index};
 }
 
 EditResult SetProjectFolder(int index, const QString& folder, Overlong overlong) {
     if (EditResult refused = CheckFolder(folder, overlong); !refused.ok()) return refused;
     Projects[static_cast<size_t>(index)].Folder = folder;
-    ProjectsChanged = true;
+    Projects.changed = true;
     return {EditRefusal::None, {}, index};
 }
 
 void RemoveProject(int index) {
-    Projects.erase(Projects.begin() + index);
-    --ProjectsCount;
-    ProjectsChanged = true;
+    Projects.remove(index);
+    Projects.changed = true;
 }
 
 std::vector<int> RulesUsingProject(int index) {
     std::vector<int> rules;
     const QString name = Projects[static_cast<size_t>(index)].Name.get();
-    for (int i = 1; i <= RulesCount; ++i) {
+    for (int i = 1; i <= Rules.count(); ++i) {
         const udtRule& r = Rules[static_cast<size_t>(i)];
         if (r.SaveBy == SaveBy::Project && r.Folder.get().compare(name, Qt::CaseInsensitive) == 0)
             rules.push_back(i);

@@ -1,6 +1,6 @@
 #pragma once
 // Every edit of the project table: adding, renaming, removing, and setting a project's folder.
-// Each sets ProjectsChanged; a refused edit changes nothing. Rules that name a project are
+// Each sets Projects.changed; a refused edit changes nothing. Rules that name a project are
 // never changed here: after a rename or a removal they point at nothing until edited.
 #include "data/edits.h"
 

@@ -43,13 +43,9 @@ QTimer* SaveTimer() {
 } // namespace
 
 void AddProto(const udtProtoEntry& entry) {
-    ProtoEntries.resize(static_cast<size_t>(ProtoCount) + 1);
-    // Newest first. The empty element 0 steps forward with the new entry in its place, so the
-    // deque grows at the front and no record moves.
-    ProtoEntries.front() = entry;
-    ProtoEntries.emplace_front();
-    ++ProtoCount;
-    ProtoChanged = true;
+    // Newest first; the table grows at the front and no record moves.
+    ProtoEntries.prepend(entry);
+    ProtoEntries.changed = true;
 
     QTimer* timer = SaveTimer();
     if (!timer) {
@@ -65,10 +61,7 @@ void FlushProtocol() {
 }
 
 bool IsFormatBlocked(const QString& ext) {
-    const auto last =
-        std::min<qint64>(BlockedCount, static_cast<qint64>(BlockedFormats.size()) - 1);
-    for (qint64 i = 1; i <= last; ++i) {
-        udtBlockedFormat& row = BlockedFormats[static_cast<size_t>(i)];
+    for (udtBlockedFormat& row : BlockedFormats) {
         row.Extension = row.Extension.get(); // trimmed and stored back, which pads it again
         if (row.Extension.get() == ext && IsTrue(row.Active)) return true;
     }
@@ -77,9 +70,7 @@ bool IsFormatBlocked(const QString& ext) {
 
 QString GetProjectFolder(const QString& name) {
     const QString wanted = VbTrim(name);
-    const auto last = std::min<qint64>(ProjectsCount, static_cast<qint64>(Projects.size()) - 1);
-    for (qint64 i = 1; i <= last; ++i) {
-        const udtProject& p = Projects[static_cast<size_t>(i)];
+    for (const udtProject& p : Projects) {
         if (p.Name.get().compare(wanted, Qt::CaseInsensitive) == 0)
             return AddBackslash(p.Folder.get());
     }

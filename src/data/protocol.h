@@ -4,7 +4,7 @@
 
 #include <QString>
 
-// Adds an entry at the head of the protocol (index 1) and sets ProtoChanged. Does no I/O:
+// Adds an entry at the head of the protocol (index 1) and sets ProtoEntries.changed. Does no I/O:
 // SaveData runs later on the event loop, and at every FlushProtocol. "Later" is a second, or
 // twenty times as long as the last save took: the file is rewritten whole each time, so a
 // long protocol is written less often and its upkeep stays a small share of a long run.

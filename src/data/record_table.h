@@ -7,12 +7,13 @@
 
 #include <cassert>
 #include <deque>
+#include <limits>
 #include <utility>
 #include <vector>
 
 class RecordTableNotifier : public QObject {
     Q_OBJECT
-  signals:
+  Q_SIGNALS:
     // Row numbers are 1-based and name the rows after the change.
     void rowsInserted(int first, int last);
     // Row numbers are 1-based and name the rows as they were before the removal.
@@ -22,8 +23,10 @@ class RecordTableNotifier : public QObject {
     void tableReset();
 };
 
-template <class T> class RecordTable {
+template <class T, class Count = int16_t> class RecordTable {
   public:
+    // The data file's count field limits the rows.
+    static constexpr int kMaxCount = std::numeric_limits<Count>::max();
     using iterator = typename std::deque<T>::iterator;
     using const_iterator = typename std::deque<T>::const_iterator;
 
@@ -49,11 +52,14 @@ template <class T> class RecordTable {
     const_iterator begin() const { return m_rows.begin() + 1; }
     const_iterator end() const { return m_rows.end(); }
 
+    // A copy of rows 1..count.
+    std::vector<T> rows() const { return {begin(), end()}; }
+
     // The record becomes row `row` (1..count+1); the rows from there on move down by one.
     void insert(int row, T record) {
         assert(row >= 1 && row <= count() + 1);
         m_rows.insert(m_rows.begin() + row, std::move(record));
-        emit m_notifier.rowsInserted(row, row);
+        Q_EMIT m_notifier.rowsInserted(row, row);
     }
     void append(T record) { insert(count() + 1, std::move(record)); }
     void prepend(T record) { insert(1, std::move(record)); }
@@ -62,7 +68,7 @@ template <class T> class RecordTable {
     void removeRange(int first, int last) {
         assert(first >= 1 && first <= last && last <= count());
         m_rows.erase(m_rows.begin() + first, m_rows.begin() + last + 1);
-        emit m_notifier.rowsRemoved(first, last);
+        Q_EMIT m_notifier.rowsRemoved(first, last);
     }
     // Drops the rows after `rows`.
     void truncate(int rows) {
@@ -72,19 +78,20 @@ template <class T> class RecordTable {
     // Swaps two rows' contents (the move of a rule up or down).
     void swap(int a, int b) {
         std::swap((*this)[a], (*this)[b]);
-        emit m_notifier.rowsChanged(std::min(a, b), std::max(a, b));
+        Q_EMIT m_notifier.rowsChanged(std::min(a, b), std::max(a, b));
     }
 
     // Tells the listeners that rows were changed in place through operator[].
-    void notifyChanged(int first, int last) { emit m_notifier.rowsChanged(first, last); }
+    void notifyChanged(int first, int last) { Q_EMIT m_notifier.rowsChanged(first, last); }
     void notifyChanged(int row) { notifyChanged(row, row); }
 
     // Replaces every row (a load from the data file, an import).
     void assign(std::vector<T> rows) {
         m_rows.clear();
         m_rows.emplace_back();
-        for (T& record : rows) m_rows.push_back(std::move(record));
-        emit m_notifier.tableReset();
+        for (T& record : rows)
+            m_rows.push_back(std::move(record));
+        Q_EMIT m_notifier.tableReset();
     }
     void clear() { assign({}); }
 

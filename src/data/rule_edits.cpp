@@ -317,7 +317,7 @@ EditResult SetRuleField(int index, RuleField field, const QString& value, Overlo
     if (field == RuleField::SaveBy && changed.SaveBy != rule.SaveBy) {
         changed.SaveFormat = 0;
         if (changed.SaveBy == SaveBy::Project) {
-            if (FindProject(rule.Folder.get()) == 0 && ProjectsCount > 0)
+            if (FindProject(rule.Folder.get()) == 0 && Projects.count() > 0)
                 changed.Folder = Projects[1].Name.get();
         } else if (rule.SaveBy == SaveBy::Project) {
             // The rule keeps saving where its project did.
@@ -327,12 +327,12 @@ EditResult SetRuleField(int index, RuleField field, const QString& value, Overlo
         }
     }
     rule = changed;
-    RulesChanged = true;
+    Rules.changed = true;
     return result;
 }
 
 int FindRuleByName(const QString& name) {
-    return FindByName(Rules, RulesCount, name);
+    return FindByName(Rules, name);
 }
 
 EditResult AddRule(const QString& name, Overlong overlong) {
@@ -344,7 +344,7 @@ EditResult AddRule(const QString& name, Overlong overlong) {
     if (const int existing = FindRuleByName(name))
         return Refused(EditRefusal::Duplicate,
                        QStringLiteral("a rule '%1' exists already").arg(name.trimmed()), existing);
-    return AppendRecord(Rules, RulesCount, RulesChanged, rule, "rules");
+    return AppendRecord(Rules, rule, "rules");
 }
 
 EditResult RenameRule(int index, const QString& name, Overlong overlong) {
@@ -352,30 +352,27 @@ EditResult RenameRule(int index, const QString& name, Overlong overlong) {
 }
 
 void RemoveRule(int index) {
-    Rules.erase(Rules.begin() + index);
-    --RulesCount;
-    RulesChanged = true;
+    Rules.remove(index);
+    Rules.changed = true;
 }
 
 EditResult MoveRule(int index, int direction) {
     const int target = index + direction;
-    if (target < 1 || target > RulesCount)
+    if (target < 1 || target > Rules.count())
         return Refused(EditRefusal::AtEnd,
                        QStringLiteral("rule '%1' is the %2 one and can't move %3")
                            .arg(Rules[static_cast<size_t>(index)].Name.get(),
                                 direction < 0 ? QStringLiteral("first") : QStringLiteral("last"),
                                 direction < 0 ? QStringLiteral("up") : QStringLiteral("down")),
                        index);
-    std::swap(Rules[static_cast<size_t>(index)], Rules[static_cast<size_t>(target)]);
-    RulesChanged = true;
+    Rules.swap(index, target);
+    Rules.changed = true;
     return {EditRefusal::None, {}, target};
 }
 
 void ReplaceRules(const std::vector<udtRule>& rules) {
-    Rules.assign(1, udtRule{});
-    Rules.insert(Rules.end(), rules.begin(), rules.end());
-    RulesCount = static_cast<int16_t>(rules.size());
-    RulesChanged = true;
+    Rules.assign(rules);
+    Rules.changed = true;
 }
 
 QString RuleTargetProblem(const udtRule& rule) {

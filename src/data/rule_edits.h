@@ -1,6 +1,6 @@
 #pragma once
 // Every edit of the rule table: adding, renaming, removing, moving, and setting one field with
-// its length and meaning checked. Each sets RulesChanged; a refused edit changes nothing.
+// its length and meaning checked. Each sets Rules.changed; a refused edit changes nothing.
 #include "data/edits.h"
 #include "data/records.h"
 

@@ -96,7 +96,7 @@ QByteArray RulesToJson() {
         return one.mid(1, one.size() - 2);
     };
     QByteArray json = "{\n    \"rules\": [";
-    for (int i = 1; i <= RulesCount; ++i) {
+    for (int i = 1; i <= Rules.count(); ++i) {
         const udtRule& rule = Rules[static_cast<size_t>(i)];
         json += i == 1 ? "\n        {" : ",\n        {";
         for (const RuleField field : AllRuleFields())
@@ -105,7 +105,7 @@ QByteArray RulesToJson() {
         json += "\n            \"" + kReserved.toLatin1() + "\": " + encoded(ReservedValue(rule)) +
                 "\n        }";
     }
-    json += RulesCount > 0 ? "\n    ]\n}\n" : "]\n}\n";
+    json += Rules.count() > 0 ? "\n    ]\n}\n" : "]\n}\n";
     return json;
 }
 

@@ -41,7 +41,7 @@ QAction* AddButton(QMenu& menu, const QString& caption, const QString& tag, int 
 }
 
 void AddFolderButtons(QMenu& folders) {
-    if (RulesCount == 0) {
+    if (Rules.count() == 0) {
         QAction* none =
             AddButton(folders, LangText(QStringLiteral("<Keine>"), QStringLiteral("<None>")),
                       QStringLiteral("QWKSWDir_0"), 2529);
@@ -51,7 +51,7 @@ void AddFolderButtons(QMenu& folders) {
         return;
     }
     QString caption; // a rule whose project has gone keeps the previous rule's caption
-    for (int i = 1; i <= RulesCount; ++i) {
+    for (int i = 1; i <= Rules.count(); ++i) {
         const udtRule& rule = Rules[i];
         int faceId = 2529;
         if (rule.SaveBy != 3) {
@@ -59,7 +59,7 @@ void AddFolderButtons(QMenu& folders) {
         } else {
             faceId = 2554;
             const QString project = rule.Folder.get().trimmed();
-            for (int p = 1; p <= ProjectsCount; ++p) {
+            for (int p = 1; p <= Projects.count(); ++p) {
                 if (Projects[p].Name.get().trimmed().compare(project, Qt::CaseInsensitive) == 0) {
                     caption = Projects[p].Folder.get().trimmed();
                     break;

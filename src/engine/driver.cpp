@@ -240,9 +240,9 @@ bool RunMatchingRule(RunState& run, MailState& mail, RuleRun& rr) {
 }
 
 void RunRules(RunState& run, MailState& mail, const udtRule& special) {
-    const int count = run.specialRule ? 1 : RulesCount;
+    const int count = run.specialRule ? 1 : Rules.count();
     for (int i = 1; i <= count; ++i) {
-        if (!run.specialRule && i >= static_cast<int>(Rules.size())) break;
+        if (!run.specialRule && i > Rules.count()) break;
         RuleRun rr;
         rr.rule = run.specialRule ? special : Rules[i];
         rr.name = rr.rule.Name.get();
@@ -421,7 +421,7 @@ QString NoAttachmentsReason() {
 bool StowawayNow(const MailFolderPtr& folder, const MailItemPtr& item, StatusSurface* status,
                  udtRule& special) {
     WriteLog("StowawayNow/Start...");
-    if (RulesCount == 0 || (!folder && !item)) {
+    if (Rules.count() == 0 || (!folder && !item)) {
         FlushProtocol();
         return false;
     }

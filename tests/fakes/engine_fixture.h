@@ -61,9 +61,8 @@ class EngineTest : public FreshState {
         return rule;
     }
     udtRule& addRule(const udtRule& rule) {
-        Rules.push_back(rule);
-        ++RulesCount;
-        return Rules.back();
+        Rules.append(rule);
+        return Rules[Rules.count()];
     }
     udtRule& addRule(const QString& name, const QString& subfolder = QStringLiteral("out")) {
         return addRule(MakeRule(name, root + QLatin1Char('/') + subfolder));
@@ -72,8 +71,7 @@ class EngineTest : public FreshState {
         udtProject p;
         p.Name = name;
         p.Folder = folder;
-        Projects.push_back(p);
-        ++ProjectsCount;
+        Projects.append(p);
     }
 
     static double Date(int y, int m, int d, int h = 10, int min = 30) {
@@ -132,10 +130,7 @@ class EngineTest : public FreshState {
     }
     static QStringList logLines() { return LogLinesWithoutStamps(); }
     // The protocol, newest first.
-    static std::vector<udtProtoEntry> proto() {
-        return std::vector<udtProtoEntry>(ProtoEntries.begin() + 1,
-                                          ProtoEntries.begin() + 1 + ProtoCount);
-    }
+    static std::vector<udtProtoEntry> proto() { return {ProtoEntries.begin(), ProtoEntries.end()}; }
 
     std::shared_ptr<FakeMailSession> session;
     ScriptedUserInteraction user;

@@ -83,9 +83,7 @@ class TestDesktopNotifier : public QObject {
         udtBlockedFormat exe;
         exe.Extension = QStringLiteral("EXE");
         exe.Active = vbTrue;
-        BlockedFormats.assign(1, udtBlockedFormat{});
-        BlockedFormats.push_back(exe);
-        BlockedCount = 1;
+        BlockedFormats.assign({exe});
 
         m_service.summaries.clear();
         QtUserInteraction user;

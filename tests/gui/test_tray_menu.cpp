@@ -54,20 +54,17 @@ class TestTrayMenu : public QObject {
         QFETCH(QStringList, captions);
         QFETCH(QStringList, tags);
         CurrLang = static_cast<uint8_t>(language);
-        Rules.assign(1, udtRule{});
+        Rules.clear();
         for (const MenuRule& r : rules) {
             udtRule rule;
             rule.SaveBy = r.saveBy;
             rule.Folder = r.folder;
-            Rules.push_back(rule);
+            Rules.append(rule);
         }
-        RulesCount = static_cast<int16_t>(rules.size());
         udtProject project;
         project.Name = QStringLiteral("Alpha");
         project.Folder = QStringLiteral("/projects/Alpha/");
-        Projects.assign(1, udtProject{});
-        Projects.push_back(project);
-        ProjectsCount = 1;
+        Projects.assign({project});
 
         QMenu menu;
         BuildProductMenu(

@@ -73,10 +73,8 @@ void StowawayCommandTest::useRules(const std::vector<udtRule>& rules) {
                                      {"PaceSeconds", "0"},
                                      {"CurrLang", "0"}})
         SaveSetting(QLatin1String(key), QLatin1String(value));
-    Rules.assign(1, udtRule{});
-    Rules.insert(Rules.end(), rules.begin(), rules.end());
-    RulesCount = static_cast<int16_t>(rules.size());
-    RulesChanged = true;
+    Rules.assign(rules);
+    Rules.changed = true;
     SaveData();
 }
 

@@ -169,7 +169,7 @@ class CrashSafetyTest : public StowawayCommandTest {
         const qsizetype logBefore = logText().size();
         ResetGlobals();
         LoadData([] { return InboxInfo{}; });
-        EXPECT_EQ(RulesCount, 1) << when;
+        EXPECT_EQ(Rules.count(), 1) << when;
         EXPECT_FALSE(logText().mid(logBefore).contains(QStringLiteral("! LoadData"))) << when;
     }
 

@@ -122,8 +122,7 @@ class ExtrasRunTest : public ExtrasListTest {
         SetMailSession(&session());
         SetUserInteraction(&user);
         udtRule unused;
-        Rules = {udtRule{}, unused};
-        RulesCount = 1;
+        Rules.assign({unused});
         SWTest = false;
     }
     void TearDown() override {
@@ -172,7 +171,7 @@ TEST_F(ExtrasRunTest, AMailThatIsGoneIsReportedAndTheRunGoesOnToDone) {
     EXPECT_FALSE(SWRun);
 
     // Without any rule the engine does nothing: the run stops at the first mail.
-    RulesCount = 0;
+    Rules.clear();
     rows[2].ticked = true;
     const ExtrasRunSummary stopped = RunExtras(toFolder(target), rows, nullptr);
     EXPECT_TRUE(stopped.stoppedEarly);
@@ -257,9 +256,8 @@ class ExtrasCommandTest : public StowawayCommandTest,
         invoices.CheckSubj = vbTrue;
         invoices.Subject = u"invoice"_s;
         invoices.Folder = target() + u"/rules"_s;
-        Rules = {udtRule{}, everything, invoices};
-        RulesCount = 2;
-        RulesChanged = true;
+        Rules.assign({everything, invoices});
+        Rules.changed = true;
         SaveData();
     }
     QString target() const { return TestEnv::home() + u"/Saved"_s; }

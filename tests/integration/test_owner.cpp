@@ -78,7 +78,7 @@ class OwnerTest : public StowawayCommandTest {
         ResetGlobals();
         LoadData([] { return InboxInfo{}; });
         QStringList paths;
-        for (int i = 1; i <= ProtoCount; ++i)
+        for (int i = 1; i <= ProtoEntries.count(); ++i)
             paths << ProtoEntries[i].Attachment.get();
         return sorted(paths);
     }

@@ -31,7 +31,7 @@ class RuleCommandsTest : public StowawayCommandTest {
     static std::vector<udtRule> rulesOnDisk() {
         ResetGlobals();
         LoadData([] { return InboxInfo{}; });
-        return {Rules.begin() + 1, Rules.begin() + 1 + RulesCount};
+        return {Rules.begin(), Rules.end()};
     }
 };
 

@@ -106,11 +106,11 @@ TEST_F(WatchDeliveryTest, ADeliveredMailIsProcessedOnceAndTheProgramStopsCleanly
 
     ResetGlobals();
     LoadData([] { return InboxInfo{}; });
-    EXPECT_EQ(RulesCount, 1);
-    ASSERT_EQ(ProtoCount, 2);
+    EXPECT_EQ(Rules.count(), 1);
+    ASSERT_EQ(ProtoEntries.count(), 2);
     EXPECT_EQ(ProtoEntries[1].Attachment.get(), QStringLiteral("second.pdf"));
     EXPECT_EQ(ProtoEntries[2].Attachment.get(), QStringLiteral("first.pdf"));
-    EXPECT_EQ(WatchFoldersCount, 1);
+    EXPECT_EQ(WatchFolders.count(), 1);
 }
 
 TEST_F(WatchDeliveryTest, AtATerminalANotificationIsPrintedAndTheWatchGoesOn) {

@@ -19,8 +19,7 @@ class FolderCommandsTest : public EngineTest {
         wf.Path = u"Maildir|Inbox"_s;
         wf.EntryID = inbox->EntryID().value;
         wf.StoreID = u"/mail"_s;
-        WatchFolders.push_back(wf);
-        WatchFoldersCount = 1;
+        WatchFolders.append(wf);
         addRule(MakeRule(u"All"_s, root)).DelAttach = vbTrue;
     }
 };
@@ -70,8 +69,7 @@ TEST_F(FolderCommandsTest, AnUnreachableFolderIsReportedAndTheOthersStillRun) {
     udtWatchFolder lost = WatchFolders[1];
     lost.Name = u"Lost"_s;
     lost.EntryID = u".Lost"_s;
-    WatchFolders.insert(WatchFolders.begin() + 1, lost);
-    WatchFoldersCount = 2;
+    WatchFolders.insert(1, lost);
     addMail(u"a"_s, {u"a.pdf"_s});
     SWTest = false;
     EXPECT_TRUE(TestOrRunFolders({1, 2}, nullptr));

@@ -67,12 +67,12 @@ class AddinTest : public FreshState {
 TEST_F(AddinTest, FirstStartWatchesTheInboxOfTheStoreAndWritesOnlyTheBlockedFormats) {
     OnConnection(host);
     EXPECT_EQ(CurrentAddinState(), AddinState::Running);
-    ASSERT_EQ(WatchFoldersCount, 1);
+    ASSERT_EQ(WatchFolders.count(), 1);
     EXPECT_TRUE(IsTrue(WatchFolders[1].Active));
     EXPECT_EQ(WatchFolders[1].Name.get(), u"Inbox"_s);
     EXPECT_EQ(WatchFolders[1].Path.get(), u"Maildir|Inbox"_s);
     EXPECT_EQ(session->subs.size(), 1u);
-    EXPECT_EQ(RulesCount, 4);
+    EXPECT_EQ(Rules.count(), 4);
     EXPECT_EQ(gLastAction, u"Initialisierung..."_s);
     EXPECT_TRUE(user.questions().empty());
 
@@ -113,8 +113,8 @@ TEST_F(AddinTest, AStoreThatCannotBeOpenedLeavesTheAddinInertAfterOneMessage) {
     EXPECT_EQ(user.questions()[0].prompt,
               u"Fehler bei Initialisierung der RDO-Schnittstelle: No such folder: /nowhere"_s);
     EXPECT_EQ(user.beeps(), 1);
-    EXPECT_EQ(RulesCount, 0); // no data loaded
-    EXPECT_EQ(BlockedCount, 0);
+    EXPECT_EQ(Rules.count(), 0); // no data loaded
+    EXPECT_EQ(BlockedFormats.count(), 0);
     OnDisconnection();
     OnDisconnection();
 }
@@ -188,12 +188,10 @@ TEST_F(WatcherTest, AMissingFolderCostsOneBoxPerRebuildAndKeysContinue) {
     lost.Path = u"Maildir|Gone"_s;
     lost.EntryID = u".Gone"_s;
     lost.StoreID = u"/mail"_s;
-    WatchFolders.push_back(lost);
-    ++WatchFoldersCount;
+    WatchFolders.append(lost);
     udtWatchFolder off = WatchFolders[1];
     off.Active = vbFalse;
-    WatchFolders.push_back(off);
-    ++WatchFoldersCount;
+    WatchFolders.append(off);
 
     const int keyBefore = gFldKey;
     SetWatchFolders();

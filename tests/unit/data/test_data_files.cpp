@@ -32,15 +32,15 @@ class DataFiles : public FreshState {};
 
 TEST_F(DataFiles, FirstStartKeepsSamplesInMemoryAndWritesOnlyTheBlockedFormats) {
     LoadData(GoodInbox);
-    EXPECT_EQ(RulesCount, 4);
-    EXPECT_EQ(ProjectsCount, 2);
-    EXPECT_EQ(WatchFoldersCount, 1);
+    EXPECT_EQ(Rules.count(), 4);
+    EXPECT_EQ(Projects.count(), 2);
+    EXPECT_EQ(WatchFolders.count(), 1);
     EXPECT_EQ(WatchFolders[1].Active, vbTrue);
     EXPECT_EQ(WatchFolders[1].Path.get(), u"Maildir|Inbox"_s);
-    EXPECT_EQ(ProtoCount, 0);
-    EXPECT_EQ(BlockedCount, 51);
-    EXPECT_FALSE(RulesChanged || ProjectsChanged || WatchFoldersChanged || ProtoChanged ||
-                 BlockedChanged);
+    EXPECT_EQ(ProtoEntries.count(), 0);
+    EXPECT_EQ(BlockedFormats.count(), 51);
+    EXPECT_FALSE(Rules.changed || Projects.changed || WatchFolders.changed ||
+                 ProtoEntries.changed || BlockedFormats.changed);
 
     SaveData();
     EXPECT_EQ(FolderEntries(GetDataFolder()), QStringList{u"QWKStowaway.ble"_s});
@@ -51,19 +51,18 @@ TEST_F(DataFiles, ExistingFilesAreReadAndCountsFollowTheirLength) {
     WriteAll(Path(".rls"), QByteArray());                  // emptied by the user: no samples
     WriteAll(Path(".prt"), QByteArray(1313 * 3 + 7, 'x')); // an incomplete tail is dropped
     WriteAll(Path(".prj"), Record(350, {{0, Padded("Alpha", 100)}}) + Record(350, {}));
-    RulesChanged = ProjectsChanged = ProtoChanged = true;
+    Rules.changed = Projects.changed = ProtoEntries.changed = true;
 
     LoadData(GoodInbox);
-    EXPECT_EQ(RulesCount, 0);
-    EXPECT_EQ(Rules.size(), 1u);
-    EXPECT_EQ(ProtoCount, 3);
+    EXPECT_EQ(Rules.count(), 0);
+    EXPECT_EQ(ProtoEntries.count(), 3);
     EXPECT_EQ(ProtoEntries[3].Mail.raw(), QString(100, QLatin1Char('x')));
-    EXPECT_EQ(ProjectsCount, 2);
+    EXPECT_EQ(Projects.count(), 2);
     EXPECT_EQ(Projects[1].Name.get(), u"Alpha"_s);
-    EXPECT_FALSE(RulesChanged || ProjectsChanged || ProtoChanged);
+    EXPECT_FALSE(Rules.changed || Projects.changed || ProtoEntries.changed);
     EXPECT_TRUE(LogText().contains(u"7 bytes dropped"_s));
 
-    ProtoChanged = true;
+    ProtoEntries.changed = true;
     SaveData();
     EXPECT_EQ(ReadAll(Path(".prt")), QByteArray(1313 * 3, 'x'));
 }
@@ -77,26 +76,26 @@ TEST_F(DataFiles, LoadAndSaveKeepEveryByteOfARule) {
     WriteAll(Path(".rls"), rule + fresh);
 
     LoadData(GoodInbox);
-    ASSERT_EQ(RulesCount, 2);
+    ASSERT_EQ(Rules.count(), 2);
     EXPECT_EQ(Rules[2].Reserved.raw(), QString(49, QChar(0)));
-    RulesChanged = true;
+    Rules.changed = true;
     SaveData();
     EXPECT_EQ(ReadAll(Path(".rls")), rule + fresh);
-    EXPECT_FALSE(RulesChanged);
+    EXPECT_FALSE(Rules.changed);
 }
 
 TEST_F(DataFiles, DeletedBlockedFormatsComeBackWhole) {
     WriteAll(Path(".ble"),
              Record(37, {{0, "ZIP"}, {3, Padded("Archiv", 30)}, {33, Le16(0)}, {35, Le16(0)}}));
     LoadData(GoodInbox);
-    ASSERT_EQ(BlockedCount, 1);
+    ASSERT_EQ(BlockedFormats.count(), 1);
     EXPECT_EQ(BlockedFormats[1].Extension.get(), u"ZIP"_s);
 
     QFile::remove(Path(".ble"));
     ResetGlobals();
     LoadData(GoodInbox);
-    ASSERT_EQ(BlockedCount, 51);
-    for (int i = 1; i <= BlockedCount; ++i) {
+    ASSERT_EQ(BlockedFormats.count(), 51);
+    for (int i = 1; i <= BlockedFormats.count(); ++i) {
         EXPECT_EQ(BlockedFormats[i].Active, vbTrue) << i;
         EXPECT_EQ(BlockedFormats[i].System, vbTrue) << i;
     }
@@ -107,16 +106,15 @@ TEST_F(DataFiles, ADataFileThatIsAFolderGivesAnEmptyTableAndSurvivesASave) {
     ASSERT_TRUE(QDir().mkpath(Path(".rls")));
     ASSERT_TRUE(QDir().mkpath(Path(".ble")));
     LoadData(GoodInbox);
-    EXPECT_EQ(RulesCount, 0);
-    EXPECT_EQ(BlockedCount, 51); // the defaults still guard this session
+    EXPECT_EQ(Rules.count(), 0);
+    EXPECT_EQ(BlockedFormats.count(), 51); // the defaults still guard this session
     EXPECT_TRUE(LogText().contains(u"! LoadData: can't read "_s + Path(".rls")));
 
-    Rules.push_back(udtRule{});
-    RulesCount = 1;
-    RulesChanged = true;
+    Rules.append(udtRule{});
+    Rules.changed = true;
     SaveData();
     EXPECT_TRUE(QFileInfo(Path(".rls")).isDir());
-    EXPECT_TRUE(RulesChanged); // still pending: the rule lives on in memory
+    EXPECT_TRUE(Rules.changed); // still pending: the rule lives on in memory
     EXPECT_TRUE(LogText().contains(u"! SaveData: can't write "_s + Path(".rls")));
     EXPECT_EQ(Leftovers(GetDataFolder()), QStringList());
 }
@@ -128,12 +126,11 @@ TEST_F(DataFiles, TooManyRulesForTheCountLeaveTheTableEmptyAndTheFileKept) {
         ASSERT_TRUE(f.resize(32768LL * 1025)); // sparse: one record more than 16 bits count
     }
     LoadData(GoodInbox);
-    EXPECT_EQ(RulesCount, 0);
+    EXPECT_EQ(Rules.count(), 0);
     EXPECT_TRUE(LogText().contains(u"holds 32768 records"_s));
 
-    Rules.push_back(udtRule{});
-    RulesCount = 1;
-    RulesChanged = true;
+    Rules.append(udtRule{});
+    Rules.changed = true;
     SaveData();
     EXPECT_EQ(QFileInfo(Path(".rls")).size(), 1025);
     EXPECT_EQ(QFileInfo(Path(".rls") + u".bak"_s).size(), 32768LL * 1025);
@@ -143,7 +140,7 @@ TEST_F(DataFiles, AFailedSaveKeepsTheOldFileAndTheChange) {
     WriteAll(Path(".prj"), Record(350, {{0, Padded("Alt", 100)}}));
     LoadData(GoodInbox);
     Projects[1].Name = u"Neu"_s;
-    ProjectsChanged = true;
+    Projects.changed = true;
 
     const QString folder = GetDataFolder();
     if (geteuid() != 0) {
@@ -162,7 +159,7 @@ TEST_F(DataFiles, AFailedSaveKeepsTheOldFileAndTheChange) {
         qputenv("XDG_DATA_HOME", saved);
         EXPECT_EQ(ReadAll(blocker), QByteArray("x"));
     }
-    EXPECT_TRUE(ProjectsChanged);
+    EXPECT_TRUE(Projects.changed);
     EXPECT_EQ(ReadAll(Path(".prj")), Record(350, {{0, Padded("Alt", 100)}}));
     EXPECT_EQ(Leftovers(folder), QStringList());
 }

@@ -44,11 +44,11 @@ TEST_F(Defaults, SamplesAreMadeInTheLanguageOfTheFirstStartAndKeepIt) {
         CurrLang = c.lang;
         LoadData(GoodInbox);
         CurrLang = 1 - c.lang; // switching later changes nothing that was made
-        ASSERT_EQ(RulesCount, 4);
+        ASSERT_EQ(Rules.count(), 4);
         for (int i = 1; i <= 4; ++i)
             EXPECT_EQ(Rules[i].Name.get(), c.names[i - 1]);
         EXPECT_EQ(Rules[1].Folder.get(), Documents() + c.attachments);
-        ASSERT_EQ(ProjectsCount, 2);
+        ASSERT_EQ(Projects.count(), 2);
         EXPECT_EQ(Projects[2].Name.get(), c.project2);
         EXPECT_EQ(Projects[2].Folder.get(), Documents() + c.project2);
         // Rule 3 saves into the first project, which lies in the application-data folder.
@@ -81,7 +81,7 @@ TEST_F(Defaults, AnUnreachableInboxBeepsWarnsAndGivesAnInactiveRecord) {
         EXPECT_EQ(ui.boxes[0].prompt, QString::fromUtf8(c.box));
         EXPECT_EQ(ui.boxes[0].icon, MsgIcon::Exclamation);
         EXPECT_EQ(ui.boxes[0].title, gAppCaption);
-        ASSERT_EQ(WatchFoldersCount, 1);
+        ASSERT_EQ(WatchFolders.count(), 1);
         const udtWatchFolder& w = WatchFolders[1];
         EXPECT_EQ(w.Active, vbFalse);
         EXPECT_EQ(w.Name.get(), QString::fromUtf8(c.name));

@@ -14,7 +14,7 @@ TEST_F(Edits, OverlongTextsAreCutOrRefusedAndDuplicatesNameTheHolder) {
     const QString longName = QString(120, u'n');
     ASSERT_TRUE(AddProject(u"Bau"_s, u"/srv/bau"_s).ok());
     ASSERT_TRUE(AddRule(u"Rechnungen"_s).ok());
-    RulesChanged = ProjectsChanged = false;
+    Rules.changed = Projects.changed = false;
     const struct {
         const char* what;
         std::function<EditResult()> edit;
@@ -37,20 +37,20 @@ TEST_F(Edits, OverlongTextsAreCutOrRefusedAndDuplicatesNameTheHolder) {
         {"move down", [] { return MoveRule(1, +1); }, EditRefusal::None, 2},
     };
     for (const auto& row : rows) {
-        const std::vector<udtRule> rules = Rules;
-        const std::vector<udtProject> projects = Projects;
-        RulesChanged = ProjectsChanged = false;
+        const std::vector<udtRule> rules = Rules.rows();
+        const std::vector<udtProject> projects = Projects.rows();
+        Rules.changed = Projects.changed = false;
         const EditResult result = row.edit();
         EXPECT_EQ(result.refusal, row.refusal) << row.what << ": " << result.message.toStdString();
         EXPECT_EQ(result.index, row.index) << row.what;
         if (!result.ok()) {
-            EXPECT_FALSE(RulesChanged || ProjectsChanged) << row.what;
-            EXPECT_TRUE(Rules == rules && Projects == projects) << row.what;
+            EXPECT_FALSE(Rules.changed || Projects.changed) << row.what;
+            EXPECT_TRUE(Rules.rows() == rules && Projects.rows() == projects) << row.what;
         }
     }
     EXPECT_EQ(Rules[1].Name.get(), longName.left(100));
     EXPECT_EQ(Rules[2].Subject.get(), QString(100, u's'));
     EXPECT_EQ(Projects[1].Name.get(), longName.left(100));
-    EXPECT_EQ(RulesCount, 2);
-    EXPECT_EQ(ProjectsCount, 1);
+    EXPECT_EQ(Rules.count(), 2);
+    EXPECT_EQ(Projects.count(), 1);
 }

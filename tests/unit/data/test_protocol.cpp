@@ -39,11 +39,10 @@ TEST_F(Protocol, NewestEntryFirstAndSavedByTheEventLoop) {
     AddProto(Entry(u"a.pdf"_s));
     AddProto(Entry(u"b.pdf"_s));
     AddProto(Entry(u"c.pdf"_s));
-    ASSERT_EQ(ProtoCount, 3);
-    ASSERT_EQ(ProtoEntries.size(), 4u);
+    ASSERT_EQ(ProtoEntries.count(), 3);
     EXPECT_EQ(ProtoEntries[1].Attachment.get(), u"c.pdf"_s);
     EXPECT_EQ(ProtoEntries[3].Attachment.get(), u"a.pdf"_s);
-    EXPECT_TRUE(ProtoChanged);
+    EXPECT_TRUE(ProtoEntries.changed);
     EXPECT_FALSE(QFile::exists(DataFilePath(u".prt"_s))); // nothing written yet
 
     const QString path = DataFilePath(u".prt"_s);
@@ -52,16 +51,16 @@ TEST_F(Protocol, NewestEntryFirstAndSavedByTheEventLoop) {
     ASSERT_EQ(bytes.size(), 3 * 1313);
     EXPECT_EQ(bytes.mid(308, 5), QByteArray("c.pdf"));
     EXPECT_EQ(bytes.mid(2 * 1313 + 308, 5), QByteArray("a.pdf"));
-    EXPECT_FALSE(ProtoChanged);
+    EXPECT_FALSE(ProtoEntries.changed);
 }
 
 TEST_F(Protocol, FlushWritesAtOnceWithOtherPendingTables) {
-    RulesChanged = true; // an edit of the dialog rides along
+    Rules.changed = true; // an edit of the dialog rides along
     AddProto(Entry(u"x.txt"_s));
     FlushProtocol();
     EXPECT_EQ(QFileInfo(DataFilePath(u".prt"_s)).size(), 1313);
     EXPECT_EQ(QFileInfo(DataFilePath(u".rls"_s)).size(), 0);
-    EXPECT_FALSE(ProtoChanged || RulesChanged);
+    EXPECT_FALSE(ProtoEntries.changed || Rules.changed);
 }
 
 TEST_F(Protocol, IsFormatBlockedComparesTrimmedExtensionsWithCase) {
@@ -71,9 +70,8 @@ TEST_F(Protocol, IsFormatBlockedComparesTrimmedExtensionsWithCase) {
         b.Active = active;
         return b;
     };
-    BlockedFormats = {
-        {}, row("JS ", vbTrue), row(" VB", vbTrue), row("EXE", vbFalse), row("exe", 1)};
-    BlockedCount = 4;
+    BlockedFormats.assign(
+        {row("JS ", vbTrue), row(" VB", vbTrue), row("EXE", vbFalse), row("exe", 1)});
     const struct {
         const char* ext;
         bool blocked;
@@ -84,12 +82,11 @@ TEST_F(Protocol, IsFormatBlockedComparesTrimmedExtensionsWithCase) {
 }
 
 TEST_F(Protocol, GetProjectFolderIgnoresCaseAndBlanks) {
-    Projects.resize(3);
+    Projects.assign({udtProject{}, udtProject{}});
     Projects[1].Name = u"Projekt-Logos"_s;
     Projects[1].Folder = u"/data/logos"_s;
     Projects[2].Name = u"  Ärger GmbH"_s;
     Projects[2].Folder = u"/data/ärger/"_s;
-    ProjectsCount = 2;
     EXPECT_EQ(GetProjectFolder(u"PROJEKT-logos"_s), u"/data/logos/"_s);
     EXPECT_EQ(GetProjectFolder(u"ärger gmbh "_s), u"/data/ärger/"_s);
     EXPECT_EQ(GetProjectFolder(u"Projekt"_s), QString());

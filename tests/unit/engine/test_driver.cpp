@@ -390,7 +390,7 @@ TEST_F(EngineTest, TheProtocolIsOnDiskWhenAFolderCallReturnsAndSoonAfterOneForAM
     EXPECT_TRUE(runItem(addMail(u"n"_s, {u"c.pdf"_s})));
     EXPECT_TRUE(runItem(addMail(u"o"_s, {u"d.pdf"_s})));
     EXPECT_EQ(QFileInfo(path).size(), 2 * kProtoRecordSize);
-    EXPECT_TRUE(ProtoChanged);
+    EXPECT_TRUE(ProtoEntries.changed);
     FlushProtocol();
     EXPECT_EQ(QFileInfo(path).size(), 4 * kProtoRecordSize);
 }

@@ -74,9 +74,9 @@ INSTANTIATE_TEST_SUITE_P(
     [](const testing::TestParamInfo<NotifyCase>& info) { return info.param.name; });
 
 TEST_F(EngineTest, OpenShowsAFileUnlessItsFormatIsBlockedAndAFolderAlways) {
-    BlockedFormats = DefaultBlockedFormats();
-    BlockedFormats.insert(BlockedFormats.begin(), udtBlockedFormat{});
-    BlockedCount = static_cast<int32_t>(BlockedFormats.size() - 1);
+    std::vector<udtBlockedFormat> blocked = DefaultBlockedFormats();
+    blocked.erase(blocked.begin()); // its empty row 0
+    BlockedFormats.assign(std::move(blocked));
     Notify = 1;
     NotifySound = false;
 
