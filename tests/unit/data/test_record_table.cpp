@@ -36,7 +36,11 @@ TEST(RecordTable, AModelFollowingTheSignalsKeepsTheRows) {
         std::function<void()> edit;
         std::vector<int> rows;
     } steps[] = {
-        {"assign", [&] { table.assign({1, 2, 3}); }, {1, 2, 3}},
+        {"assign",
+         [&] {
+             table.assign({1, 2, 3});
+         },
+         {1, 2, 3}},
         {"prepend", [&] { table.prepend(0); }, {0, 1, 2, 3}},
         {"append", [&] { table.append(4); }, {0, 1, 2, 3, 4}},
         {"insert", [&] { table.insert(3, 9); }, {0, 1, 9, 2, 3, 4}},
