@@ -14,7 +14,7 @@
 #include "engine/driver.h"
 #include "engine/matching.h"
 #include "host/maildir/maildir_session.h"
-#include "host/maildir/parsed_mail.h"
+#include "host/mime/parsed_mail.h"
 
 #include <QCoreApplication>
 #include <QDir>

@@ -4,7 +4,7 @@
 #include "fuzz_sandbox.h"
 #include "mail_walk.h"
 
-#include "host/maildir/parsed_mail.h"
+#include "host/mime/parsed_mail.h"
 
 #include <QDir>
 #include <QFile>

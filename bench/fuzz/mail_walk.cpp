@@ -2,7 +2,7 @@
 
 #include "common/text.h"
 #include "fuzz_sandbox.h"
-#include "host/maildir/attachment_file.h"
+#include "host/mime/attachment_file.h"
 #include "host/maildir/maildir_names.h"
 
 #include <QDir>

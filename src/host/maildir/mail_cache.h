@@ -4,8 +4,8 @@
 // folder of mails already seen costs no parsing. A file rewritten in place that keeps all four
 // counts as the same mail: mail programs never rewrite a delivered file in place, and the change
 // time, which would tell, also moves with every rename that sets a flag.
-#include "host/maildir/mail_summary.h"
-#include "host/maildir/posix_files.h"
+#include "host/mime/mail_summary.h"
+#include "host/mime/posix_files.h"
 
 #include <QHash>
 #include <QSet>

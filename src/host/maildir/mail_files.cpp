@@ -1,6 +1,6 @@
 #include "host/maildir/mail_files.h"
 
-#include "host/maildir/deferred_sync.h"
+#include "host/mime/deferred_sync.h"
 
 #include "data/log.h"
 #include "host/maildir/maildir_names.h"

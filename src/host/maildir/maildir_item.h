@@ -5,7 +5,7 @@
 #include "host/mail_store.h"
 #include "host/maildir/mail_files.h"
 #include "host/maildir/maildir_store.h"
-#include "host/maildir/parsed_mail.h"
+#include "host/mime/parsed_mail.h"
 
 #include <map>
 

@@ -1,6 +1,6 @@
 #include "host/maildir/maildir_store.h"
 
-#include "host/maildir/parsed_mail.h"
+#include "host/mime/parsed_mail.h"
 
 const MailLocation* MaildirShared::find(const QString& entryId) const {
     QString id = entryId;

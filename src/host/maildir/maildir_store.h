@@ -2,9 +2,9 @@
 // What the folders and mails of one Maildir store share: its root and name, and the session's
 // parse cache, own-write list, limits and the index from a mail's id to its file.
 #include "host/maildir/mail_cache.h"
-#include "host/maildir/mime_prescan.h"
+#include "host/mime/mime_prescan.h"
 #include "host/maildir/own_writes.h"
-#include "host/maildir/posix_files.h"
+#include "host/mime/posix_files.h"
 
 #include <QHash>
 #include <QString>

@@ -1,7 +1,7 @@
 #include "host/maildir/maildir_watch.h"
 
 #include "host/maildir/maildir_names.h"
-#include "host/maildir/posix_files.h"
+#include "host/mime/posix_files.h"
 
 #include <QDir>
 #include <QFileInfo>

@@ -1,7 +1,7 @@
 // Saving an attachment to disk: inside the target folder whatever the name says, never
 // through a link, never half-written.
 #include "data/log.h"
-#include "host/maildir/attachment_file.h"
+#include "host/mime/attachment_file.h"
 #include "support/maildir_fixture.h"
 
 #include <QDirIterator>

@@ -1,9 +1,9 @@
 // The decoders the store uses in place of GMime's: base64 content, encoded words, parameters,
 // and the look over a mail before GMime sees it.
-#include "host/maildir/base64_content.h"
-#include "host/maildir/header_text.h"
-#include "host/maildir/mime_params.h"
-#include "host/maildir/mime_prescan.h"
+#include "host/mime/base64_content.h"
+#include "host/mime/header_text.h"
+#include "host/mime/mime_params.h"
+#include "host/mime/mime_prescan.h"
 
 #include <gtest/gtest.h>
 

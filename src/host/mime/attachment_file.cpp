@@ -1,9 +1,9 @@
-#include "host/maildir/attachment_file.h"
+#include "host/mime/attachment_file.h"
 
-#include "host/maildir/deferred_sync.h"
+#include "host/mime/deferred_sync.h"
 
 #include "data/log.h"
-#include "host/maildir/posix_files.h"
+#include "host/mime/posix_files.h"
 
 #include <QFile>
 #include <QRandomGenerator>

@@ -1,7 +1,7 @@
-#include "host/maildir/header_text.h"
+#include "host/mime/header_text.h"
 
 #include "common/ansi.h"
-#include "host/maildir/gmime_support.h"
+#include "host/mime/gmime/gmime_support.h"
 
 #include <gmime/gmime.h>
 

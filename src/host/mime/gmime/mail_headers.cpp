@@ -1,4 +1,4 @@
-#include "host/maildir/mail_headers.h"
+#include "host/mime/gmime/mail_headers.h"
 
 namespace {
 

@@ -1,7 +1,7 @@
-#include "host/maildir/mime_layout.h"
+#include "host/mime/gmime/mime_layout.h"
 
-#include "host/maildir/attachment_file.h"
-#include "host/maildir/part_content.h"
+#include "host/mime/attachment_file.h"
+#include "host/mime/gmime/part_content.h"
 
 #include <QMimeDatabase>
 #include <QSet>

@@ -1,6 +1,6 @@
-#include "host/maildir/mime_params.h"
+#include "host/mime/mime_params.h"
 
-#include "host/maildir/header_text.h"
+#include "host/mime/header_text.h"
 
 #include <map>
 

@@ -1,10 +1,10 @@
-#include "host/maildir/part_content.h"
+#include "host/mime/gmime/part_content.h"
 
-#include "host/maildir/base64_content.h"
-#include "host/maildir/gmime_support.h"
-#include "host/maildir/header_text.h"
-#include "host/maildir/mime_params.h"
-#include "host/maildir/posix_files.h"
+#include "host/mime/base64_content.h"
+#include "host/mime/gmime/gmime_support.h"
+#include "host/mime/header_text.h"
+#include "host/mime/mime_params.h"
+#include "host/mime/posix_files.h"
 
 #include <algorithm>
 #include <cerrno>

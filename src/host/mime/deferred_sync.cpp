@@ -1,6 +1,6 @@
-#include "host/maildir/deferred_sync.h"
+#include "host/mime/deferred_sync.h"
 
-#include "host/maildir/posix_files.h"
+#include "host/mime/posix_files.h"
 
 #include <QString>
 

@@ -1,4 +1,4 @@
-#include "host/maildir/posix_files.h"
+#include "host/mime/posix_files.h"
 
 #include <QFile>
 

@@ -4,7 +4,7 @@
 // body; a calendar inside an alternative (or as the whole mail) belongs to the body too; every
 // other leaf and every attached message is an attachment, in document order. An attached
 // message counts once: its inner parts are not looked at.
-#include "host/maildir/mail_summary.h"
+#include "host/mime/mail_summary.h"
 
 #include <gmime/gmime.h>
 

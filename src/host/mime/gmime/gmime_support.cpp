@@ -1,4 +1,4 @@
-#include "host/maildir/gmime_support.h"
+#include "host/mime/gmime/gmime_support.h"
 
 #include <mutex>
 

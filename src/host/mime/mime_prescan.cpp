@@ -1,6 +1,6 @@
-#include "host/maildir/mime_prescan.h"
+#include "host/mime/mime_prescan.h"
 
-#include "host/maildir/mime_params.h"
+#include "host/mime/mime_params.h"
 
 #include <vector>
 

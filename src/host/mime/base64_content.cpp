@@ -1,4 +1,4 @@
-#include "host/maildir/base64_content.h"
+#include "host/mime/base64_content.h"
 
 #include <array>
 

@@ -1,13 +1,9 @@
 #pragma once
 // One mail file parsed by GMime, with the changes the engine makes to it before it is written
 // back: subject, stamp, bodies, removed attachments.
-#include "host/maildir/gmime_support.h"
-#include "host/maildir/mail_summary.h"
-#include "host/maildir/mime_layout.h"
-#include "host/maildir/mime_prescan.h"
-#include "host/maildir/posix_files.h"
-
-#include <gmime/gmime.h>
+#include "host/mime/mail_summary.h"
+#include "host/mime/mime_prescan.h"
+#include "host/mime/posix_files.h"
 
 #include <memory>
 
@@ -27,9 +23,10 @@ class ParsedMail {
     static Result<MailHeaders> LoadHeaders(const QString& path, const FileIdentity* expected,
                                            const MailLimits& limits = {});
 
-    GMimeMessage* message() const { return message_; }
     const FileIdentity& identity() const { return identity_; }
     MailHeaders headers() const;
+    // The Message-ID with its angle brackets; empty for none.
+    QByteArray messageId() const;
     // Attachment names stay as first given, also after others were removed.
     const MailStructure& structure() const;
 
@@ -49,21 +46,20 @@ class ParsedMail {
     OpError writeTo(int fd) const;
 
   private:
-    ParsedMail(GMimeMessage* message, GRef<GMimeStream> source);
-    // Takes over `bytes`.
-    static Result<std::shared_ptr<ParsedMail>> Parse(GByteArray* bytes, const QString& what,
+    // The GMime objects, kept out of this header so that the stores need not see GMime.
+    struct Tree;
+    struct RawBytes;
+    explicit ParsedMail(std::unique_ptr<Tree> tree);
+    static Result<std::shared_ptr<ParsedMail>> Parse(RawBytes& bytes, const QString& what,
                                                      const MailLimits& limits);
-    void replaceInTree(GMimeObject* old, GMimeObject* replacement);
     void refreshBodies();
     // The file's own bytes with the stamp as a first header line, when the stamp is the only
     // change and the bytes allow it; false when the message must be written anew.
     bool writeStampedSource(int fd, OpError& error) const;
 
-    GMimeMessage* message_ = nullptr;
-    GRef<GMimeStream> source_; // the bytes the message was parsed from
+    std::unique_ptr<Tree> tree_;
     QByteArray stamp_;         // the stamp set since the parse
     bool rewritten_ = false;   // anything besides the stamp changed
     FileIdentity identity_;
-    MimeLayout layout_;
     mutable std::unique_ptr<MailStructure> structure_;
 };

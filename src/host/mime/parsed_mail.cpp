@@ -1,9 +1,10 @@
-#include "host/maildir/parsed_mail.h"
+#include "host/mime/parsed_mail.h"
 
 #include "data/log.h"
-#include "host/maildir/gmime_support.h"
-#include "host/maildir/mail_headers.h"
-#include "host/maildir/part_content.h"
+#include "host/mime/gmime/gmime_support.h"
+#include "host/mime/gmime/mail_headers.h"
+#include "host/mime/gmime/part_content.h"
+#include "host/mime/gmime/mime_layout.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -363,17 +364,32 @@ bool WriteBytes(int fd, const QByteArray& bytes) {
 
 } // namespace
 
-ParsedMail::ParsedMail(GMimeMessage* message, GRef<GMimeStream> source)
-    : message_(message), source_(std::move(source)) {
-    layout_ = AnalyseMime(message_);
-}
+struct ParsedMail::Tree {
+    Tree(GMimeMessage* m, GRef<GMimeStream> s) : message(m), source(std::move(s)) {
+        layout = AnalyseMime(message);
+    }
+    ~Tree() { g_object_unref(message); }
+    Tree(const Tree&) = delete;
+    Tree& operator=(const Tree&) = delete;
 
-ParsedMail::~ParsedMail() {
-    if (message_) g_object_unref(message_);
-}
+    void replaceInTree(GMimeObject* old, GMimeObject* replacement);
 
-Result<std::shared_ptr<ParsedMail>> ParsedMail::Parse(GByteArray* bytes, const QString& what,
+    GMimeMessage* message;
+    GRef<GMimeStream> source; // the bytes the message was parsed from
+    MimeLayout layout;
+};
+
+struct ParsedMail::RawBytes {
+    GByteArray* bytes; // owned until Parse takes it over
+};
+
+ParsedMail::ParsedMail(std::unique_ptr<Tree> tree) : tree_(std::move(tree)) {}
+
+ParsedMail::~ParsedMail() = default;
+
+Result<std::shared_ptr<ParsedMail>> ParsedMail::Parse(RawBytes& raw, const QString& what,
                                                       const MailLimits& limits) {
+    GByteArray* bytes = std::exchange(raw.bytes, nullptr);
     const QByteArray view =
         QByteArray::fromRawData(reinterpret_cast<const char*>(bytes->data), qsizetype(bytes->len));
     if (OpError refused = PrescanMail(view, limits)) {
@@ -390,13 +406,15 @@ Result<std::shared_ptr<ParsedMail>> ParsedMail::Parse(GByteArray* bytes, const Q
     if (!faults.isEmpty())
         WriteLog(QStringLiteral("! Maildir: a damaged mail (%1): %2")
                      .arg(faults.join(QStringLiteral(", ")), what));
-    return {std::shared_ptr<ParsedMail>(new ParsedMail(message, std::move(source))),
+    return {std::shared_ptr<ParsedMail>(
+                new ParsedMail(std::make_unique<Tree>(message, std::move(source)))),
             OpError::none()};
 }
 
 Result<std::shared_ptr<ParsedMail>>
 ParsedMail::FromBytes(const QByteArray& bytes, const QString& what, const MailLimits& limits) {
-    return Parse(ToGBytes(bytes), what, limits);
+    RawBytes raw{ToGBytes(bytes)};
+    return Parse(raw, what, limits);
 }
 
 Result<std::shared_ptr<ParsedMail>>
@@ -407,7 +425,8 @@ ParsedMail::LoadFile(const QString& path, const FileIdentity* expected, const Ma
     UniqueFd guard(fd.value);
     const Result<GByteArray*> data = ReadWholeMail(fd.value, path, identity.size);
     if (!data.ok()) return {nullptr, data.error};
-    Result<std::shared_ptr<ParsedMail>> mail = Parse(data.value, path, limits);
+    RawBytes raw{data.value};
+    Result<std::shared_ptr<ParsedMail>> mail = Parse(raw, path, limits);
     if (mail.ok()) mail.value->identity_ = identity;
     return mail;
 }
@@ -431,30 +450,35 @@ Result<MailHeaders> ParsedMail::LoadHeaders(const QString& path, const FileIdent
 }
 
 MailHeaders ParsedMail::headers() const {
-    return ReadMailHeaders(message_);
+    return ReadMailHeaders(tree_->message);
+}
+
+QByteArray ParsedMail::messageId() const {
+    const char* id = g_mime_message_get_message_id(tree_->message);
+    return id && *id ? '<' + QByteArray(id) + '>' : QByteArray();
 }
 
 const MailStructure& ParsedMail::structure() const {
     if (!structure_)
-        structure_ = std::make_unique<MailStructure>(DescribeStructure(message_, layout_));
+        structure_ = std::make_unique<MailStructure>(DescribeStructure(tree_->message, tree_->layout));
     return *structure_;
 }
 
 void ParsedMail::setSubject(const QString& subject) {
     rewritten_ = true;
-    g_mime_message_set_subject(message_, subject.toUtf8().constData(), "utf-8");
+    g_mime_message_set_subject(tree_->message, subject.toUtf8().constData(), "utf-8");
 }
 
 void ParsedMail::setMileage(const QString& mileage) {
     stamp_ = mileage.toUtf8();
-    g_mime_object_set_header(GMIME_OBJECT(message_), "X-Mileage", mileage.toUtf8().constData(),
+    g_mime_object_set_header(GMIME_OBJECT(tree_->message), "X-Mileage", mileage.toUtf8().constData(),
                              "utf-8");
 }
 
-void ParsedMail::replaceInTree(GMimeObject* old, GMimeObject* replacement) {
-    const auto parent = layout_.parents.find(old);
-    if (parent == layout_.parents.end()) {
-        g_mime_message_set_mime_part(message_, replacement);
+void ParsedMail::Tree::replaceInTree(GMimeObject* old, GMimeObject* replacement) {
+    const auto parent = layout.parents.find(old);
+    if (parent == layout.parents.end()) {
+        g_mime_message_set_mime_part(message, replacement);
         return;
     }
     const int index = g_mime_multipart_index_of(parent->second, old);
@@ -463,26 +487,26 @@ void ParsedMail::replaceInTree(GMimeObject* old, GMimeObject* replacement) {
 }
 
 void ParsedMail::refreshBodies() {
-    MimeLayout fresh = AnalyseMime(message_);
-    layout_.plainBody = fresh.plainBody;
-    layout_.htmlBody = fresh.htmlBody;
-    layout_.calendarBody = fresh.calendarBody;
-    layout_.parents = std::move(fresh.parents);
-    if (structure_) structure_->hasHtmlBody = layout_.htmlBody != nullptr;
+    MimeLayout fresh = AnalyseMime(tree_->message);
+    tree_->layout.plainBody = fresh.plainBody;
+    tree_->layout.htmlBody = fresh.htmlBody;
+    tree_->layout.calendarBody = fresh.calendarBody;
+    tree_->layout.parents = std::move(fresh.parents);
+    if (structure_) structure_->hasHtmlBody = tree_->layout.htmlBody != nullptr;
 }
 
 OpError ParsedMail::deleteAttachment(int index) {
     rewritten_ = true;
     structure(); // names stay as they were first given
-    if (index < 0 || index >= int(layout_.attachments.size()))
+    if (index < 0 || index >= int(tree_->layout.attachments.size()))
         return OpError::make(ErrNo::NotFound, QStringLiteral("No such attachment"));
-    GMimeObject* current = layout_.attachments[size_t(index)];
+    GMimeObject* current = tree_->layout.attachments[size_t(index)];
     for (;;) {
-        const auto parent = layout_.parents.find(current);
-        if (parent == layout_.parents.end()) {
+        const auto parent = tree_->layout.parents.find(current);
+        if (parent == tree_->layout.parents.end()) {
             // The attachment was the whole mail: an empty text remains.
             GRef<GMimeTextPart> empty(NewTextPart("plain", QByteArray()));
-            g_mime_message_set_mime_part(message_, GMIME_OBJECT(empty.get()));
+            g_mime_message_set_mime_part(tree_->message, GMIME_OBJECT(empty.get()));
             break;
         }
         GMimeMultipart* multipart = parent->second;
@@ -491,7 +515,7 @@ OpError ParsedMail::deleteAttachment(int index) {
         if (g_mime_multipart_get_count(multipart) > 0) break;
         current = GMIME_OBJECT(multipart);
     }
-    layout_.attachments.erase(layout_.attachments.begin() + index);
+    tree_->layout.attachments.erase(tree_->layout.attachments.begin() + index);
     structure_->attachments.erase(structure_->attachments.begin() + index);
     refreshBodies();
     return OpError::none();
@@ -500,18 +524,18 @@ OpError ParsedMail::deleteAttachment(int index) {
 void ParsedMail::setBody(bool html, const QString& text) {
     rewritten_ = true;
     const QByteArray utf8 = text.toUtf8();
-    GMimeObject* existing = html ? layout_.htmlBody : layout_.plainBody;
+    GMimeObject* existing = html ? tree_->layout.htmlBody : tree_->layout.plainBody;
     if (existing && GMIME_IS_TEXT_PART(existing)) {
         SetText(GMIME_TEXT_PART(existing), utf8);
         return;
     }
     GRef<GMimeObject> part(GMIME_OBJECT(NewTextPart(html ? "html" : "plain", utf8)));
-    GMimeObject* other = html ? layout_.plainBody : layout_.htmlBody;
+    GMimeObject* other = html ? tree_->layout.plainBody : tree_->layout.htmlBody;
     if (existing) {
-        replaceInTree(existing, part.get());
+        tree_->replaceInTree(existing, part.get());
     } else if (other) {
-        const auto parent = layout_.parents.find(other);
-        GMimeMultipart* holder = parent == layout_.parents.end() ? nullptr : parent->second;
+        const auto parent = tree_->layout.parents.find(other);
+        GMimeMultipart* holder = parent == tree_->layout.parents.end() ? nullptr : parent->second;
         if (IsAlternative(holder)) {
             // The richer alternative goes last.
             if (html)
@@ -522,14 +546,14 @@ void ParsedMail::setBody(bool html, const QString& text) {
         } else {
             GRef<GMimeObject> keep = GRef<GMimeObject>::borrow(other);
             GRef<GMimeMultipart> alternative(g_mime_multipart_new_with_subtype("alternative"));
-            replaceInTree(other, GMIME_OBJECT(alternative.get()));
+            tree_->replaceInTree(other, GMIME_OBJECT(alternative.get()));
             g_mime_multipart_add(alternative.get(), html ? other : part.get());
             g_mime_multipart_add(alternative.get(), html ? part.get() : other);
         }
     } else {
-        GMimeObject* top = g_mime_message_get_mime_part(message_);
+        GMimeObject* top = g_mime_message_get_mime_part(tree_->message);
         if (!top) {
-            g_mime_message_set_mime_part(message_, part.get());
+            g_mime_message_set_mime_part(tree_->message, part.get());
         } else if (GMIME_IS_MULTIPART(top) && !GMIME_IS_MULTIPART_SIGNED(top) &&
                    !GMIME_IS_MULTIPART_ENCRYPTED(top)) {
             GMimeMultipart* multipart = GMIME_MULTIPART(top);
@@ -544,9 +568,9 @@ void ParsedMail::setBody(bool html, const QString& text) {
             GRef<GMimeObject> keep = GRef<GMimeObject>::borrow(top);
             // A calendar that is the whole mail stays its body: the text becomes an alternative
             // to it, not a part beside it, which would make the calendar an attachment.
-            const char* subtype = top == layout_.calendarBody ? "alternative" : "mixed";
+            const char* subtype = top == tree_->layout.calendarBody ? "alternative" : "mixed";
             GRef<GMimeMultipart> holder(g_mime_multipart_new_with_subtype(subtype));
-            g_mime_message_set_mime_part(message_, GMIME_OBJECT(holder.get()));
+            g_mime_message_set_mime_part(tree_->message, GMIME_OBJECT(holder.get()));
             g_mime_multipart_add(holder.get(), part.get());
             g_mime_multipart_add(holder.get(), top);
         }
@@ -555,21 +579,21 @@ void ParsedMail::setBody(bool html, const QString& text) {
 }
 
 QString ParsedMail::bodyText(bool html) const {
-    GMimeObject* part = html ? layout_.htmlBody : layout_.plainBody;
+    GMimeObject* part = html ? tree_->layout.htmlBody : tree_->layout.plainBody;
     return part ? PartText(part) : QString();
 }
 
 qint64 ParsedMail::attachmentSize(int index) const {
-    if (index < 0 || index >= int(layout_.attachments.size())) return 0;
-    return PartContentSize(layout_.attachments[size_t(index)], nullptr);
+    if (index < 0 || index >= int(tree_->layout.attachments.size())) return 0;
+    return PartContentSize(tree_->layout.attachments[size_t(index)], nullptr);
 }
 
 OpError ParsedMail::writeAttachment(int index, int fd) const {
-    if (index < 0 || index >= int(layout_.attachments.size()))
+    if (index < 0 || index >= int(tree_->layout.attachments.size()))
         return OpError::make(ErrNo::NotFound, QStringLiteral("No such attachment"));
     GRef<GMimeStream> out = BorrowedFdStream(fd);
     bool damaged = false;
-    if (OpError error = WritePartContent(layout_.attachments[size_t(index)], out.get(), &damaged))
+    if (OpError error = WritePartContent(tree_->layout.attachments[size_t(index)], out.get(), &damaged))
         return error;
     if (WriteStoppedShort(out.get()))
         return ErrnoError(ENOSPC, QStringLiteral("Cannot write the attachment's content"));
@@ -586,10 +610,10 @@ OpError ParsedMail::writeAttachment(int index, int fd) const {
 OpError ParsedMail::writeTo(int fd) const {
     OpError fastError;
     if (writeStampedSource(fd, fastError)) return fastError;
-    EndHeaderLines(GMIME_OBJECT(message_));
-    if (GMimeObject* top = g_mime_message_get_mime_part(message_)) ReadyForWriting(top);
+    EndHeaderLines(GMIME_OBJECT(tree_->message));
+    if (GMimeObject* top = g_mime_message_get_mime_part(tree_->message)) ReadyForWriting(top);
     GRef<GMimeStream> out = BorrowedFdStream(fd);
-    if (g_mime_object_write_to_stream(GMIME_OBJECT(message_), nullptr, out.get()) < 0 ||
+    if (g_mime_object_write_to_stream(GMIME_OBJECT(tree_->message), nullptr, out.get()) < 0 ||
         g_mime_stream_flush(out.get()) != 0 || WriteStoppedShort(out.get())) {
         // Right after the failed write, errno tells why (a full disk, a quota).
         const int err = errno;
@@ -600,8 +624,8 @@ OpError ParsedMail::writeTo(int fd) const {
 }
 
 bool ParsedMail::writeStampedSource(int fd, OpError& error) const {
-    if (rewritten_ || stamp_.isEmpty() || !source_ || !IsPlainStampValue(stamp_)) return false;
-    const GByteArray* bytes = g_mime_stream_mem_get_byte_array(GMIME_STREAM_MEM(source_.get()));
+    if (rewritten_ || stamp_.isEmpty() || !tree_->source || !IsPlainStampValue(stamp_)) return false;
+    const GByteArray* bytes = g_mime_stream_mem_get_byte_array(GMIME_STREAM_MEM(tree_->source.get()));
     if (!bytes) return false;
     const QByteArray source =
         QByteArray::fromRawData(reinterpret_cast<const char*>(bytes->data), qsizetype(bytes->len));

@@ -1,6 +1,6 @@
 #pragma once
 // The header fields the store shows of a mail, read from a parsed GMime message.
-#include "host/maildir/mail_summary.h"
+#include "host/mime/mail_summary.h"
 
 #include <gmime/gmime.h>
 
