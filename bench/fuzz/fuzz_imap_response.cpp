@@ -3,6 +3,8 @@
 // name it decodes encodes to a name that decodes to the same.
 #include "host/imap/imap_response.h"
 
+#include <QList>
+
 #include <cstdio>
 #include <cstdlib>
 

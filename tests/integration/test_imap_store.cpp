@@ -12,6 +12,14 @@
 #include <QElapsedTimer>
 #include <QThread>
 
+#include <arpa/inet.h>
+#include <atomic>
+#include <netinet/in.h>
+#include <poll.h>
+#include <sys/socket.h>
+#include <thread>
+#include <unistd.h>
+
 #include <iostream>
 
 using namespace Qt::StringLiterals;
@@ -269,6 +277,120 @@ TEST_F(ImapStoreTest, WatchTakesMailAppendedMeanwhileAndAfterTheServerRestarts) 
     EXPECT_EQ(watch->exitCode(), 0) << S(QString::fromUtf8(watch->readAllStandardError()));
     EXPECT_EQ(savedFiles(), (QStringList{u"first.pdf"_s, u"second.pdf"_s}));
     EXPECT_EQ(mailFiles().size(), 2);
+}
+
+// Passes a connection through to the server and cuts both ends the moment the client sends a
+// line that starts with `cutAt` (after the tag): the network failing in the middle of a rewrite.
+class CuttingProxy {
+  public:
+    CuttingProxy(quint16 serverPort, QByteArray cutAt) : cutAt_(std::move(cutAt)) {
+        listener_ = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+        sockaddr_in a{};
+        a.sin_family = AF_INET;
+        a.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+        ::bind(listener_, reinterpret_cast<sockaddr*>(&a), sizeof a);
+        ::listen(listener_, 4);
+        socklen_t len = sizeof a;
+        ::getsockname(listener_, reinterpret_cast<sockaddr*>(&a), &len);
+        port_ = ntohs(a.sin_port);
+        thread_ = std::thread([this, serverPort] { serve(serverPort); });
+    }
+    ~CuttingProxy() {
+        stop_ = true;
+        ::shutdown(listener_, SHUT_RDWR);
+        thread_.join();
+        ::close(listener_);
+    }
+    quint16 port() const { return port_; }
+    bool cut() const { return cut_; }
+
+  private:
+    void serve(quint16 serverPort) {
+        while (!stop_) {
+            const int client = ::accept4(listener_, nullptr, nullptr, SOCK_CLOEXEC);
+            if (client < 0) return;
+            const int server = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+            sockaddr_in a{};
+            a.sin_family = AF_INET;
+            a.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+            a.sin_port = htons(serverPort);
+            if (::connect(server, reinterpret_cast<sockaddr*>(&a), sizeof a) == 0)
+                pump(client, server);
+            ::close(server);
+            ::close(client);
+        }
+    }
+    void pump(int client, int server) {
+        QByteArray fromClient;
+        for (;;) {
+            pollfd fds[2] = {{client, POLLIN, 0}, {server, POLLIN, 0}};
+            if (::poll(fds, 2, 200) < 0 || stop_) return;
+            char buf[65536];
+            if (fds[1].revents) {
+                const ssize_t n = ::read(server, buf, sizeof buf);
+                if (n <= 0 || ::write(client, buf, size_t(n)) != n) return;
+            }
+            if (fds[0].revents) {
+                const ssize_t n = ::read(client, buf, sizeof buf);
+                if (n <= 0) return;
+                fromClient.append(buf, n);
+                // Each command line as it passes: the tag, a blank, the command.
+                qsizetype eol;
+                while ((eol = fromClient.indexOf("\r\n")) >= 0) {
+                    const QByteArray line = fromClient.left(eol);
+                    if (!cut_ && line.mid(line.indexOf(' ') + 1).startsWith(cutAt_)) {
+                        cut_ = true;
+                        return; // the command never reaches the server
+                    }
+                    if (::write(server, fromClient.constData(), size_t(eol + 2)) != eol + 2) return;
+                    fromClient.remove(0, eol + 2);
+                }
+                if (!fromClient.isEmpty() && !fromClient.contains("\r\n")) {
+                    // A literal's bytes without a line end yet: pass them on.
+                    if (::write(server, fromClient.constData(), size_t(fromClient.size())) !=
+                        fromClient.size())
+                        return;
+                    fromClient.clear();
+                }
+            }
+        }
+    }
+
+    QByteArray cutAt_;
+    int listener_ = -1;
+    quint16 port_ = 0;
+    std::thread thread_;
+    std::atomic<bool> stop_{false};
+    std::atomic<bool> cut_{false};
+};
+
+// The connection dies before each step of a rewrite in turn; the run after it leaves exactly one
+// copy of every mail on the server, without the file.
+TEST_F(ImapStoreTest, ARewriteCutAtAnyStepLeavesExactlyOneCopy) {
+    useOnlyRule(SaveAllRule(target, true));
+    for (const char* step : {"APPEND", "UID STORE", "UID EXPUNGE"}) {
+        SCOPED_TRACE(step);
+        const QString subject = u"Cut at "_s + QLatin1String(step);
+        const QString file = QString::fromLatin1(step).replace(u' ', u'-').toLower() + u".pdf"_s;
+        append(MailWithFile(subject, file));
+        {
+            CuttingProxy proxy(dovecot->port(), step);
+            const CommandResult cut =
+                runStowaway({u"--store"_s, u"imap+plain://bob@127.0.0.1:%1"_s.arg(proxy.port()),
+                             u"--password-command"_s, u"echo secret"_s, u"run"_s, u"1"_s});
+            EXPECT_TRUE(proxy.cut()) << S(logText());
+            EXPECT_FALSE(cut.crashed);
+        }
+        ASSERT_EQ(runOn({u"run"_s, u"1"_s}).exitCode, 0);
+        int copies = 0;
+        for (const QString& f : mailFiles()) {
+            const QByteArray mail = readFile(f);
+            if (!mail.contains(("Subject: " + subject).toUtf8())) continue;
+            ++copies;
+            EXPECT_FALSE(mail.contains("filename=" + file.toUtf8())) << S(f);
+        }
+        EXPECT_EQ(copies, 1) << S(logText());
+    }
 }
 
 } // namespace

@@ -168,8 +168,9 @@ void ImapStore::noteReplaced(const ImapMailId& old, const ImapMailId& replacemen
 }
 
 QString ImapStore::journalDir() const {
+    // By user and host alone: the entries check the mailbox's UIDVALIDITY themselves.
     const QByteArray key =
-        QCryptographicHash::hash(account_.storeId().toUtf8(), QCryptographicHash::Sha1)
+        QCryptographicHash::hash(account_.displayName().toUtf8(), QCryptographicHash::Sha1)
             .toHex()
             .left(16);
     return QStandardPaths::writableLocation(QStandardPaths::GenericCacheLocation) +
