@@ -4,7 +4,7 @@
 # crash, hang, leak, out-of-memory or sanitizer report, and names the input that caused it.
 #
 # Usage: bench/fuzz.sh MINUTES [TARGET...]   (targets: fuzz_read_mail fuzz_rewrite_mail
-#                                              fuzz_load_data; default all three)
+#                                              fuzz_load_data fuzz_imap_response; default all)
 set -uo pipefail
 
 minutes=${1:-}
@@ -14,7 +14,7 @@ if ! [[ $minutes =~ ^[0-9]+([.][0-9]+)?$ ]]; then
 fi
 shift
 targets=("$@")
-[ ${#targets[@]} -eq 0 ] && targets=(fuzz_read_mail fuzz_rewrite_mail fuzz_load_data)
+[ ${#targets[@]} -eq 0 ] && targets=(fuzz_read_mail fuzz_rewrite_mail fuzz_load_data fuzz_imap_response)
 seconds=$(awk -v m="$minutes" 'BEGIN { printf "%d", m * 60 }')
 
 repo=$(cd "$(dirname "$0")/.." && pwd)
@@ -60,6 +60,7 @@ for target in "${targets[@]}"; do
   seeds=("$repo/tests/data/fuzz/$target")
   case $target in
     fuzz_load_data) seeds+=("$run/data-seeds"); max_len=8192 ;;
+    fuzz_imap_response) max_len=32768 ;;
     *) seeds+=("$repo/tests/data/mails"); max_len=65536
        [ -d "$python_mails" ] && seeds+=("$python_mails") ;;
   esac

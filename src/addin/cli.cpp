@@ -8,6 +8,7 @@
 #include "data/data_files.h"
 #include "data/globals.h"
 #include "data/settings.h"
+#include "host/store_spec.h"
 #include "ui/console_interaction.h"
 
 #include <QDir>
@@ -74,7 +75,13 @@ MAILFOLDER any folder of the store, by its path ("Mail|Work") or its name. Relat
 taken from the current folder.
 
 Options:
+  --store URL                the mail store: imap://user@host[:port] (TLS),
+                             imap+starttls://user@host[:port], imap+plain://user@localhost
+                             (this computer only), ?auth=xoauth2 for an OAuth2 token, or
+                             maildir:PATH (default: the setting Store, else --maildir)
   --maildir PATH             the Maildir store (default: $MAILDIR, else ~/Maildir)
+  --password-command CMD     a command that prints the IMAP password or token (first line
+                             of its output; default: the setting PasswordCommand)
   --yes                      answer every question with its first choice
   --no-input                 never ask; take the safe choice (cancel, no)
   -h, --help                 show this help
@@ -118,8 +125,7 @@ const CommandSpec* FindCommand(const QString& name) {
 // return is the exit code of a command line that ends here (help, version, a wrong option).
 int ParseOptions(const QStringList& args, CliOptions& opts, QString& command, QTextStream& out,
                  QTextStream& err) {
-    opts.maildir = qEnvironmentVariable("MAILDIR");
-    if (opts.maildir.isEmpty()) opts.maildir = QDir::homePath() + QStringLiteral("/Maildir");
+    QString store;
     QStringList rest;
     for (int i = 0; i < args.size(); ++i) {
         const QString& a = args.at(i);
@@ -134,7 +140,27 @@ int ParseOptions(const QStringList& args, CliOptions& opts, QString& command, QT
                 err << "stowaway: --maildir needs a path\n";
                 return 2;
             }
-            opts.maildir = path;
+            store = path;
+        } else if (a == QLatin1String("--store") || a.startsWith(QLatin1String("--store=")) ||
+                   a == QLatin1String("--password-command") ||
+                   a.startsWith(QLatin1String("--password-command="))) {
+            const bool isStore = a.startsWith(QLatin1String("--store"));
+            const QString name =
+                isStore ? QStringLiteral("--store") : QStringLiteral("--password-command");
+            const bool inline_ = a.size() > name.size();
+            if (!inline_ && i + 1 >= args.size()) {
+                err << "stowaway: " << name << " needs a value\n";
+                return 2;
+            }
+            const QString value = inline_ ? a.mid(name.size() + 1) : args.at(++i);
+            if (value.isEmpty()) {
+                err << "stowaway: " << name << " needs a value\n";
+                return 2;
+            }
+            if (isStore)
+                store = value;
+            else
+                SetPasswordCommand(value);
         } else if (a == QLatin1String("--yes")) {
             opts.answers = ConsoleInteraction::Answers::Yes;
         } else if (a == QLatin1String("--no-input")) {
@@ -156,7 +182,7 @@ int ParseOptions(const QStringList& args, CliOptions& opts, QString& command, QT
     }
     command = rest.takeFirst();
     opts.args = rest;
-    opts.maildir = QDir(opts.maildir).absolutePath();
+    opts.maildir = ChooseStore(store);
     return -1;
 }
 

@@ -50,8 +50,7 @@ void OnConnection(HostEnvironment& host) {
     }
     ReadSettingsIntoGlobals();
     SWRun = false;
-    if (!gAddin)
-        gAddin = std::make_unique<clsAddinSpecific>();
+    if (!gAddin) gAddin = std::make_unique<clsAddinSpecific>();
     gAddin->InitAddin(host);
 }
 
@@ -60,42 +59,41 @@ void clsAddinSpecific::InitAddin(HostEnvironment& host) {
     gState = AddinState::Inert;
 
     Result<std::shared_ptr<MailSession>> session =
-        host.openSession ? host.openSession()
-                         : Result<std::shared_ptr<MailSession>>{
-                               nullptr, OpError::make(ErrNo::Failed, QStringLiteral("No mail store"))};
+        host.openSession
+            ? host.openSession()
+            : Result<std::shared_ptr<MailSession>>{
+                  nullptr, OpError::make(ErrNo::Failed, QStringLiteral("No mail store"))};
     if (session.error || !session.value) {
-        const QString description = session.error ? session.error.description
-                                                  : QStringLiteral("No mail store");
+        const QString description =
+            session.error ? session.error.description : QStringLiteral("No mail store");
         ui().beep();
-        ui().messageBox(LangText(QStringLiteral("Fehler bei Initialisierung der RDO-Schnittstelle: "),
-                                 QStringLiteral("Error initializing RDO: ")) +
-                            description,
-                        MsgButtons::OK, MsgIcon::Exclamation, gAppCaption);
+        ui().messageBox(
+            LangText(QStringLiteral("Fehler bei Initialisierung der RDO-Schnittstelle: "),
+                     QStringLiteral("Error initializing RDO: ")) +
+                description,
+            MsgButtons::OK, MsgIcon::Exclamation, gAppCaption);
         return;
     }
     gSession = session.value;
     SetMailSession(gSession.get());
-    SetNewMailSource(dynamic_cast<NewMailSource*>(gSession.get()));
+    SetNewMailSource(gSession->newMailSource());
     WriteLog("Using RDO/MAPIObject...");
 
     LoadData(LookUpInbox);
     gLastAction = LangText(QStringLiteral("Initialisierung..."), QStringLiteral("Initialize..."));
-    if (host.buildMenu)
-        host.buildMenu();
+    if (host.buildMenu) host.buildMenu();
     SetWatchFolders();
     gState = AddinState::Running;
 }
 
 void clsAddinSpecific::ShutdownAddin() {
     SaveData();
-    if (gHost.removeMenu && gState == AddinState::Running)
-        gHost.removeMenu();
+    if (gHost.removeMenu && gState == AddinState::Running) gHost.removeMenu();
     KillFolderWrappers();
     SetNewMailSource(nullptr);
     SetMailSession(nullptr);
     gSession.reset();
-    if (gState != AddinState::NotConnected)
-        gState = AddinState::Stopped;
+    if (gState != AddinState::NotConnected) gState = AddinState::Stopped;
 }
 
 void OnBeginShutdown() {
@@ -103,11 +101,14 @@ void OnBeginShutdown() {
 }
 
 void OnDisconnection() {
-    if (gAddin)
-        gAddin->ShutdownAddin();
+    if (gAddin) gAddin->ShutdownAddin();
     gAddin.reset();
     gHost = HostEnvironment{};
 }
 
-AddinState CurrentAddinState() { return gState; }
-std::shared_ptr<MailSession> CurrentSession() { return gSession; }
+AddinState CurrentAddinState() {
+    return gState;
+}
+std::shared_ptr<MailSession> CurrentSession() {
+    return gSession;
+}

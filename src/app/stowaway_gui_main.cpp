@@ -2,7 +2,7 @@
 #include "addin/data_folder_owner.h"
 #include "common/folders.h"
 #include "dialogs/gui_app.h"
-#include "host/maildir/open_maildir.h"
+#include "host/stores/open_store.h"
 
 #include <QApplication>
 #include <QTextStream>
@@ -25,7 +25,9 @@ int main(int argc, char** argv) {
     QApplication app(argc, argv);
     QCoreApplication::setApplicationName(QStringLiteral("stowaway-gui"));
     QGuiApplication::setDesktopFileName(QStringLiteral("stowaway-gui"));
-    StowawayGuiApp gui(options, OpenMaildirStore);
+    options.maildir = ChooseStore(options.maildir);
+    if (!options.passwordCommand.isNull()) SetPasswordCommand(options.passwordCommand);
+    StowawayGuiApp gui(options, OpenStore);
     // One owner per data folder: a second start shows the first one's dialog.
     InitAppCaptions();
     DataFolderOwner owner(GetDataFolder());

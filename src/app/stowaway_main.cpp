@@ -1,7 +1,7 @@
 // `stowaway`: the command line and background service.
 #include "addin/cli.h"
 #include "host/maildir/mail_builder.h"
-#include "host/maildir/open_maildir.h"
+#include "host/stores/open_store.h"
 
 #include <QCoreApplication>
 
@@ -25,7 +25,7 @@ int main(int argc, char** argv) {
     QCoreApplication::setApplicationName(QStringLiteral("stowaway"));
     QTextStream out(stdout);
     QTextStream err(stderr);
-    CliContext ctx{out, err, OpenMaildirStore, MakeDemoMaildir};
+    CliContext ctx{out, err, OpenStore, MakeDemoMaildir};
     QStringList args = QCoreApplication::arguments();
     args.removeFirst();
     return RunCli(args, ctx);

@@ -8,6 +8,7 @@
 
 #include <QFile>
 #include <QLocale>
+#include <QRegularExpression>
 #include <QSettings>
 #include <QStandardPaths>
 #include <QStringDecoder>
@@ -156,6 +157,10 @@ const QList<SettingInfo>& KnownSettings() {
         {QStringLiteral("CmdBarExplH"), QString(), false, K::Whole, -32768, 32767},
         // The pause after each changed mail, in seconds; bulk runs set it to "0".
         {QStringLiteral("PaceSeconds"), QStringLiteral("0.5"), true, K::Decimal, 0, 60},
+        // The mail store when no --store or --maildir is given: imap://user@host, maildir:PATH.
+        {QStringLiteral("Store"), QString(), false, K::Store},
+        // The command that prints the IMAP password or token; the secret itself is never kept.
+        {QStringLiteral("PasswordCommand"), QString()},
     };
     // The first start's language follows the desktop's locale, which may change between calls.
     kSettings[0].defaultValue = DefaultCurrLang();
@@ -174,6 +179,17 @@ QString SettingValueProblem(const SettingInfo& info, const QString& value) {
     switch (info.kind) {
     case SettingKind::Text:
         return {};
+    case SettingKind::Store:
+        if (value.isEmpty() || value.startsWith(QLatin1String("maildir:")) ||
+            value.startsWith(QLatin1String("/")) ||
+            QRegularExpression(QStringLiteral("^imap(\\+starttls|\\+plain)?://[^/@:]+@[^/]+$"),
+                               QRegularExpression::CaseInsensitiveOption)
+                .match(value.section(QLatin1Char('?'), 0, 0))
+                .hasMatch())
+            return {};
+        return info.key + QStringLiteral(" takes imap://user@host[:port] (or imap+starttls://, "
+                                         "imap+plain:// to this computer), maildir:PATH or an "
+                                         "absolute path");
     case SettingKind::YesNo:
         if (value == QLatin1String("0") || value == QLatin1String("1")) return {};
         return info.key + QStringLiteral(" takes 1 (yes) or 0 (no)");

@@ -24,7 +24,7 @@ long long GetNumberSetting(const QString& key, const QString& defaultValue);
 void ReadSettingsIntoGlobals();
 
 // What a key's value may be: the values the options dialog can write.
-enum class SettingKind { Text, YesNo, Whole, Decimal };
+enum class SettingKind { Text, YesNo, Whole, Decimal, Store };
 
 // Every known key with its default, in the order the store documents them ("" where a key has
 // no default), and the values it accepts (a number from `min` to `max` for the numeric kinds).

@@ -40,15 +40,18 @@ void OnStopSignal(int) {
 
 QString GuiUsage() {
     return QStringLiteral(
-        "usage: stowaway-gui [--maildir PATH] [--options[=TAB]]\n"
-        "  --maildir PATH  the Maildir store (default: $MAILDIR, else ~/Maildir)\n"
+        "usage: stowaway-gui [--store URL | --maildir PATH] [--password-command CMD]\n"
+        "                    [--options[=TAB]]\n"
+        "  --store URL     the mail store: imap://user@host[:port] (TLS), imap+starttls://...,\n"
+        "                  maildir:PATH (default: the setting Store, else $MAILDIR, else "
+        "~/Maildir)\n"
+        "  --maildir PATH  the Maildir store\n"
+        "  --password-command CMD  prints the IMAP password or token (first line)\n"
         "  --options       open the options dialog right after the start\n"
         "  --options=TAB   ... on tab TAB: 0 Watch, 1 Rules, 2 Search, 3 Extras, 4 Options\n");
 }
 
 bool ParseGuiArguments(const QStringList& args, GuiOptions& options, QString& error) {
-    options.maildir = qEnvironmentVariable("MAILDIR");
-    if (options.maildir.isEmpty()) options.maildir = QDir::homePath() + QStringLiteral("/Maildir");
     for (qsizetype i = 0; i < args.size(); ++i) {
         const QString& arg = args.at(i);
         if (arg == QLatin1String("--help") || arg == QLatin1String("-h")) {
@@ -63,6 +66,15 @@ bool ParseGuiArguments(const QStringList& args, GuiOptions& options, QString& er
                 return false;
             }
             options.showOptions = true;
+        } else if ((arg == QLatin1String("--store") ||
+                    arg == QLatin1String("--password-command")) &&
+                   i + 1 < args.size()) {
+            (arg == QLatin1String("--store") ? options.maildir : options.passwordCommand) =
+                args.at(++i);
+        } else if (arg.startsWith(QLatin1String("--store=")) && arg.size() > 8) {
+            options.maildir = arg.mid(8);
+        } else if (arg.startsWith(QLatin1String("--password-command=")) && arg.size() > 19) {
+            options.passwordCommand = arg.mid(19);
         } else if (arg == QLatin1String("--maildir") && i + 1 < args.size()) {
             options.maildir = args.at(++i);
         } else if (arg.startsWith(QLatin1String("--maildir=")) && arg.size() > 10) {

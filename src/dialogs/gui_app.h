@@ -19,7 +19,8 @@ class QtUserInteraction;
 class QSocketNotifier;
 
 struct GuiOptions {
-    QString maildir;
+    QString maildir;          // the store: --store or --maildir; empty: the setting, $MAILDIR...
+    QString passwordCommand;  // --password-command; null: the setting PasswordCommand
     bool showOptions = false; // --options: the dialog right after the start
     int tab = 0;              // --options=TAB: the tab it opens on (0..4)
     bool help = false;        // --help: the usage, and nothing else
@@ -27,7 +28,7 @@ struct GuiOptions {
 
 // The usage text of --help.
 QString GuiUsage();
-// Reads --maildir PATH (default $MAILDIR, else ~/Maildir), --options and --help. False with a
+// Reads --store URL, --maildir PATH, --password-command CMD, --options and --help. False with a
 // message in `error` for anything else.
 bool ParseGuiArguments(const QStringList& args, GuiOptions& options, QString& error);
 

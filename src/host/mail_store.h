@@ -12,6 +12,7 @@
 class MailFolder;
 class MailItem;
 class Attachment;
+class NewMailSource;
 using MailFolderPtr = std::shared_ptr<MailFolder>;
 using MailItemPtr = std::shared_ptr<MailItem>;
 using AttachmentPtr = std::shared_ptr<Attachment>;
@@ -127,6 +128,8 @@ class MailSession {
     virtual Result<MailFolderPtr> GetDefaultInbox() = 0;
     // The top folders of every store.
     virtual Result<std::vector<MailFolderPtr>> Stores() = 0;
+    // What tells of new mail in this session's folders; null for a store that cannot.
+    virtual NewMailSource* newMailSource() { return nullptr; }
 };
 
 // The folder's path: its levels from the store's top down, joined by `separator`

@@ -25,6 +25,7 @@ class MaildirSession : public MailSession, public NewMailSource {
     Result<MailFolderPtr> GetFolderFromID(const QString& entryId, const QString& storeId) override;
     Result<MailFolderPtr> GetDefaultInbox() override;
     Result<std::vector<MailFolderPtr>> Stores() override;
+    NewMailSource* newMailSource() override { return this; }
 
     // New mail in a folder; the store's own writes are not reported.
     Result<std::unique_ptr<ItemAddSubscription>>

@@ -3,8 +3,8 @@
 #include "data/log.h"
 #include "host/mime/gmime/gmime_support.h"
 #include "host/mime/gmime/mail_headers.h"
-#include "host/mime/gmime/part_content.h"
 #include "host/mime/gmime/mime_layout.h"
+#include "host/mime/gmime/part_content.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -460,7 +460,8 @@ QByteArray ParsedMail::messageId() const {
 
 const MailStructure& ParsedMail::structure() const {
     if (!structure_)
-        structure_ = std::make_unique<MailStructure>(DescribeStructure(tree_->message, tree_->layout));
+        structure_ =
+            std::make_unique<MailStructure>(DescribeStructure(tree_->message, tree_->layout));
     return *structure_;
 }
 
@@ -471,8 +472,8 @@ void ParsedMail::setSubject(const QString& subject) {
 
 void ParsedMail::setMileage(const QString& mileage) {
     stamp_ = mileage.toUtf8();
-    g_mime_object_set_header(GMIME_OBJECT(tree_->message), "X-Mileage", mileage.toUtf8().constData(),
-                             "utf-8");
+    g_mime_object_set_header(GMIME_OBJECT(tree_->message), "X-Mileage",
+                             mileage.toUtf8().constData(), "utf-8");
 }
 
 void ParsedMail::Tree::replaceInTree(GMimeObject* old, GMimeObject* replacement) {
@@ -593,7 +594,8 @@ OpError ParsedMail::writeAttachment(int index, int fd) const {
         return OpError::make(ErrNo::NotFound, QStringLiteral("No such attachment"));
     GRef<GMimeStream> out = BorrowedFdStream(fd);
     bool damaged = false;
-    if (OpError error = WritePartContent(tree_->layout.attachments[size_t(index)], out.get(), &damaged))
+    if (OpError error =
+            WritePartContent(tree_->layout.attachments[size_t(index)], out.get(), &damaged))
         return error;
     if (WriteStoppedShort(out.get()))
         return ErrnoError(ENOSPC, QStringLiteral("Cannot write the attachment's content"));
@@ -624,8 +626,10 @@ OpError ParsedMail::writeTo(int fd) const {
 }
 
 bool ParsedMail::writeStampedSource(int fd, OpError& error) const {
-    if (rewritten_ || stamp_.isEmpty() || !tree_->source || !IsPlainStampValue(stamp_)) return false;
-    const GByteArray* bytes = g_mime_stream_mem_get_byte_array(GMIME_STREAM_MEM(tree_->source.get()));
+    if (rewritten_ || stamp_.isEmpty() || !tree_->source || !IsPlainStampValue(stamp_))
+        return false;
+    const GByteArray* bytes =
+        g_mime_stream_mem_get_byte_array(GMIME_STREAM_MEM(tree_->source.get()));
     if (!bytes) return false;
     const QByteArray source =
         QByteArray::fromRawData(reinterpret_cast<const char*>(bytes->data), qsizetype(bytes->len));

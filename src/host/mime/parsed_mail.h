@@ -58,8 +58,8 @@ class ParsedMail {
     bool writeStampedSource(int fd, OpError& error) const;
 
     std::unique_ptr<Tree> tree_;
-    QByteArray stamp_;         // the stamp set since the parse
-    bool rewritten_ = false;   // anything besides the stamp changed
+    QByteArray stamp_;       // the stamp set since the parse
+    bool rewritten_ = false; // anything besides the stamp changed
     FileIdentity identity_;
     mutable std::unique_ptr<MailStructure> structure_;
 };

@@ -13,6 +13,7 @@ namespace {
 // The in-memory store that also hands out new-mail subscriptions the test can fire.
 class WatchableSession : public FakeMailSession, public NewMailSource {
   public:
+    NewMailSource* newMailSource() override { return this; }
     struct Sub : ItemAddSubscription {
         Sub(WatchableSession* s, MailFolderPtr f, ItemAddHandler h)
             : session(s), folder(std::move(f)), handler(std::move(h)) {

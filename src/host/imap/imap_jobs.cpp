@@ -1,0 +1,286 @@
+#include "host/imap/imap_jobs.h"
+
+#include <QTimeZone>
+
+ImapArg ImapString(const QByteArray& text) {
+    if (std::optional<QByteArray> quoted = QuoteImapString(text)) return {*quoted, false};
+    return {text, true};
+}
+
+namespace {
+
+OpError BadAnswer(const QString& why) {
+    return OpError::make(ErrNo::Failed,
+                         QStringLiteral("The IMAP server sent malformed data: ") + why);
+}
+
+QByteArray FlagList(const QList<QByteArray>& flags) {
+    return '(' + flags.join(' ') + ')';
+}
+
+} // namespace
+
+std::vector<ImapArg> LoginJob::command() const {
+    std::vector<ImapArg> args{{"LOGIN "}, ImapString(user_), {" "}, ImapString(pass_)};
+    return args;
+}
+
+AuthenticateJob::AuthenticateJob(Mechanism mechanism, const QByteArray& user,
+                                 const QByteArray& secret, bool saslIr)
+    : mechanism_(mechanism), saslIr_(saslIr) {
+    const QByteArray raw = mechanism == Mechanism::Plain
+                               ? QByteArray(1, '\0') + user + QByteArray(1, '\0') + secret
+                               : "user=" + user +
+                                     "\x01"
+                                     "auth=Bearer " +
+                                     secret + "\x01\x01";
+    initial_ = raw.toBase64();
+}
+
+QByteArray AuthenticateJob::name() const {
+    return mechanism_ == Mechanism::Plain ? "AUTHENTICATE PLAIN" : "AUTHENTICATE XOAUTH2";
+}
+
+std::vector<ImapArg> AuthenticateJob::command() const {
+    QByteArray line =
+        "AUTHENTICATE " + QByteArray(mechanism_ == Mechanism::Plain ? "PLAIN" : "XOAUTH2");
+    if (saslIr_) line += ' ' + initial_;
+    return {{line}};
+}
+
+bool AuthenticateJob::continuation(const ImapResponse&, QByteArray* reply) {
+    // The first go-ahead asks for the initial response; a later one carries the server's error
+    // (XOAUTH2), which is answered with an empty line so that the tagged NO follows.
+    *reply = (!saslIr_ && !sent_) ? initial_ : QByteArray();
+    sent_ = true;
+    return true;
+}
+
+std::vector<ImapArg> ListJob::command() const {
+    return {{"LIST \"\" "}, ImapString(pattern_)};
+}
+
+void ListJob::untagged(const ImapResponse& r) {
+    if (r.data.empty() || !r.data[0].isAtom("LIST")) return;
+    // LIST (flags) delimiter name
+    if (r.data.size() != 4 || r.data[1].kind != ImapValue::Kind::List ||
+        (r.data[2].kind != ImapValue::Kind::String && r.data[2].kind != ImapValue::Kind::Nil) ||
+        r.data[2].text.size() > 1 ||
+        (r.data[3].kind != ImapValue::Kind::String && r.data[3].kind != ImapValue::Kind::Atom)) {
+        error_ = QStringLiteral("a LIST answer that is not (flags) delimiter name");
+        return;
+    }
+    ImapMailbox box;
+    for (const ImapValue& f : r.data[1].list)
+        box.flags.insert(f.text.toUpper());
+    if (!r.data[2].text.isEmpty()) box.delimiter = QLatin1Char(r.data[2].text[0]);
+    box.rawName = r.data[3].text;
+    bool ok = true;
+    box.name = DecodeMailboxName(box.rawName, &ok);
+    if (box.rawName.compare("INBOX", Qt::CaseInsensitive) == 0) box.name = QStringLiteral("INBOX");
+    if (!ok) {
+        error_ = QStringLiteral("a mailbox name that is not modified UTF-7: ") +
+                 QString::fromLatin1(box.rawName);
+        return;
+    }
+    mailboxes.push_back(std::move(box));
+}
+
+OpError ListJob::completed(const ImapResponse& tagged) {
+    if (OpError e = ImapJob::completed(tagged)) return e;
+    return error_.isEmpty() ? OpError::none() : BadAnswer(error_);
+}
+
+std::vector<ImapArg> SelectJob::command() const {
+    return {{name() + ' '}, ImapString(raw_)};
+}
+
+void SelectJob::untagged(const ImapResponse& r) {
+    if (r.code == "UIDVALIDITY")
+        state.uidValidity = r.codeArgs[0].number;
+    else if (r.code == "UIDNEXT")
+        state.uidNext = r.codeArgs[0].number;
+    else if (r.code == "PERMANENTFLAGS") {
+        state.permanentFlags.clear();
+        for (const ImapValue& f : r.codeArgs[0].list)
+            state.permanentFlags.insert(f.text);
+    } else if (r.data.size() == 2 && r.data[0].kind == ImapValue::Kind::Number &&
+               r.data[1].isAtom("EXISTS"))
+        state.exists = r.data[0].number;
+}
+
+OpError SelectJob::completed(const ImapResponse& tagged) {
+    if (OpError e = ImapJob::completed(tagged)) return e;
+    if (tagged.code == "READ-ONLY") state.readOnly = true;
+    if (state.uidValidity == 0) return BadAnswer(QStringLiteral("a mailbox without UIDVALIDITY"));
+    return OpError::none();
+}
+
+std::vector<ImapArg> UidFetchJob::command() const {
+    return {{"UID FETCH " + set_ + " (UID " + items_ + ')'}};
+}
+
+void UidFetchJob::untagged(const ImapResponse& r) {
+    if (r.data.size() < 2 || !r.data[1].isAtom("FETCH")) return;
+    if (r.data.size() != 3 || r.data[2].kind != ImapValue::Kind::List ||
+        r.data[2].list.size() % 2) {
+        error_ = QStringLiteral("a FETCH answer that is not a list of names and values");
+        return;
+    }
+    FetchedMail m;
+    const std::vector<ImapValue>& items = r.data[2].list;
+    for (size_t i = 0; i + 1 < items.size(); i += 2) {
+        const ImapValue& key = items[i];
+        const ImapValue& value = items[i + 1];
+        if (key.kind != ImapValue::Kind::Atom) {
+            error_ = QStringLiteral("a FETCH item without a name");
+            return;
+        }
+        const QByteArray k = key.text.toUpper();
+        if (k == "UID" && value.kind == ImapValue::Kind::Number)
+            m.uid = value.number;
+        else if (k == "FLAGS" && value.kind == ImapValue::Kind::List) {
+            m.hasFlags = true;
+            for (const ImapValue& f : value.list)
+                m.flags.insert(f.text);
+        } else if (k == "INTERNALDATE" && value.kind == ImapValue::Kind::String)
+            m.internalDate = ParseInternalDate(value.text);
+        else if (k == "RFC822.SIZE" && value.kind == ImapValue::Kind::Number)
+            m.size = qint64(value.number);
+        else if (k == "BODY[]" && value.kind == ImapValue::Kind::String) {
+            m.body = value.text;
+            m.hasBody = true;
+        } else if (k == "BODY[HEADER]" && value.kind == ImapValue::Kind::String) {
+            m.header = value.text;
+            m.hasHeader = true;
+        }
+    }
+    // Unsolicited flag updates of other mails come without UID only on broken servers; a
+    // FETCH without UID after UID FETCH is one of those.
+    if (m.uid == 0) {
+        error_ = QStringLiteral("a FETCH answer without UID");
+        return;
+    }
+    FetchedMail& slot = mails[m.uid];
+    slot.uid = m.uid;
+    if (m.hasFlags) {
+        slot.flags = m.flags;
+        slot.hasFlags = true;
+    }
+    if (m.internalDate.isValid()) slot.internalDate = m.internalDate;
+    if (m.size >= 0) slot.size = m.size;
+    if (m.hasBody) {
+        slot.body = m.body;
+        slot.hasBody = true;
+    }
+    if (m.hasHeader) {
+        slot.header = m.header;
+        slot.hasHeader = true;
+    }
+}
+
+OpError UidFetchJob::completed(const ImapResponse& tagged) {
+    if (OpError e = ImapJob::completed(tagged)) return e;
+    return error_.isEmpty() ? OpError::none() : BadAnswer(error_);
+}
+
+std::vector<ImapArg> UidStoreJob::command() const {
+    return {
+        {"UID STORE " + set_ + (add_ ? " +FLAGS.SILENT " : " -FLAGS.SILENT ") + FlagList(flags_)}};
+}
+
+std::vector<ImapArg> AppendJob::command() const {
+    QByteArray line = "APPEND ";
+    std::vector<ImapArg> args;
+    const ImapArg box = ImapString(raw_);
+    args.push_back({line});
+    args.push_back(box);
+    QByteArray tail = ' ' + FlagList(flags_);
+    if (date_.isValid()) tail += " \"" + FormatInternalDate(date_) + '"';
+    args.push_back({tail + ' '});
+    args.push_back({mail_, true});
+    return args;
+}
+
+OpError AppendJob::completed(const ImapResponse& tagged) {
+    if (OpError e = ImapJob::completed(tagged)) return e;
+    if (tagged.code == "APPENDUID") {
+        uidValidity = tagged.codeArgs[0].number;
+        if (tagged.codeArgs[1].kind != ImapValue::Kind::Number)
+            return BadAnswer(QStringLiteral("APPENDUID with more than one UID for one mail"));
+        uid = tagged.codeArgs[1].number;
+    }
+    return OpError::none();
+}
+
+std::vector<ImapArg> StatusJob::command() const {
+    return {{"STATUS "}, ImapString(raw_), {" (UIDVALIDITY UIDNEXT)"}};
+}
+
+void StatusJob::untagged(const ImapResponse& r) {
+    if (r.data.size() != 3 || !r.data[0].isAtom("STATUS") ||
+        r.data[2].kind != ImapValue::Kind::List)
+        return;
+    const std::vector<ImapValue>& items = r.data[2].list;
+    for (size_t i = 0; i + 1 < items.size(); i += 2) {
+        if (items[i].isAtom("UIDVALIDITY"))
+            uidValidity = items[i + 1].number;
+        else if (items[i].isAtom("UIDNEXT"))
+            uidNext = items[i + 1].number;
+    }
+}
+
+std::vector<ImapArg> UidSearchJob::command() const {
+    std::vector<ImapArg> args{{"UID SEARCH "}};
+    args.insert(args.end(), criteria_.begin(), criteria_.end());
+    return args;
+}
+
+void UidSearchJob::untagged(const ImapResponse& r) {
+    if (r.data.empty() || !r.data[0].isAtom("SEARCH")) return;
+    for (size_t i = 1; i < r.data.size(); ++i)
+        if (r.data[i].kind == ImapValue::Kind::Number) uids.push_back(r.data[i].number);
+}
+
+void NoopJob::untagged(const ImapResponse& r) {
+    if (r.data.size() == 2 && r.data[0].kind == ImapValue::Kind::Number &&
+        r.data[1].isAtom("EXISTS")) {
+        exists = r.data[0].number;
+        sawExists = true;
+    }
+}
+
+namespace {
+const char* const kMonths[] = {"Jan", "Feb", "Mar", "Apr", "May", "Jun",
+                               "Jul", "Aug", "Sep", "Oct", "Nov", "Dec"};
+} // namespace
+
+QByteArray FormatInternalDate(const QDateTime& date) {
+    const QDateTime utc = date.toUTC();
+    return QStringLiteral("%1-%2-%3 %4 +0000")
+        .arg(utc.date().day(), 2, 10, QLatin1Char(' '))
+        .arg(QLatin1String(kMonths[utc.date().month() - 1]))
+        .arg(utc.date().year(), 4, 10, QLatin1Char('0'))
+        .arg(utc.time().toString(QStringLiteral("HH:mm:ss")))
+        .toLatin1();
+}
+
+QDateTime ParseInternalDate(const QByteArray& text) {
+    // dd-Mon-yyyy hh:mm:ss +zzzz, the day possibly with a leading blank.
+    const QByteArray t = text.trimmed();
+    const QList<QByteArray> parts = t.split(' ');
+    if (parts.size() != 3) return {};
+    const QList<QByteArray> dmy = parts[0].split('-');
+    if (dmy.size() != 3) return {};
+    int month = 0;
+    for (int i = 0; i < 12; ++i)
+        if (dmy[1].compare(kMonths[i], Qt::CaseInsensitive) == 0) month = i + 1;
+    const QDate d(dmy[2].toInt(), month, dmy[0].toInt());
+    const QTime tm = QTime::fromString(QString::fromLatin1(parts[1]), QStringLiteral("HH:mm:ss"));
+    const QByteArray& zone = parts[2];
+    if (!d.isValid() || !tm.isValid() || zone.size() != 5 || (zone[0] != '+' && zone[0] != '-'))
+        return {};
+    const int offset =
+        (zone.mid(1, 2).toInt() * 3600 + zone.mid(3, 2).toInt() * 60) * (zone[0] == '-' ? -1 : 1);
+    return QDateTime(d, tm, QTimeZone(offset));
+}

@@ -1,0 +1,188 @@
+#include "host/imap/imap_store.h"
+
+#include "data/log.h"
+#include "host/imap/imap_rewrite.h"
+
+#include <QCryptographicHash>
+#include <QDir>
+#include <QStandardPaths>
+
+QString ImapMailId::entryId() const {
+    return QString::number(uidValidity) + QLatin1Char('/') + QString::number(uid);
+}
+
+bool ImapMailId::parse(const QString& entryId, ImapMailId& id) {
+    const qsizetype slash = entryId.indexOf(QLatin1Char('/'));
+    if (slash <= 0) return false;
+    bool ok1 = false, ok2 = false;
+    id.uidValidity = entryId.left(slash).toULongLong(&ok1);
+    id.uid = entryId.mid(slash + 1).toULongLong(&ok2);
+    return ok1 && ok2 && id.uidValidity && id.uid;
+}
+
+OpError ImapLogin(ImapConnection& conn, const ImapAccount& account, const QByteArray& secret) {
+    const QByteArray user = account.user.toUtf8();
+    OpError error;
+    if (account.xoauth2) {
+        if (!conn.hasCapability("AUTH=XOAUTH2"))
+            return ImapError(
+                account.endpoint,
+                QStringLiteral("the server does not take OAuth2 tokens (AUTH=XOAUTH2)"));
+        AuthenticateJob job(AuthenticateJob::Mechanism::XOAuth2, user, secret,
+                            conn.hasCapability("SASL-IR"));
+        error = conn.run(job);
+    } else if (conn.hasCapability("AUTH=PLAIN")) {
+        AuthenticateJob job(AuthenticateJob::Mechanism::Plain, user, secret,
+                            conn.hasCapability("SASL-IR"));
+        error = conn.run(job);
+    } else if (!conn.hasCapability("LOGINDISABLED")) {
+        LoginJob job(user, secret);
+        error = conn.run(job);
+    } else {
+        return ImapError(account.endpoint,
+                         QStringLiteral("the server offers no way to log in with a password"));
+    }
+    if (error)
+        return ImapError(
+            account.endpoint,
+            QStringLiteral("login as %1 refused: %2").arg(account.user, error.description));
+    // The capabilities after login may differ; ask if the answer did not list them.
+    if (!conn.hasCapability("IMAP4REV1")) {
+        class Caps : public ImapJob {
+          public:
+            std::vector<ImapArg> command() const override { return {{"CAPABILITY"}}; }
+            QByteArray name() const override { return "CAPABILITY"; }
+        } caps;
+        return conn.run(caps);
+    }
+    return OpError::none();
+}
+
+ImapStore::ImapStore(ImapAccount account, QByteArray secret, ImapLimits limits)
+    : account_(std::move(account)), secret_(std::move(secret)), limits_(limits) {}
+
+Result<std::unique_ptr<ImapConnection>> ImapStore::openConnection() const {
+    auto conn = std::make_unique<ImapConnection>(account_.endpoint, limits_);
+    if (OpError e = conn->open()) return {nullptr, e};
+    if (OpError e = ImapLogin(*conn, account_, secret_)) return {nullptr, e};
+    return {std::move(conn), OpError::none()};
+}
+
+Result<ImapConnection*> ImapStore::connection() {
+    if (conn_ && conn_->isOpen()) return {conn_.get(), OpError::none()};
+    selected_.clear();
+    Result<std::unique_ptr<ImapConnection>> opened = openConnection();
+    if (!opened.ok()) return {nullptr, opened.error};
+    conn_ = std::move(opened.value);
+    return {conn_.get(), OpError::none()};
+}
+
+Result<ImapMailboxState> ImapStore::select(const QByteArray& rawName, bool write) {
+    const Result<ImapConnection*> conn = connection();
+    if (!conn.ok()) return {{}, conn.error};
+    if (selected_ == rawName && !rawName.isEmpty() && (selectedWritable_ || !write))
+        return {selectedState_, OpError::none()};
+    const bool recover = !recovered_.count(rawName) && hasJournalFor(rawName);
+    SelectJob job(rawName, !(write || recover));
+    selected_.clear();
+    if (OpError e = conn.value->run(job)) return {{}, e};
+    selected_ = rawName;
+    selectedWritable_ = write || recover;
+    selectedState_ = job.state;
+    validityToMailbox_[job.state.uidValidity] = rawName;
+    if (recover) {
+        recovered_.insert(rawName);
+        if (OpError e = this->recover(rawName, job.state))
+            WriteLog(QStringLiteral("! IMAP: an unfinished rewrite in %1 stays as it is: %2")
+                         .arg(DecodeMailboxName(rawName), e.description));
+    }
+    return {selectedState_, OpError::none()};
+}
+
+OpError ImapStore::runIn(const QByteArray& rawName, ImapJob& job, bool write) {
+    for (int attempt = 0; attempt < 2; ++attempt) {
+        const bool wasOpen = conn_ && conn_->isOpen();
+        const Result<ImapMailboxState> state = select(rawName, write);
+        if (!state.ok()) {
+            if (wasOpen && attempt == 0 && !(conn_ && conn_->isOpen())) continue;
+            return state.error;
+        }
+        return conn_->run(job);
+    }
+    return ImapError(account_.endpoint, QStringLiteral("not connected"));
+}
+
+Result<std::vector<ImapMailbox>> ImapStore::mailboxes(bool refresh) {
+    if (listed_ && !refresh) return {mailboxes_, OpError::none()};
+    const Result<ImapConnection*> conn = connection();
+    if (!conn.ok()) return {{}, conn.error};
+    ListJob job;
+    if (OpError e = conn.value->run(job)) return {{}, e};
+    mailboxes_ = std::move(job.mailboxes);
+    listed_ = true;
+    return {mailboxes_, OpError::none()};
+}
+
+Result<ImapMailbox> ImapStore::mailboxByName(const QString& name) {
+    const Result<std::vector<ImapMailbox>> boxes = mailboxes();
+    if (!boxes.ok()) return {{}, boxes.error};
+    for (const ImapMailbox& box : boxes.value)
+        if (box.name == name) return {box, OpError::none()};
+    return {{},
+            OpError::make(ErrNo::NotFound,
+                          QStringLiteral("No mailbox %1 on %2").arg(name, account_.displayName()))};
+}
+
+Result<QByteArray> ImapStore::mailboxOfValidity(quint64 uidValidity) {
+    if (auto found = validityToMailbox_.find(uidValidity); found != validityToMailbox_.end())
+        return {found->second, OpError::none()};
+    const Result<std::vector<ImapMailbox>> boxes = mailboxes();
+    if (!boxes.ok()) return {{}, boxes.error};
+    const Result<ImapConnection*> conn = connection();
+    if (!conn.ok()) return {{}, conn.error};
+    for (const ImapMailbox& box : boxes.value) {
+        if (!box.selectable()) continue;
+        StatusJob status(box.rawName);
+        if (conn.value->run(status)) continue;
+        validityToMailbox_[status.uidValidity] = box.rawName;
+        if (status.uidValidity == uidValidity) return {box.rawName, OpError::none()};
+    }
+    return {{},
+            OpError::make(ErrNo::NotFound, QStringLiteral("No mailbox with UIDVALIDITY %1 on %2")
+                                               .arg(uidValidity)
+                                               .arg(account_.displayName()))};
+}
+
+ImapMailId ImapStore::current(ImapMailId id) const {
+    for (int hops = 0; hops < 1000; ++hops) {
+        const auto next = replaced_.find(id);
+        if (next == replaced_.end()) break;
+        id = next->second;
+    }
+    return id;
+}
+
+void ImapStore::noteReplaced(const ImapMailId& old, const ImapMailId& replacement) {
+    replaced_[old] = replacement;
+    headers.erase(old);
+}
+
+QString ImapStore::journalDir() const {
+    // By user and host alone: the entries check the mailbox's UIDVALIDITY themselves.
+    const QByteArray key =
+        QCryptographicHash::hash(account_.displayName().toUtf8(), QCryptographicHash::Sha1)
+            .toHex()
+            .left(16);
+    return QStandardPaths::writableLocation(QStandardPaths::GenericCacheLocation) +
+           QStringLiteral("/Quillworks/Stowaway/imap/") + QString::fromLatin1(key) +
+           QStringLiteral("/rewrites");
+}
+
+bool ImapStore::hasJournalFor(const QByteArray& rawName) const {
+    const QDir dir(journalDir());
+    return dir.exists() && !dir.entryList(QDir::Files).isEmpty() && !rawName.isEmpty();
+}
+
+OpError ImapStore::recover(const QByteArray& rawName, const ImapMailboxState& state) {
+    return ImapRewrite::Recover(*this, *conn_, rawName, state);
+}

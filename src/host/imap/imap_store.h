@@ -1,0 +1,85 @@
+#pragma once
+// The state one IMAP account shares among its session, folders, mails and watchers: the
+// connection the mails are read and written over, the mailbox selected on it, where each
+// UIDVALIDITY lives, and which mails were replaced by whom.
+#include "host/imap/imap_account.h"
+#include "host/imap/imap_jobs.h"
+#include "host/mime/mail_summary.h"
+
+#include <map>
+#include <memory>
+#include <set>
+
+// The keyword that stamps a mail as done where the mailbox takes keywords.
+inline constexpr char kStampKeyword[] = "QWKStowaway";
+
+struct ImapMailId {
+    quint64 uidValidity = 0;
+    quint64 uid = 0;
+    QString entryId() const;
+    static bool parse(const QString& entryId, ImapMailId& id);
+    bool operator<(const ImapMailId& o) const {
+        return uidValidity != o.uidValidity ? uidValidity < o.uidValidity : uid < o.uid;
+    }
+};
+
+class ImapStore {
+  public:
+    ImapStore(ImapAccount account, QByteArray secret, ImapLimits limits = {});
+
+    const ImapAccount& account() const { return account_; }
+    // A new connection, logged in.
+    Result<std::unique_ptr<ImapConnection>> openConnection() const;
+    // The shared connection, opened (again) when needed.
+    Result<ImapConnection*> connection();
+    // Selects a mailbox on the shared connection (or keeps it selected): read-only (EXAMINE,
+    // which leaves even the server's \Recent alone) unless `write`, or unless a rewrite that an
+    // earlier run left half done there is to be finished first.
+    Result<ImapMailboxState> select(const QByteArray& rawName, bool write = false);
+    // Runs a job on the shared connection with `rawName` selected. One retry on a fresh
+    // connection when the old one had dropped before the command was sent.
+    OpError runIn(const QByteArray& rawName, ImapJob& job, bool write = false);
+
+    Result<std::vector<ImapMailbox>> mailboxes(bool refresh = false);
+    Result<ImapMailbox> mailboxByName(const QString& name);
+    // The mailbox a UIDVALIDITY belongs to; looked up by STATUS when not yet seen.
+    Result<QByteArray> mailboxOfValidity(quint64 uidValidity);
+
+    // Follows the replacements made by rewrites.
+    ImapMailId current(ImapMailId id) const;
+    void noteReplaced(const ImapMailId& old, const ImapMailId& replacement);
+    // Mails this program appended, which watchers do not report.
+    bool isOwnAppend(const ImapMailId& id) const { return ownAppends_.count(id) != 0; }
+
+    // Header summaries kept per mail.
+    std::map<ImapMailId, MailHeadersPtr> headers;
+    // The folder where rewrites note their steps, so a run after a crash completes them.
+    QString journalDir() const;
+
+  private:
+    bool hasJournalFor(const QByteArray& rawName) const;
+    OpError recover(const QByteArray& rawName, const ImapMailboxState& state);
+
+    ImapAccount account_;
+    QByteArray secret_;
+    ImapLimits limits_;
+    std::unique_ptr<ImapConnection> conn_;
+    QByteArray selected_;
+    bool selectedWritable_ = false;
+    ImapMailboxState selectedState_;
+    std::vector<ImapMailbox> mailboxes_;
+    bool listed_ = false;
+    std::map<quint64, QByteArray> validityToMailbox_;
+    std::map<ImapMailId, ImapMailId> replaced_;
+    std::set<QByteArray> recovered_;
+
+    friend class ImapRewrite;
+
+  public:
+    std::set<ImapMailId> ownAppends_;
+};
+
+using ImapStorePtr = std::shared_ptr<ImapStore>;
+
+// Logs in on an open connection with the account's secret.
+OpError ImapLogin(ImapConnection& conn, const ImapAccount& account, const QByteArray& secret);

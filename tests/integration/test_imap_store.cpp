@@ -1,0 +1,396 @@
+// `stowaway` on an IMAP account of a real Dovecot, started by the test: real and test runs,
+// removal with links, the stamp as keyword and as header, XOAUTH2, IDLE while `watch` runs and
+// its reconnect after the server restarts. What the server holds is read from its Maildir.
+#include "stowaway_command.h"
+
+#include "data/settings.h"
+#include "host/imap/imap_jobs.h"
+#include "host/imap/imap_store.h"
+#include "support/dovecot_server.h"
+
+#include <QDirIterator>
+#include <QElapsedTimer>
+#include <QThread>
+
+#include <arpa/inet.h>
+#include <atomic>
+#include <netinet/in.h>
+#include <poll.h>
+#include <sys/socket.h>
+#include <thread>
+#include <unistd.h>
+
+#include <iostream>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+class ImapStoreTest : public StowawayCommandTest {
+  protected:
+    void SetUp() override {
+        StowawayCommandTest::SetUp();
+        dovecot = std::make_unique<DovecotServer>(TestEnv::home() + u"/dovecot"_s);
+        const QString why = dovecot->start();
+        ASSERT_TRUE(why.isEmpty()) << S(why);
+        target = TestEnv::home() + u"/Saved"_s;
+    }
+    void TearDown() override {
+        dovecot.reset();
+        StowawayCommandTest::TearDown();
+    }
+
+    QStringList storeArgs(const QString& user = u"bob"_s, const QString& query = {}) const {
+        return {u"--store"_s, dovecot->url(user) + query, u"--password-command"_s,
+                u"echo secret"_s};
+    }
+    CommandResult runOn(const QStringList& command, const QString& user = u"bob"_s) {
+        return runStowaway(storeArgs(user) + command);
+    }
+
+    // Appends over a connection of the test's own, as another mail program would.
+    void append(const SampleMail& mail, const QString& user = u"bob"_s,
+                const QByteArray& box = "INBOX") {
+        ImapConnection conn({u"127.0.0.1"_s, dovecot->port(), ImapSecurity::Plain});
+        ASSERT_FALSE(conn.open());
+        LoginJob login(user.toUtf8(), DovecotServer::kPassword);
+        ASSERT_FALSE(conn.run(login));
+        AppendJob job(box, {}, mail.date, BuildSampleMail(mail));
+        const OpError e = conn.run(job);
+        ASSERT_FALSE(e) << S(e.description);
+    }
+
+    // The mail files of a mailbox on the server's disk.
+    QStringList mailFiles(const QString& user = u"bob"_s, const QString& box = u"INBOX"_s) const {
+        QStringList files;
+        for (const char* sub : {"/cur", "/new"}) {
+            const QString dir = dovecot->maildir(user, box) + QLatin1String(sub);
+            for (const QString& name : QDir(dir).entryList(QDir::Files))
+                files << dir + u'/' + name;
+        }
+        files.sort();
+        return files;
+    }
+    // The keyword letters Dovecot gives a keyword in the file names ("a" for the first).
+    QString keywordLetter(const QString& keyword, const QString& user = u"bob"_s) const {
+        const QList<QByteArray> lines =
+            readFile(dovecot->maildir(user) + u"/dovecot-keywords"_s).split('\n');
+        for (const QByteArray& line : lines) {
+            const QList<QByteArray> parts = line.split(' ');
+            if (parts.size() == 2 && parts[1] == keyword.toUtf8())
+                return QString(QChar(u'a' + parts[0].toInt()));
+        }
+        return {};
+    }
+    static QString Flags(const QString& path) { return path.section(u":2,"_s, 1); }
+    QStringList savedFiles() const {
+        QStringList names;
+        QDirIterator it(target, QDir::Files, QDirIterator::Subdirectories);
+        while (it.hasNext())
+            names << QFileInfo(it.next()).fileName();
+        names.sort();
+        return names;
+    }
+
+    std::unique_ptr<DovecotServer> dovecot;
+    QString target;
+};
+
+TEST_F(ImapStoreTest, RealRunSavesTheFilesAndStampsByKeywordWithoutRewriting) {
+    useOnlyRule(SaveAllRule(target));
+    append(MailWithFile(u"Invoice"_s, u"invoice.pdf"_s));
+    append(MailWithFile(u"Report"_s, u"report.pdf"_s));
+    const QStringList before = mailFiles();
+    ASSERT_EQ(before.size(), 2);
+    QList<QByteArray> bytesBefore;
+    for (const QString& f : before)
+        bytesBefore << readFile(f);
+
+    const CommandResult r = runOn({u"run"_s, u"1"_s});
+    ASSERT_EQ(r.exitCode, 0) << S(r.err) << S(logText());
+    EXPECT_EQ(savedFiles(), (QStringList{u"invoice.pdf"_s, u"report.pdf"_s}));
+    EXPECT_EQ(readFile(target + u"/invoice.pdf"_s), QByteArray("%PDF-1.4 Invoice"));
+
+    // The same two mails, each with the keyword, their bytes untouched.
+    const QStringList after = mailFiles();
+    ASSERT_EQ(after.size(), 2) << S(after.join(u'\n'));
+    const QString letter = keywordLetter(QString::fromLatin1(kStampKeyword));
+    ASSERT_FALSE(letter.isEmpty());
+    for (int i = 0; i < 2; ++i) {
+        EXPECT_TRUE(Flags(after[i]).contains(letter)) << S(after[i]);
+        EXPECT_EQ(readFile(after[i]), bytesBefore[i]);
+    }
+    // A second run finds both stamped and saves nothing again.
+    ASSERT_EQ(runOn({u"run"_s, u"1"_s}).exitCode, 0);
+    EXPECT_EQ(savedFiles().size(), 2);
+}
+
+TEST_F(ImapStoreTest, TestRunChangesNothingOnTheServer) {
+    udtRule rule = SaveAllRule(target, true);
+    useOnlyRule(rule);
+    append(MailWithFile(u"Invoice"_s, u"invoice.pdf"_s));
+    ASSERT_EQ(runOn({u"rules"_s}).exitCode, 0);
+    QMap<QString, QByteArray> before;
+    for (const QString& f : mailFiles())
+        before.insert(f, readFile(f));
+
+    const CommandResult r = runOn({u"test"_s, u"1"_s, u"--yes"_s});
+    ASSERT_EQ(r.exitCode, 0) << S(r.err);
+    QMap<QString, QByteArray> after;
+    for (const QString& f : mailFiles())
+        after.insert(f, readFile(f));
+    EXPECT_EQ(after.keys(), before.keys());
+    EXPECT_TRUE(after == before);
+}
+
+TEST_F(ImapStoreTest, RemovalWithLinksReplacesEachMailByOneCopyWithoutTheFile) {
+    useOnlyRule(SaveAllRule(target, true));
+    append(MailWithFile(u"Invoice"_s, u"invoice.pdf"_s));
+    append(MailWithFile(u"Report"_s, u"report.pdf"_s));
+
+    const CommandResult r = runOn({u"run"_s, u"1"_s});
+    ASSERT_EQ(r.exitCode, 0) << S(r.err) << S(logText());
+    EXPECT_EQ(savedFiles(), (QStringList{u"invoice.pdf"_s, u"report.pdf"_s}));
+    const QStringList after = mailFiles();
+    ASSERT_EQ(after.size(), 2) << S(after.join(u'\n'));
+    const QString letter = keywordLetter(QString::fromLatin1(kStampKeyword));
+    for (const QString& f : after) {
+        const QByteArray mail = readFile(f);
+        EXPECT_FALSE(mail.contains("%PDF-1.4")) << S(f);
+        EXPECT_TRUE(mail.contains(("file://" + target + "/").toUtf8())) << S(f);
+        EXPECT_FALSE(mail.contains("X-Mileage")) << "the keyword is the stamp here";
+        EXPECT_TRUE(Flags(f).contains(letter)) << S(f);
+    }
+    // Nothing comes back on the next run.
+    ASSERT_EQ(runOn({u"run"_s, u"1"_s}).exitCode, 0);
+    EXPECT_EQ(mailFiles().size(), 2);
+    EXPECT_EQ(savedFiles().size(), 2);
+}
+
+TEST_F(ImapStoreTest, AMailboxWithoutRoomForKeywordsGetsTheStampAsHeader) {
+    // Without the right to write flags (ACL "w"), PERMANENTFLAGS holds \Seen and \Deleted alone.
+    const QString box = dovecot->maildir(u"carol"_s);
+    for (const char* sub : {"/cur", "/new", "/tmp"})
+        QDir().mkpath(box + QLatin1String(sub));
+    QFile acl(box + u"/dovecot-acl"_s);
+    ASSERT_TRUE(acl.open(QIODevice::WriteOnly));
+    acl.write("owner lrstipe\n");
+    acl.close();
+    QProcess::execute(u"chown"_s, {u"-R"_s, u"--reference="_s + dovecot->dir() + u"/run"_s,
+                                   dovecot->dir() + u"/mail"_s});
+
+    useOnlyRule(SaveAllRule(target));
+    append(MailWithFile(u"Invoice"_s, u"invoice.pdf"_s), u"carol"_s);
+    const CommandResult r = runOn({u"run"_s, u"1"_s}, u"carol"_s);
+    ASSERT_EQ(r.exitCode, 0) << S(r.err) << S(logText());
+    EXPECT_EQ(savedFiles(), QStringList{u"invoice.pdf"_s});
+    const QStringList after = mailFiles(u"carol"_s);
+    ASSERT_EQ(after.size(), 1) << S(after.join(u'\n'));
+    EXPECT_TRUE(readFile(after[0]).contains("X-Mileage: QWKStowaway")) << S(readFile(after[0]));
+    EXPECT_TRUE(readFile(after[0]).contains("filename=invoice.pdf"))
+        << "the file stays in the mail";
+    ASSERT_EQ(runOn({u"run"_s, u"1"_s}, u"carol"_s).exitCode, 0);
+    EXPECT_EQ(mailFiles(u"carol"_s).size(), 1);
+    EXPECT_EQ(savedFiles().size(), 1);
+}
+
+TEST_F(ImapStoreTest, XOAuth2TakesTheTokenFromThePasswordCommand) {
+    useOnlyRule(SaveAllRule(target));
+    append(MailWithFile(u"Invoice"_s, u"invoice.pdf"_s));
+    const CommandResult r =
+        runStowaway(storeArgs(u"bob"_s, u"?auth=xoauth2"_s) + QStringList{u"run"_s, u"1"_s});
+    ASSERT_EQ(r.exitCode, 0) << S(r.err);
+    EXPECT_EQ(savedFiles(), QStringList{u"invoice.pdf"_s});
+    EXPECT_TRUE(readFile(dovecot->dir() + u"/dovecot.log"_s).contains("method=XOAUTH2"));
+}
+
+struct RefusedCase {
+    const char* name;
+    QStringList args;
+    const char* message;
+};
+
+TEST_F(ImapStoreTest, AnAccountThatCannotBeUsedIsRefusedWithAClearMessage) {
+    const RefusedCase cases[] = {
+        {"wrong password",
+         {u"--store"_s, dovecot->url(u"bob"_s), u"--password-command"_s, u"echo wrong"_s},
+         "login as bob refused"},
+        {"failing command",
+         {u"--store"_s, dovecot->url(u"bob"_s), u"--password-command"_s, u"exit 3"_s},
+         "The password command failed (exit status 3)"},
+        {"plain to another host",
+         {u"--store"_s, u"imap+plain://bob@example.org"_s, u"--password-command"_s, u"echo x"_s},
+         "an unencrypted connection is allowed only to this computer"},
+        {"password in the URL",
+         {u"--store"_s, u"imap://bob:pw@127.0.0.1"_s},
+         "a password does not belong"},
+        {"nobody listening",
+         {u"--store"_s, u"imap+plain://bob@127.0.0.1:1"_s, u"--password-command"_s, u"echo x"_s},
+         "cannot connect"},
+        {"TLS to a plain server",
+         {u"--store"_s, u"imap://bob@127.0.0.1:%1"_s.arg(dovecot->port()), u"--password-command"_s,
+          u"echo x"_s},
+         "IMAP 127.0.0.1: the secure connection was refused"},
+    };
+    for (const RefusedCase& c : cases) {
+        const CommandResult r = runStowaway(c.args + QStringList{u"folders"_s});
+        EXPECT_NE(r.exitCode, 0) << c.name;
+        EXPECT_TRUE((r.out + r.err + logText()).contains(QString::fromUtf8(c.message)))
+            << c.name << "\n"
+            << S(r.out + r.err);
+        EXPECT_FALSE(logText().contains(u"wrong"_s)) << "the secret is never logged";
+    }
+}
+
+TEST_F(ImapStoreTest, WatchTakesMailAppendedMeanwhileAndAfterTheServerRestarts) {
+    useOnlyRule(SaveAllRule(target));
+    SaveSetting(u"SWActive"_s, u"1"_s);
+    // The first start watches the inbox.
+    ASSERT_EQ(runOn({u"folders"_s}).exitCode, 0);
+    auto watch = startStowaway(storeArgs() + QStringList{u"watch"_s});
+    // Mails there before the watch began are not new: wait until it watches.
+    QByteArray said;
+    ASSERT_TRUE(WaitFor(*watch, [&] {
+        said += watch->readAllStandardOutput();
+        return said.contains("Watching 1 folder(s)");
+    })) << said.toStdString();
+
+    QElapsedTimer clock;
+    clock.start();
+    append(MailWithFile(u"First"_s, u"first.pdf"_s));
+    ASSERT_TRUE(WaitFor(*watch, [&] { return savedFiles().contains(u"first.pdf"_s); }))
+        << S(logText());
+    const qint64 latency = clock.elapsed();
+    RecordProperty("idle_latency_ms", int(latency));
+    std::cout << "IDLE: the appended mail was saved after " << latency << " ms\n";
+
+    // The server goes away and comes back; the mail that came meanwhile is found by the walk.
+    dovecot->stop();
+    ASSERT_TRUE(dovecot->start().isEmpty());
+    append(MailWithFile(u"Second"_s, u"second.pdf"_s));
+    ASSERT_TRUE(WaitFor(*watch, [&] { return savedFiles().contains(u"second.pdf"_s); }))
+        << S(logText());
+    EXPECT_TRUE(logText().contains(u"IMAP: watching INBOX again"_s)) << S(logText());
+
+    watch->terminate();
+    ASSERT_TRUE(watch->waitForFinished(30000));
+    EXPECT_EQ(watch->exitCode(), 0) << S(QString::fromUtf8(watch->readAllStandardError()));
+    EXPECT_EQ(savedFiles(), (QStringList{u"first.pdf"_s, u"second.pdf"_s}));
+    EXPECT_EQ(mailFiles().size(), 2);
+}
+
+// Passes a connection through to the server and cuts both ends the moment the client sends a
+// line that starts with `cutAt` (after the tag): the network failing in the middle of a rewrite.
+class CuttingProxy {
+  public:
+    CuttingProxy(quint16 serverPort, QByteArray cutAt) : cutAt_(std::move(cutAt)) {
+        listener_ = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+        sockaddr_in a{};
+        a.sin_family = AF_INET;
+        a.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+        ::bind(listener_, reinterpret_cast<sockaddr*>(&a), sizeof a);
+        ::listen(listener_, 4);
+        socklen_t len = sizeof a;
+        ::getsockname(listener_, reinterpret_cast<sockaddr*>(&a), &len);
+        port_ = ntohs(a.sin_port);
+        thread_ = std::thread([this, serverPort] { serve(serverPort); });
+    }
+    ~CuttingProxy() {
+        stop_ = true;
+        ::shutdown(listener_, SHUT_RDWR);
+        thread_.join();
+        ::close(listener_);
+    }
+    quint16 port() const { return port_; }
+    bool cut() const { return cut_; }
+
+  private:
+    void serve(quint16 serverPort) {
+        while (!stop_) {
+            const int client = ::accept4(listener_, nullptr, nullptr, SOCK_CLOEXEC);
+            if (client < 0) return;
+            const int server = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+            sockaddr_in a{};
+            a.sin_family = AF_INET;
+            a.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+            a.sin_port = htons(serverPort);
+            if (::connect(server, reinterpret_cast<sockaddr*>(&a), sizeof a) == 0)
+                pump(client, server);
+            ::close(server);
+            ::close(client);
+        }
+    }
+    void pump(int client, int server) {
+        QByteArray fromClient;
+        for (;;) {
+            pollfd fds[2] = {{client, POLLIN, 0}, {server, POLLIN, 0}};
+            if (::poll(fds, 2, 200) < 0 || stop_) return;
+            char buf[65536];
+            if (fds[1].revents) {
+                const ssize_t n = ::read(server, buf, sizeof buf);
+                if (n <= 0 || ::write(client, buf, size_t(n)) != n) return;
+            }
+            if (fds[0].revents) {
+                const ssize_t n = ::read(client, buf, sizeof buf);
+                if (n <= 0) return;
+                fromClient.append(buf, n);
+                // Each command line as it passes: the tag, a blank, the command.
+                qsizetype eol;
+                while ((eol = fromClient.indexOf("\r\n")) >= 0) {
+                    const QByteArray line = fromClient.left(eol);
+                    if (!cut_ && line.mid(line.indexOf(' ') + 1).startsWith(cutAt_)) {
+                        cut_ = true;
+                        return; // the command never reaches the server
+                    }
+                    if (::write(server, fromClient.constData(), size_t(eol + 2)) != eol + 2) return;
+                    fromClient.remove(0, eol + 2);
+                }
+                if (!fromClient.isEmpty() && !fromClient.contains("\r\n")) {
+                    // A literal's bytes without a line end yet: pass them on.
+                    if (::write(server, fromClient.constData(), size_t(fromClient.size())) !=
+                        fromClient.size())
+                        return;
+                    fromClient.clear();
+                }
+            }
+        }
+    }
+
+    QByteArray cutAt_;
+    int listener_ = -1;
+    quint16 port_ = 0;
+    std::thread thread_;
+    std::atomic<bool> stop_{false};
+    std::atomic<bool> cut_{false};
+};
+
+// The connection dies before each step of a rewrite in turn; the run after it leaves exactly one
+// copy of every mail on the server, without the file.
+TEST_F(ImapStoreTest, ARewriteCutAtAnyStepLeavesExactlyOneCopy) {
+    useOnlyRule(SaveAllRule(target, true));
+    for (const char* step : {"APPEND", "UID STORE", "UID EXPUNGE"}) {
+        SCOPED_TRACE(step);
+        const QString subject = u"Cut at "_s + QLatin1String(step);
+        const QString file = QString::fromLatin1(step).replace(u' ', u'-').toLower() + u".pdf"_s;
+        append(MailWithFile(subject, file));
+        {
+            CuttingProxy proxy(dovecot->port(), step);
+            const CommandResult cut =
+                runStowaway({u"--store"_s, u"imap+plain://bob@127.0.0.1:%1"_s.arg(proxy.port()),
+                             u"--password-command"_s, u"echo secret"_s, u"run"_s, u"1"_s});
+            EXPECT_TRUE(proxy.cut()) << S(logText());
+            EXPECT_FALSE(cut.crashed);
+        }
+        ASSERT_EQ(runOn({u"run"_s, u"1"_s}).exitCode, 0);
+        int copies = 0;
+        for (const QString& f : mailFiles()) {
+            const QByteArray mail = readFile(f);
+            if (!mail.contains(("Subject: " + subject).toUtf8())) continue;
+            ++copies;
+            EXPECT_FALSE(mail.contains("filename=" + file.toUtf8())) << S(f);
+        }
+        EXPECT_EQ(copies, 1) << S(logText());
+    }
+}
+
+} // namespace
