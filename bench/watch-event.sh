@@ -77,7 +77,7 @@ mapfile -t mails < <(grep -l '^Content-Disposition: attachment' "$incoming"/mail
   head -n $((deliver + 1)))
 
 # CPU time of every thread of the process in ns (schedstat; /proc/PID/stat counts 10 ms ticks).
-cpu_ns() { cat /proc/"$1"/task/*/schedstat | awk '{ s += $1 } END { printf "%d", s }'; }
+cpu_ns() { cat /proc/"$1"/task/*/schedstat | awk '{ s += $1 } END { printf "%.0f", s }'; }
 
 measure() {
   local n=$1 dir run home out pid before after per
@@ -96,7 +96,8 @@ measure() {
   sync
   "$stowaway" --maildir "$run" --no-input watch >"$work/watch.log" 2>&1 &
   pid=$!
-  sleep 2
+  # Mail that comes before the watchers stand is no new mail to them: wait for them.
+  until grep -q '^Watching' "$work/watch.log"; do sleep 0.2; done
   local i=0 counted=0
   for m in "${mails[@]}"; do
     local name
