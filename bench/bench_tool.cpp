@@ -1,7 +1,7 @@
 // stowaway-bench: the corpus generator and the reference programs of bench/peers.sh.
-//   corpus DIR N [--seed S] [--all-qualify] [--stamped]   DIR/maildir, manifest.tsv, payload.b64
-//   rule OUTDIR [--remove-and-link]     the one rule of the benchmark, into the data folder
-//   parse MAILDIR                       GMime parse + decode of every mail, writing nothing
+//   corpus DIR N [--seed S] [--all-qualify] [--stamped] [--small]   DIR/maildir, manifest.tsv,
+//   payload.b64 rule OUTDIR [--remove-and-link]     the one rule of the benchmark, into the data
+//   folder parse MAILDIR                       GMime parse + decode of every mail, writing nothing
 //   floor MAILDIR OUTDIR                decode + write the attachments + rewrite each mail, synced
 //   write-payload CORPUS OUTDIR         create, write and sync files of the manifest's sizes
 //   verify CORPUS OUTDIR                the files in OUTDIR against the manifest
@@ -35,7 +35,7 @@ QTextStream& err() {
 }
 
 int Usage() {
-    err() << "usage: stowaway-bench corpus DIR N [--seed S] [--all-qualify] [--stamped]\n"
+    err() << "usage: stowaway-bench corpus DIR N [--seed S] [--all-qualify] [--stamped] [--small]\n"
              "       stowaway-bench rule OUTDIR [--remove-and-link]\n"
              "       stowaway-bench parse MAILDIR\n"
              "       stowaway-bench floor MAILDIR OUTDIR\n"
@@ -48,6 +48,12 @@ int Corpus(QStringList args) {
     CorpusOptions options;
     options.allQualify = args.removeAll(QStringLiteral("--all-qualify")) > 0;
     options.stamped = args.removeAll(QStringLiteral("--stamped")) > 0;
+    if (args.removeAll(QStringLiteral("--small")) > 0) {
+        // The micro-benchmarks' sizes: a folder of 100,000 mails in a few GB.
+        options.minBinary = 1024;
+        options.medianBinary = 8 * 1024;
+        options.maxBinary = 64 * 1024;
+    }
     if (const qsizetype at = args.indexOf(QStringLiteral("--seed"));
         at >= 0 && at + 1 < args.size()) {
         options.seed = args.at(at + 1).toULongLong();

@@ -153,7 +153,7 @@ micro_json=""
 if [ "$micro" = 1 ]; then
   micro_json=$results/micro.json
   (cd "$work" && "$build/bench/stowaway-micro" --benchmark_format=json \
-    --benchmark_filter='LoadData|NewMailEvent|FullParse|MatchesRule|AddProto/1000$|AddProto/10000$' \
+    --benchmark_filter='LoadData|NewMailEvent/1000$|NewMailEvent/10000$|FullParse|MatchesRule|AddProto/1000$|AddProto/10000$' \
     >"$micro_json")
 fi
 

@@ -258,8 +258,10 @@ void RunRules(RunState& run, MailState& mail, const udtRule& special) {
     }
 }
 
-void ProcessItem(RunState& run, const MailItemPtr& item, const udtRule& special) {
-    if (!item) return;
+// Returns true when the skip test passed over the mail for a reason that lasts as long as the
+// mail stays as it is (read, stamped, no attachments), read without an error.
+bool ProcessItem(RunState& run, const MailItemPtr& item, const udtRule& special) {
+    if (!item) return false;
     const Result<MailItemPtr> fetched = FetchMail(item);
     if (fetched.error) {
         const QString text = LangText(QStringLiteral("Fehler bei Zugriff auf Nachricht via RDO: "),
@@ -268,7 +270,7 @@ void ProcessItem(RunState& run, const MailItemPtr& item, const udtRule& special)
         WriteLog(QStringLiteral("! ") + text);
         ui().beep();
         ui().messageBox(text, MsgButtons::OK, MsgIcon::Exclamation, gAppCaption);
-        return;
+        return false;
     }
 
     MailState mail;
@@ -277,7 +279,8 @@ void ProcessItem(RunState& run, const MailItemPtr& item, const udtRule& special)
     MailItem& m = *mail.mail;
     if (DoProto) LogMailBlock(m);
 
-    mail.attCount = static_cast<int16_t>(m.AttachmentCount().value);
+    const Result<int> attachments = m.AttachmentCount();
+    mail.attCount = static_cast<int16_t>(attachments.value);
     OpError readError;
     const Result<QString> mileage = m.Mileage();
     const Result<bool> hidePaperClip = m.HidePaperClip();
@@ -327,6 +330,7 @@ void ProcessItem(RunState& run, const MailItemPtr& item, const udtRule& special)
         RunRules(run, mail, special);
     }
     if (DoProto) WriteLog(DashLine());
+    return skip && !run.specialRule && !readError && attachments.ok();
 }
 
 void ShowClosingSummary(const RunState& run) {
@@ -367,7 +371,12 @@ void ShowClosingSummary(const RunState& run) {
 void WalkFolder(RunState& run, const MailFolderPtr& folder, const udtRule& special) {
     run.folderName = folder->Name().value;
     WriteLog(QStringLiteral("Checking folder: ") + run.folderName);
-    Result<std::vector<MailItemPtr>> items = folder->Items();
+    // Mails the skip test passed over before, unchanged since, would be passed over again
+    // without a trace: the store may leave them out, so a new mail costs what is new. A walk
+    // that shows every mail (progress, the passed-over list, the LOG's mail blocks) or that
+    // has a skip test of its own takes them all.
+    const bool allItems = run.specialRule || run.status || DoProto || ui().reportsPassedOver();
+    Result<std::vector<MailItemPtr>> items = allItems ? folder->Items() : folder->ItemsNotDone();
     if (items.error)
         WriteLog(QStringLiteral("! SWN/Items: ") + run.folderName + QStringLiteral(": ") +
                  items.error.description);
@@ -376,10 +385,13 @@ void WalkFolder(RunState& run, const MailFolderPtr& folder, const udtRule& speci
     for (MailItemPtr& item : items.value) {
         if (run.status) ShowSubProgress(++run.itemsSeen, run.itemsTotal, run.status);
         const int itemClass = item ? item->Class().value : 0;
-        if (itemClass == ItemClass::Mail || itemClass == ItemClass::Post)
-            ProcessItem(run, item, special);
-        else if (item && ui().reportsPassedOver())
-            ReportPassedOver(*item, {}, PassedOverClassReason(itemClass));
+        if (itemClass == ItemClass::Mail || itemClass == ItemClass::Post) {
+            if (ProcessItem(run, item, special)) item->NoteDone();
+        } else if (item) {
+            if (ui().reportsPassedOver())
+                ReportPassedOver(*item, {}, PassedOverClassReason(itemClass));
+            item->NoteDone(); // its class is its content's
+        }
         item.reset(); // a walk over a large folder holds only the mails still to come
         ui().pumpEvents();
         if (ui().cancelRequested()) run.abortRun = true;

@@ -97,6 +97,9 @@ class MailItem {
     virtual Result<int> AttachmentCount() const = 0;
     // 1-based.
     virtual Result<AttachmentPtr> AttachmentAt(int index) const = 0;
+    // The driver's skip test passed over this mail (read, stamped or without attachments): as
+    // long as the message stays as it is, its folder's ItemsNotDone may leave it out.
+    virtual void NoteDone() {}
 };
 
 class MailFolder {
@@ -109,6 +112,9 @@ class MailFolder {
     virtual Result<MailFolderPtr> Parent() const = 0;
     // The items in the store's order.
     virtual Result<std::vector<MailItemPtr>> Items() const = 0;
+    // Items() without those noted done (MailItem::NoteDone) and unchanged since, which the
+    // driver's skip test would pass over again. A store that keeps no such notes gives Items().
+    virtual Result<std::vector<MailItemPtr>> ItemsNotDone() const { return Items(); }
     virtual Result<int> ItemCount() const = 0;
     virtual Result<std::vector<MailFolderPtr>> Folders() const = 0;
 };

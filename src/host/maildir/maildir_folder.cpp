@@ -37,37 +37,63 @@ OpError MaildirFolder::check(bool& hasMaildir) const {
     return OpError::none();
 }
 
-Result<std::vector<MailItemPtr>> MaildirFolder::Items() const {
-    bool hasMaildir = false;
-    if (OpError error = check(hasMaildir)) return {{}, error};
-    std::vector<MailItemPtr> items;
-    if (!hasMaildir) return {items, OpError::none()};
+std::vector<MailItemPtr> MaildirFolder::makeItems(std::vector<MailFileEntry>& files) const {
     const QString dir = directory();
-    Result<std::vector<MailFileEntry>> listed = ListMailFiles(dir);
-    if (!listed.ok()) return {{}, listed.error};
-    std::vector<MailFileEntry>& files = listed.value;
-    QSet<QString> inCur;
-    QSet<QString> inNew;
     MaildirShared& shared = *store_->shared;
     // Held by every mail object of this listing; the locations see when all are gone.
     const auto listing = std::make_shared<const char>('\0');
+    std::vector<MailItemPtr> items;
     items.reserve(files.size());
     for (MailFileEntry& file : files) {
-        (file.subdir == QLatin1String("cur") ? inCur : inNew).insert(file.name);
         shared.noteLocation(
             MaildirUnique(file.name),
             MailLocation{store_->root, id_, file.subdir, file.name, file.identity, listing});
         items.push_back(std::make_shared<MaildirItem>(store_, id_, std::move(file), dir, listing));
     }
+    return items;
+}
+
+MailItemPtr MaildirFolder::itemOf(MailFileEntry file) const {
+    std::vector<MailFileEntry> files{std::move(file)};
+    return makeItems(files).front();
+}
+
+Result<std::vector<MailItemPtr>> MaildirFolder::Items() const {
+    bool hasMaildir = false;
+    if (OpError error = check(hasMaildir)) return {{}, error};
+    if (!hasMaildir) return {{}, OpError::none()};
+    const QString dir = directory();
+    // A watched folder is known without a look at the disk.
+    if (const auto index = store_->shared->index(dir)) {
+        std::vector<MailFileEntry> files = index->entries(false);
+        return {makeItems(files), OpError::none()};
+    }
+    Result<std::vector<MailFileEntry>> listed = ListMailFiles(dir);
+    if (!listed.ok()) return {{}, listed.error};
+    QSet<QString> inCur;
+    QSet<QString> inNew;
+    for (const MailFileEntry& file : listed.value)
+        (file.subdir == QLatin1String("cur") ? inCur : inNew).insert(file.name);
+    MaildirShared& shared = *store_->shared;
     shared.cache.prune(dir + QStringLiteral("/cur"), inCur);
     shared.cache.prune(dir + QStringLiteral("/new"), inNew);
-    return {items, OpError::none()};
+    return {makeItems(listed.value), OpError::none()};
+}
+
+Result<std::vector<MailItemPtr>> MaildirFolder::ItemsNotDone() const {
+    const auto index = store_->shared->index(directory());
+    if (!index) return Items();
+    bool hasMaildir = false;
+    if (OpError error = check(hasMaildir)) return {{}, error};
+    std::vector<MailFileEntry> files = index->entries(true);
+    return {makeItems(files), OpError::none()};
 }
 
 Result<int> MaildirFolder::ItemCount() const {
     bool hasMaildir = false;
     if (OpError error = check(hasMaildir)) return {0, error};
     if (!hasMaildir) return {0, OpError::none()};
+    if (const auto index = store_->shared->index(directory())) return {int(index->size()), {}};
     const Result<std::vector<MailFileEntry>> listed = ListMailFiles(directory());
     return {int(listed.value.size()), listed.error};
 }

@@ -215,9 +215,10 @@ OpError MaildirItem::SetUnRead(bool unread) {
         RenameMailFlags(folderDir(), file_, flags, shared.ownWrites);
     if (!renamed.ok()) return renamed.error;
     const QString oldDir = subdirPath();
-    const QString oldName = file_.name;
+    const MailFileEntry old = file_;
     file_ = renamed.value;
-    shared.cache.rename(oldDir, oldName, subdirPath(), file_.name);
+    shared.cache.rename(oldDir, old.name, subdirPath(), file_.name);
+    shared.noteRenamed(folderDir(), old, file_);
     shared.noteLocation(name.unique,
                         MailLocation{store_->root, folderId_, file_.subdir, file_.name});
     seenMoves_ = shared.moves;
@@ -318,8 +319,10 @@ OpError MaildirItem::Save() {
     const QString oldUnique = MaildirUnique(file_.name);
     const QString newUnique = MaildirUnique(saved.value);
     shared.cache.forget(subdirPath(), file_.name);
+    const MailFileEntry old = file_;
     file_.name = saved.value;
     IdentityOfPath(path(), file_.identity);
+    shared.noteRenamed(folderDir(), old, file_);
     shared.noteSaved(oldUnique, newUnique,
                      MailLocation{store_->root, folderId_, file_.subdir, file_.name});
     seenMoves_ = shared.moves;
@@ -387,4 +390,10 @@ OpError MaildirItem::deleteAttachment(int key) {
     keys_.erase(keys_.begin() + index.value);
     dirty_ = true;
     return OpError::none();
+}
+
+void MaildirItem::NoteDone() {
+    if (dirty_) return; // the version on disk is not the one looked at
+    if (const auto index = store_->shared->index(folderDir()))
+        index->markDone(file_.subdir, file_.name, file_.identity);
 }

@@ -43,6 +43,7 @@ class MaildirItem : public MailItem, public std::enable_shared_from_this<Maildir
     OpError Save() override;
     Result<int> AttachmentCount() const override;
     Result<AttachmentPtr> AttachmentAt(int index) const override;
+    void NoteDone() override;
 
     // The file as it stands now.
     QString path() const;

@@ -152,10 +152,11 @@ Result<std::vector<MailFolderPtr>> MaildirSession::Stores() {
 Result<std::unique_ptr<ItemAddSubscription>>
 MaildirSession::SubscribeItemAdd(const MailFolderPtr& folder, ItemAddHandler onItemAdd) {
     std::weak_ptr<MaildirShared> shared = shared_;
-    return WatchMaildirFolder(folder, std::move(onItemAdd), [shared](const QString& entryId) {
-        const auto alive = shared.lock();
-        return alive && alive->ownWrites.containsEntryId(entryId);
-    });
+    return WatchMaildirFolder(folder, shared_, std::move(onItemAdd),
+                              [shared](const QString& entryId) {
+                                  const auto alive = shared.lock();
+                                  return alive && alive->ownWrites.containsEntryId(entryId);
+                              });
 }
 
 void MaildirSession::setOwnWriteListener(OwnWrites::Listener listener) {

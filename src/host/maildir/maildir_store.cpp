@@ -43,3 +43,16 @@ std::shared_ptr<ParsedMail> LastParsed::take(const QString& wanted, const FileId
     path.clear();
     return same ? taken : nullptr;
 }
+
+std::shared_ptr<FolderIndex> MaildirShared::index(const QString& folderDir) const {
+    const auto found = indexes.constFind(folderDir);
+    return found == indexes.constEnd() ? nullptr : found->lock();
+}
+
+void MaildirShared::noteRenamed(const QString& folderDir, const MailFileEntry& before,
+                                const MailFileEntry& after) {
+    const std::shared_ptr<FolderIndex> folder = index(folderDir);
+    if (!folder) return;
+    folder->refresh(before.subdir, before.name);
+    folder->refresh(after.subdir, after.name);
+}

@@ -1,6 +1,7 @@
 #pragma once
 // What the folders and mails of one Maildir store share: its root and name, and the session's
 // parse cache, own-write list, limits and the index from a mail's id to its file.
+#include "host/maildir/folder_index.h"
 #include "host/maildir/mail_cache.h"
 #include "host/mime/mime_prescan.h"
 #include "host/maildir/own_writes.h"
@@ -52,11 +53,19 @@ struct MaildirShared {
     // Counts the changes to where mails are: a mail object that saw the same count needs no
     // look for a move of its file.
     quint64 moves = 0;
+    // The folders a watcher keeps an index of, by directory; the watchers own them.
+    QHash<QString, std::weak_ptr<FolderIndex>> indexes;
 
     // Where the mail of an EntryID (or of one it was saved from) was last seen.
     const MailLocation* find(const QString& entryId) const;
     void noteLocation(const QString& entryId, const MailLocation& location);
     void noteSaved(const QString& oldId, const QString& newId, const MailLocation& location);
+    // The index a watcher keeps of the folder at `folderDir`; null when none is watching.
+    std::shared_ptr<FolderIndex> index(const QString& folderDir) const;
+    // The store renamed or replaced a file of a folder: its index learns at once, before the
+    // watcher's events come.
+    void noteRenamed(const QString& folderDir, const MailFileEntry& before,
+                     const MailFileEntry& after);
 };
 
 struct MaildirStore {

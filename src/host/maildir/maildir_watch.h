@@ -1,47 +1,60 @@
 #pragma once
-// New-mail events for Maildir folders: inotify on new/ and cur/ through QFileSystemWatcher.
-// A folder's items are compared by entry id with the last look, so a flag change or a move
-// from new/ to cur/ is no new mail, and names that the store itself just wrote are ignored.
-// The store's own saves change the folder too: a look at the names alone tells those apart
-// cheaply, and changes that come in a burst are looked at once a second at most.
+// New-mail events for Maildir folders, from inotify on new/ and cur/. The events name the files
+// that appeared, moved or went, so the watcher looks at those alone and keeps the store's index
+// of the folder current (folder_index.h); the whole folder is looked at only at the start and
+// after the kernel's event queue overflowed. A name whose unique part the folder held before
+// (a flag change, a move from new/ to cur/) is no new mail, nor is a name the store itself
+// just wrote.
+#include "host/maildir/maildir_store.h"
 #include "host/new_mail.h"
 
-#include <QElapsedTimer>
 #include <QObject>
 #include <QSet>
+
+#include <deque>
 #include <functional>
+#include <memory>
+
+class QSocketNotifier;
 
 class MaildirFolderWatch : public QObject, public ItemAddSubscription {
     Q_OBJECT
   public:
     using OwnWriteTest = std::function<bool(const QString& entryId)>;
 
-    MaildirFolderWatch(MailFolderPtr folder, QString directory,
+    // `inotifyFd` watches new/ and cur/ of `folder`'s directory already; the watch owns it.
+    MaildirFolderWatch(MailFolderPtr folder, std::shared_ptr<MaildirShared> shared,
+                       std::shared_ptr<FolderIndex> index, int inotifyFd, int newWd,
                        NewMailSource::ItemAddHandler handler, OwnWriteTest isOwnWrite);
+    ~MaildirFolderWatch() override;
 
-    // Looks at the folder now and reports what is new since the last look.
-    void scan();
+    // The full look: the folder read anew, and what is new since the last look reported.
+    void fullLook();
+    // Reads the events that wait and reports what they bring.
+    void readEvents();
 
   private:
-    QSet<QString> currentIds(std::vector<MailItemPtr>* items) const;
-    // Scans now, or once the pause after the last scan is over.
-    void onDirectoryChanged();
+    // Reports the files of unique parts new to the folder, unless the store wrote them.
+    void report(const std::vector<MailFileEntry>& files);
+    void deliver();
 
     MailFolderPtr m_folder;
-    QString m_directory;
-    QElapsedTimer m_sinceScan;
-    bool m_scanPending = false;
+    std::shared_ptr<MaildirShared> m_shared;
+    std::shared_ptr<FolderIndex> m_index;
+    int m_fd;
+    int m_newWd;
+    QSocketNotifier* m_notifier;
     NewMailSource::ItemAddHandler m_handler;
     OwnWriteTest m_isOwnWrite;
-    QSet<QString> m_known;
-    bool m_scanning = false;
-    bool m_rescan = false;
+    // Unique parts that left the folder in the last batch of events: a rename whose two
+    // events came in two reads is no new mail.
+    QSet<QString> m_justGone;
+    std::deque<MailFileEntry> m_pending; // new mails still to report
+    bool m_delivering = false;
 };
-
-// The directory of a Maildir folder from its store id (the root) and entry id.
-QString MaildirFolderDirectory(const MailFolderPtr& folder);
 
 // Subscribes with MaildirFolderWatch; `isOwnWrite` tells the store's own new names.
 Result<std::unique_ptr<ItemAddSubscription>>
-WatchMaildirFolder(const MailFolderPtr& folder, NewMailSource::ItemAddHandler handler,
+WatchMaildirFolder(const MailFolderPtr& folder, const std::shared_ptr<MaildirShared>& shared,
+                   NewMailSource::ItemAddHandler handler,
                    MaildirFolderWatch::OwnWriteTest isOwnWrite);
