@@ -98,21 +98,6 @@ QString ScriptedUserInteraction::chooseSaveFile(const SaveFileRequest& request) 
     return answer;
 }
 
-QString ScriptedUserInteraction::browseForFolder(const QString& title,
-                                                 const QString& initialFolder) {
-    QString answer;
-    if (!m_folders.empty()) {
-        answer = m_folders.front();
-        m_folders.pop_front();
-    }
-    note(u"folder %1 | %2 -> %3"_s.arg(title, initialFolder, answer));
-    return answer;
-}
-
-QString ScriptedUserInteraction::pickMailFolder(const QString& title) {
-    return browseForFolder(title, QString());
-}
-
 bool ScriptedUserInteraction::playSound(const QString& sound) {
     m_sounds << sound;
     note(u"sound "_s + sound);

@@ -24,8 +24,6 @@ class ScriptedUserInteraction : public UserInteraction {
     void answerMsgBoxEx(int answer) { m_msgBoxEx.push_back(answer); }
     void answerMessageBox(MsgAnswer answer) { m_messageBox.push_back(answer); }
     void answerSaveFile(const QString& path) { m_saveFile.push_back(path); }
-    // Answers of the folder pickers (disk, mail store); none left: cancelled.
-    void answerFolder(const QString& path) { m_folders.push_back(path); }
 
     const std::vector<AskedQuestion>& questions() const { return m_questions; }
     // The questions of one kind, in order.
@@ -44,8 +42,6 @@ class ScriptedUserInteraction : public UserInteraction {
                          const QString& title) override;
     int msgBoxEx(const MsgBoxExRequest& request) override;
     QString chooseSaveFile(const SaveFileRequest& request) override;
-    QString browseForFolder(const QString& title, const QString& initialFolder) override;
-    QString pickMailFolder(const QString& title) override;
     bool playSound(const QString& sound) override;
     bool openWithShell(const QString& target) override;
     void showTrayNotification(const TrayNotification& notification) override;
@@ -60,7 +56,6 @@ class ScriptedUserInteraction : public UserInteraction {
     std::deque<int> m_msgBoxEx;
     std::deque<MsgAnswer> m_messageBox;
     std::deque<QString> m_saveFile;
-    std::deque<QString> m_folders;
 
     std::vector<AskedQuestion> m_questions;
     int m_beeps = 0;

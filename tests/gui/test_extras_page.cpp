@@ -42,6 +42,18 @@ QStringList Lines(const QAbstractItemModel* model, const QModelIndex& parent = {
     return lines;
 }
 
+// The scripted user, whose folder pickers answer from a queue (none left: cancelled).
+class PickingUser : public ScriptedUserInteraction {
+  public:
+    void answerFolder(const QString& path) { m_folders << path; }
+    QString browseForFolder(const QString&, const QString&) override { return next(); }
+    QString pickMailFolder(const QString&) override { return next(); }
+
+  private:
+    QString next() { return m_folders.isEmpty() ? QString() : m_folders.takeFirst(); }
+    QStringList m_folders;
+};
+
 QString Headers(const QTreeView* view) {
     QStringList texts;
     for (int c = 0; c < view->model()->columnCount(); ++c)
@@ -57,7 +69,7 @@ class TestExtrasPage : public QObject {
 
     void init() {
         TestEnv::resetAll();
-        m_user = ScriptedUserInteraction();
+        m_user = PickingUser();
         SetUserInteraction(&m_user);
         SaveSetting(u"PaceSeconds"_s, u"0"_s);
         m_root = TestEnv::home() + u"/Mail"_s;
@@ -325,7 +337,7 @@ class TestExtrasPage : public QObject {
         m_form->extrasPage()->btnSaveOutlFolder->click();
     }
 
-    ScriptedUserInteraction m_user;
+    PickingUser m_user;
     QString m_root;
     std::unique_ptr<MaildirSession> m_session;
     std::unique_ptr<frmStowaway> m_form;
