@@ -20,6 +20,7 @@
 #include <QFile>
 #include <QRadioButton>
 #include <QTemporaryDir>
+#include <QToolButton>
 #include <QTreeView>
 
 #include <benchmark/benchmark.h>

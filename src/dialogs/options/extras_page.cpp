@@ -234,6 +234,7 @@ void ExtrasPage::InitMailsList() {
         m_list->clear();
         m_tree->setListing(listing);
         tvMails->setCurrentIndex(m_tree->index(0, 0));
+        tvMails->expand(m_tree->index(0, 0));
         tvMails->show();
     } else {
         tvMails->hide();

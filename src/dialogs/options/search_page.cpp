@@ -74,7 +74,6 @@ SearchPage::SearchPage(frmStowaway& form) : m_form(form) {
     label2->setBuddy(txtSearch);
     btnSearch =
         PictureButton(this, QStringLiteral("btnSearch"), {"edit-find", "system-search"}, QString());
-    btnSearch->setAccessibleName(QStringLiteral("Search"));
     btnSearchBack = PictureButton(this, QStringLiteral("btnSearchBack"),
                                   {"go-previous", "edit-undo"}, QString());
     btnSearchBack->setEnabled(false);
@@ -189,6 +188,12 @@ QWidget* SearchPage::buildButtons() {
 }
 
 void SearchPage::clearFileInfos() {
+    // Picture buttons without a caption or a tooltip of their own still need a name.
+    btnSearch->setAccessibleName(LangText(QStringLiteral("Suchen"), QStringLiteral("Search")));
+    btnSearchBack->setAccessibleName(LangText(QStringLiteral("Zurück"), QStringLiteral("Back")));
+    btnSearchView->setAccessibleName(LangText(QStringLiteral("Anzeigen"), QStringLiteral("View")));
+    btnSearchDelFile->setAccessibleName(
+        LangText(QStringLiteral("Löschen"), QStringLiteral("Delete")));
     for (QLabel* label : lblSearchFileInfos) {
         label->clear();
         label->setToolTip(QString());
