@@ -45,9 +45,11 @@ qint64 AttachmentBytes(const MailItemPtr& item, int count) {
     return bytes;
 }
 
-void ProcessFolders(ListWalk& walk, const MailFolderPtr& folder) {
+void ProcessFolders(ListWalk& walk, const MailFolderPtr& folder, int parent) {
     ++walk.listing.folders;
     const QString folderName = folder->Name().value;
+    const int node = static_cast<int>(walk.listing.tree.size());
+    walk.listing.tree.push_back({folderName, parent, 0});
     const QString storeId = folder->StoreID().value;
     const Result<std::vector<MailItemPtr>> items = folder->Items();
     if (items.error)
@@ -70,6 +72,7 @@ void ProcessFolders(ListWalk& walk, const MailFolderPtr& folder) {
         const qint64 kb = SizeInKb(AttachmentBytes(item, count));
         ++walk.listing.mails;
         walk.listing.totalKb += kb;
+        walk.listing.tree[static_cast<size_t>(node)].kb += kb;
 
         ExtrasRow row;
         row.folderName = folderName;
@@ -78,12 +81,15 @@ void ProcessFolders(ListWalk& walk, const MailFolderPtr& folder) {
         row.senderName = item->SenderName().value;
         row.sizeText = FormatThousands(kb) + QStringLiteral(" Kb (") + QString::number(count) +
                        QLatin1Char(')');
+        row.kb = kb;
+        row.attachments = count;
+        row.folder = node;
         walk.listing.rows.push_back(std::move(row));
     }
 
     if (walk.withSubfolders)
         for (const MailFolderPtr& sub : folder->Folders().value)
-            if (sub) ProcessFolders(walk, sub);
+            if (sub) ProcessFolders(walk, sub, node);
 }
 
 void Refuse(const char* german, const char* english) {
@@ -122,8 +128,26 @@ bool RunRefused(const ExtrasRunOptions& options, const std::vector<ExtrasRow>& r
     return false;
 }
 
-// The mail of a row: by its EntryID and StoreID, else by the EntryID alone.
-Result<MailItemPtr> GetItemFromID(const QString& tag) {
+MailFolderPtr FindInFolder(const MailFolderPtr& folder, const QString& path) {
+    if (!folder) return nullptr;
+    if (GetFolderPath(folder).compare(path, Qt::CaseInsensitive) == 0) return folder;
+    for (const MailFolderPtr& sub : folder->Folders().value)
+        if (MailFolderPtr found = FindInFolder(sub, path)) return found;
+    return nullptr;
+}
+} // namespace
+
+MailFolderPtr FindFolderByPath(const QString& path) {
+    MailSession* session = gobjRDOSession();
+    if (!session || path.isEmpty()) return nullptr;
+    for (const MailFolderPtr& top : session->Stores().value)
+        for (const MailFolderPtr& folder :
+             top ? top->Folders().value : std::vector<MailFolderPtr>{})
+            if (MailFolderPtr found = FindInFolder(folder, path)) return found;
+    return nullptr;
+}
+
+Result<MailItemPtr> GetItemFromTag(const QString& tag) {
     MailSession* session = gobjRDOSession();
     if (!session) return {nullptr, OpError::make(ErrNo::Failed, QStringLiteral("No mail session"))};
     const QString entryId = tag.section(QLatin1Char('|'), 0, 0);
@@ -134,7 +158,6 @@ Result<MailItemPtr> GetItemFromID(const QString& tag) {
         item.error = OpError::make(ErrNo::NotFound, QStringLiteral("Mail not found"));
     return item;
 }
-} // namespace
 
 qint64 SizeInKb(qint64 bytes) {
     return bytes / 1024 + 1;
@@ -164,6 +187,10 @@ QString OverviewNodeText(qint64 kb, const QString& text) {
            QStringLiteral(" Kb - ") + text;
 }
 
+QString OverviewFolderText(const ExtrasFolder& folder) {
+    return folder.kb >= 1 ? OverviewNodeText(folder.kb, folder.name) : folder.name;
+}
+
 QString ExtrasTotalsText(const ExtrasListing& listing) {
     return QString::number(listing.folders) + QLatin1Char('/') + QString::number(listing.mails) +
            QStringLiteral(", ") + FormatThousands(listing.totalKb) + QStringLiteral(" Kb");
@@ -177,7 +204,7 @@ ExtrasListing ListExtrasMails(const MailFolderPtr& folder, bool withSubfolders,
     if (!folder) return walk.listing;
     BusyPointer busy;
     ShowProgress(0, 0, status);
-    ProcessFolders(walk, folder);
+    ProcessFolders(walk, folder, -1);
     ShowProgress(-1, -1, status);
     return walk.listing;
 }
@@ -221,7 +248,7 @@ ExtrasRunSummary RunExtras(const ExtrasRunOptions& options, const std::vector<Ex
         }
         const ExtrasRow& row = rows[static_cast<size_t>(i)];
         if (!row.ticked) continue;
-        const Result<MailItemPtr> item = GetItemFromID(row.tag);
+        const Result<MailItemPtr> item = GetItemFromTag(row.tag);
         if (item.error || !item.value) {
             const QString text = LangText(QStringLiteral("Fehler beim Zugriff auf Nachricht!"),
                                           QStringLiteral("Error accessing mail!"));

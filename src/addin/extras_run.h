@@ -18,10 +18,21 @@ struct ExtrasRow {
     QString sizeText; // "1,234 Kb (2)"
     QString tag;      // EntryID "|" StoreID of the folder
     bool ticked = true;
+    qint64 kb = 0; // the attachments' size as the lists show it
+    int attachments = 0;
+    int folder = 0; // index of its folder in ExtrasListing::tree
+};
+
+// A folder of the walk, for the overview tree.
+struct ExtrasFolder {
+    QString name;
+    int parent = -1; // index in ExtrasListing::tree; -1 for the folder the walk began with
+    qint64 kb = 0;   // the folder's own mails, without its subfolders
 };
 
 struct ExtrasListing {
     std::vector<ExtrasRow> rows;
+    std::vector<ExtrasFolder> tree; // in the order of the walk: a parent before its children
     int folders = 0;
     int mails = 0;
     qint64 totalKb = 0;
@@ -35,6 +46,8 @@ QString FormatThousands(qint64 value);
 QString NullsToBlanks(const QString& text);
 // The overview tree's texts: "  1024 Kb - " and the subject or the folder's name.
 QString OverviewNodeText(qint64 kb, const QString& text);
+// A folder node's text: its name, behind its size when that is at least 1 Kb.
+QString OverviewFolderText(const ExtrasFolder& folder);
 // "folders/mails, 1,234 Kb".
 QString ExtrasTotalsText(const ExtrasListing& listing);
 
@@ -42,6 +55,11 @@ QString ExtrasTotalsText(const ExtrasListing& listing);
 // ticked. Progress over the items goes to `status` (may be null).
 ExtrasListing ListExtrasMails(const MailFolderPtr& folder, bool withSubfolders,
                               StatusSurface* status);
+
+// The store's folder with the path `path` ("Maildir|Work", case ignored); null when none has it.
+MailFolderPtr FindFolderByPath(const QString& path);
+// The mail of a row's or a node's tag: by its EntryID and StoreID, else by the EntryID alone.
+Result<MailItemPtr> GetItemFromTag(const QString& tag);
 
 // The modes of the tab, by the number of their option.
 enum class ExtrasMode { ByRules = 0, ToFolder = 1, Overview = 2 };

@@ -94,6 +94,10 @@ class MailItem {
     virtual OpError SetInternetCodepage(int) { return {}; }
     // Writes the changed mail to the store.
     virtual OpError Save() = 0;
+    // Shows the mail with the desktop's handler for mail files (message/rfc822).
+    virtual OpError Display() {
+        return OpError::make(ErrNo::Failed, QStringLiteral("This store cannot show a mail"));
+    }
     virtual Result<int> AttachmentCount() const = 0;
     // 1-based.
     virtual Result<AttachmentPtr> AttachmentAt(int index) const = 0;

@@ -12,6 +12,7 @@
 #include <QString>
 
 #include <memory>
+#include <vector>
 
 struct CachedMail {
     FileIdentity identity;
@@ -20,6 +21,8 @@ struct CachedMail {
     MailStructurePtr structure;
     OpError structureError;
     bool structureRead = false;
+    // Decoded sizes of the attachments by their place in the file; -1 where not asked for yet.
+    std::vector<qint64> attachmentSizes;
 };
 
 class MailCache {

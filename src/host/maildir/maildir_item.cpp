@@ -7,6 +7,11 @@
 #include "host/maildir/maildir_layout.h"
 #include "host/maildir/maildir_names.h"
 
+#include "ui/user_interaction.h"
+
+#include <QDir>
+#include <QFile>
+
 #include <algorithm>
 #include <numeric>
 
@@ -331,6 +336,24 @@ OpError MaildirItem::Save() {
     return OpError::none();
 }
 
+OpError MaildirItem::Display() {
+    // The handler gets a copy named as a mail file, so that it is found by the name and can
+    // never change the store's file.
+    const QString dir = QDir::tempPath() + QStringLiteral("/stowaway-view");
+    if (!QDir().mkpath(dir))
+        return OpError::make(ErrNo::IoError, QStringLiteral("Cannot make the folder ") + dir);
+    QString name = MaildirUnique(file_.name);
+    name.replace(QLatin1Char('/'), QLatin1Char('_'));
+    const QString copy = dir + QLatin1Char('/') + name + QStringLiteral(".eml");
+    QFile::remove(copy);
+    if (!QFile::copy(path(), copy))
+        return OpError::make(ErrNo::IoError, QStringLiteral("Cannot copy the mail to ") + copy);
+    if (!ui().openWithShell(copy))
+        return OpError::make(ErrNo::Failed,
+                             QStringLiteral("No program of the desktop opens mail files"));
+    return OpError::none();
+}
+
 Result<int> MaildirItem::AttachmentCount() const {
     const Result<MailStructurePtr> s = structure();
     return {s.ok() ? int(s.value->attachments.size()) : 0, s.error};
@@ -363,11 +386,28 @@ Result<AttachmentInfo> MaildirItem::attachmentInfo(int key) const {
 Result<qint64> MaildirItem::attachmentSize(int key) const {
     if (const auto known = sizes_.find(key); known != sizes_.end())
         return {known->second, OpError::none()};
+    const Result<int> known = indexOfKey(key);
+    if (!known.ok()) return {0, known.error};
+    // The store keeps the sizes by place in the file, which the keys are while none of the
+    // attachments before the last was deleted; a second look at a folder decodes nothing.
+    const bool inFileOrder = keys_.back() == int(keys_.size()) - 1;
+    if (inFileOrder) {
+        const std::vector<qint64>& cached = cacheEntry().attachmentSizes;
+        if (size_t(key) < cached.size() && cached[size_t(key)] >= 0) {
+            sizes_[key] = cached[size_t(key)];
+            return {cached[size_t(key)], OpError::none()};
+        }
+    }
     if (OpError error = ensureParsed()) return {0, error};
     const Result<int> index = indexOfKey(key);
     if (!index.ok()) return {0, index.error};
     const qint64 size = parsed_->attachmentSize(index.value);
     sizes_[key] = size;
+    if (inFileOrder) {
+        std::vector<qint64>& cached = cacheEntry().attachmentSizes;
+        if (cached.size() != keys_.size()) cached.assign(keys_.size(), -1);
+        cached[size_t(key)] = size;
+    }
     return {size, OpError::none()};
 }
 

@@ -41,6 +41,7 @@ class MaildirItem : public MailItem, public std::enable_shared_from_this<Maildir
     OpError SetBody(const QString& text) override;
     Result<int> InternetCodepage() const override;
     OpError Save() override;
+    OpError Display() override;
     Result<int> AttachmentCount() const override;
     Result<AttachmentPtr> AttachmentAt(int index) const override;
     void NoteDone() override;
