@@ -72,8 +72,7 @@ void SearchListRun(benchmark::State& state) {
     udtRule rule;
     rule.SaveBy = SaveBy::Folder;
     rule.Folder = dir;
-    Rules = {udtRule{}, rule};
-    RulesCount = 1;
+    Rules.assign({rule});
     frmStowaway form;
     form.Form_Load();
     form.show();

@@ -212,7 +212,7 @@ class TestExtrasPage : public QObject {
         QCOMPARE(m_user.questions().size(), size_t(1));
         QCOMPARE(m_user.questions().front().prompt, prompt);
         QCOMPARE(m_user.beeps(), 1);
-        QCOMPARE(ProtoCount, 0);
+        QCOMPARE(ProtoEntries.count(), 0);
     }
 
     void pickedFolderThatIsNoMailFolder() {
@@ -240,8 +240,7 @@ class TestExtrasPage : public QObject {
         QFETCH(QStringList, rowsAfter);
         SaveSetting(u"SWTest"_s, u"0"_s);
         // The driver does nothing at all without a rule, even with the one-off rule.
-        Rules = {udtRule{}, udtRule{}};
-        RulesCount = 1;
+        Rules.assign({udtRule{}});
         ExtrasPage* page = open(0);
         const QString target = TestEnv::home() + u"/Saved"_s;
         QVERIFY(QDir().mkpath(target));
@@ -260,7 +259,7 @@ class TestExtrasPage : public QObject {
 
         QCOMPARE(m_user.questions().back().prompt, u"Fertig..."_s);
         QVERIFY(m_user.sounds().contains(u"SystemAsterisk"_s));
-        QCOMPARE(ProtoCount, 3);
+        QCOMPARE(ProtoEntries.count(), 3);
         for (int i = 1; i <= 3; ++i)
             QCOMPARE(ProtoEntries[size_t(i)].Rule.get(), u"SpecialRule"_s);
         QCOMPARE(QFileInfo(target + subfolder + u"/r1.bin"_s).size(), 2000);
@@ -291,8 +290,7 @@ class TestExtrasPage : public QObject {
         rule.SaveBy = SaveBy::Folder;
         rule.Folder = TestEnv::home() + u"/ByRules"_s;
         rule.FileExists = FileExists::Replace;
-        Rules.push_back(rule);
-        RulesCount = 1;
+        Rules.assign({rule});
         ExtrasPage* page = open(0);
         page->obSaveMode[0]->click();
         pick(u"Mail|Work"_s);

@@ -73,18 +73,13 @@ class TestSearchPage : public QObject {
         QFile::remove(m_log);
         qputenv("XDG_EMAIL_LOG", m_log.toLocal8Bit());
         qunsetenv("XDG_EMAIL_EXIT");
-        Rules = {udtRule{},
-                 Rule(SaveBy::Folder, m_a),
-                 Rule(SaveBy::Date, m_a.toUpper()),
-                 Rule(SaveBy::Project, u"Proj"_s),
-                 Rule(SaveBy::Project, u"Gone"_s),
-                 Rule(SaveBy::Folder, m_a)};
-        RulesCount = 5;
+        Rules.assign({Rule(SaveBy::Folder, m_a), Rule(SaveBy::Date, m_a.toUpper()),
+                      Rule(SaveBy::Project, u"Proj"_s), Rule(SaveBy::Project, u"Gone"_s),
+                      Rule(SaveBy::Folder, m_a)});
         udtProject project;
         project.Name = u"PROJ"_s;
         project.Folder = TestEnv::home() + u"/Targets/P/not yet"_s;
-        Projects = {udtProject{}, project};
-        ProjectsCount = 1;
+        Projects.assign({project});
         m_form = std::make_unique<frmStowaway>();
     }
     void cleanup() { m_form.reset(); }
@@ -212,8 +207,7 @@ class TestSearchPage : public QObject {
         udtBlockedFormat pdf;
         pdf.Active = vbTrue;
         pdf.Extension = u"PDF"_s;
-        BlockedFormats = {udtBlockedFormat{}, pdf};
-        BlockedCount = 1;
+        BlockedFormats.assign({pdf});
         SearchPage* page = open(0);
         select(page, name);
         page->findChild<QToolButton*>(button)->click();
@@ -254,10 +248,9 @@ class TestSearchPage : public QObject {
         newer.Sender = u"Anna Berg (anna@berg.example)"_s;
         udtProtoEntry older = newer;
         older.Sender = u"Bert Cole"_s;
-        ProtoEntries = {udtProtoEntry{}, udtProtoEntry{}, newer, older};
+        ProtoEntries.assign({udtProtoEntry{}, newer, older});
         ProtoEntries[1].Attachment = u"a.txt"_s;
         ProtoEntries[1].Folder = u"/elsewhere"_s;
-        ProtoCount = 3;
         m_form->InitProtoList();
         SearchPage* page = open(lang);
         select(page, name);
