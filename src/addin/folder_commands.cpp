@@ -1,11 +1,13 @@
 #include "addin/folder_commands.h"
 
+#include "addin/folder_watchers.h"
 #include "common/folders.h"
 #include "common/lang.h"
 #include "common/paths.h"
 #include "common/text.h"
 #include "data/globals.h"
 #include "data/log.h"
+#include "data/watch_edits.h"
 #include "engine/driver.h"
 #include "engine/matching.h"
 #include "engine/notification.h"
@@ -179,4 +181,21 @@ int CheckRule(int ruleIndex, int folderIndex, StatusSurface* status) {
                                 : QStringLiteral("Keine passenden Nachrichten gefunden..."),
                     MsgButtons::OK, MsgIcon::Information, gAppCaption);
     return matches;
+}
+
+bool IsMailFolder(const MailFolderPtr& folder) {
+    if (!folder) return false;
+    const Result<MailFolderPtr> parent = folder->Parent();
+    return !parent.error && parent.value != nullptr;
+}
+
+EditResult AddWatchedMailFolder(const MailFolderPtr& folder) {
+    if (!IsMailFolder(folder))
+        return Refused(EditRefusal::Meaningless,
+                       QStringLiteral("'%1' is not a mail folder").arg(GetFolderPath(folder)));
+    const EditResult result =
+        AddWatchFolder(folder->Name().value, GetFolderPath(folder, QStringLiteral("|")),
+                       folder->EntryID().value, folder->StoreID().value);
+    if (result.ok()) SetWatchFolders();
+    return result;
 }
