@@ -14,6 +14,8 @@
 #include "engine/target_paths.h"
 #include "ui/user_interaction.h"
 
+#include <functional>
+
 namespace {
 // The busy pointer for the length of a command, on every path out of it.
 struct BusyPointer {
@@ -198,4 +200,24 @@ EditResult AddWatchedMailFolder(const MailFolderPtr& folder) {
                        folder->EntryID().value, folder->StoreID().value);
     if (result.ok()) SetWatchFolders();
     return result;
+}
+
+MailFolderPtr StoreFolderByPath(const QString& path) {
+    MailSession* session = gobjRDOSession();
+    if (!session) return nullptr;
+    // Deep enough for any real tree, and a stop for a store whose folders loop.
+    constexpr int kMaxDepth = 64;
+    std::function<MailFolderPtr(const MailFolderPtr&, int)> find = [&](const MailFolderPtr& folder,
+                                                                       int depth) -> MailFolderPtr {
+        if (!folder || depth > kMaxDepth) return nullptr;
+        const QString own = GetFolderPath(folder);
+        if (own == path) return folder;
+        if (!path.startsWith(own + QLatin1Char('|'))) return nullptr;
+        for (const MailFolderPtr& child : folder->Folders().value)
+            if (MailFolderPtr found = find(child, depth + 1)) return found;
+        return nullptr;
+    };
+    for (const MailFolderPtr& top : session->Stores().value)
+        if (MailFolderPtr found = find(top, 0)) return found;
+    return nullptr;
 }

@@ -36,3 +36,5 @@ bool IsMailFolder(const MailFolderPtr& folder);
 // (Meaningless) for a folder that holds no mail, and (Duplicate, with the row) for one that is
 // watched already under any case of its path. The dialog and `stowaway folders add` use it.
 EditResult AddWatchedMailFolder(const MailFolderPtr& folder);
+// The store's folder whose path ("Maildir|Work") is `path`, exactly; null if none.
+MailFolderPtr StoreFolderByPath(const QString& path);
