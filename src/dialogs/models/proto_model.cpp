@@ -6,6 +6,8 @@
 #include "data/globals.h"
 
 #include <QColor>
+#include <QFontMetrics>
+#include <QGuiApplication>
 #include <QSet>
 
 #include <cmath>
@@ -109,7 +111,9 @@ QString ProtoHeading(int column, int filter) {
     }
 }
 
-ProtoModel::ProtoModel(QObject* parent) : QAbstractTableModel(parent) {}
+ProtoModel::ProtoModel(QObject* parent) : QAbstractTableModel(parent) {
+    m_rowHeight = QFontMetrics(QGuiApplication::font()).height() + 6;
+}
 
 QString ProtoModel::valueOf(const udtProtoEntry& entry, ProtoField field) {
     if (field != ProtoField::LongDate) return ProtoText(entry, field);
@@ -190,6 +194,8 @@ QVariant ProtoModel::data(const QModelIndex& index, int role) const {
         return ProtoText(e, ProtoField::Mail);
     case EntryRole:
         return number;
+    case Qt::SizeHintRole: // room for the accents of capitals (Ü) above the font's ascent
+        return index.column() == 0 ? QVariant(QSize(-1, m_rowHeight)) : QVariant();
     default:
         return {};
     }

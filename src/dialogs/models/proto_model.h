@@ -74,5 +74,6 @@ class ProtoModel : public QAbstractTableModel {
 
     std::vector<int> m_rows;
     int m_filter = 0;
+    int m_rowHeight = 0;
     QHash<qint64, QString> m_longDates;
 };

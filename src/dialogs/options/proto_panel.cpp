@@ -48,7 +48,8 @@ const ProtoField kDetailFields[10] = {
     ProtoField::LongDate, ProtoField::Attachment, ProtoField::FileFormat, ProtoField::Folder,
     ProtoField::Sender,   ProtoField::Recipient,  ProtoField::Project,    ProtoField::State,
     ProtoField::Rule,     ProtoField::Mail};
-// Column widths of the list, from its design in twips (15 to a pixel).
+// Column widths of the list, from its design in twips (15 to a pixel); the date column is
+// widened to its text where the desktop's font needs more.
 const int kWidths[4] = {1500 / 15, 3000 / 15, 3500 / 15, 1000 / 15};
 
 template <class W> W* Named(QWidget* parent, const char* name, const QString& tag = {}) {
@@ -184,6 +185,9 @@ void ProtoPanel::InitProtoList() {
     m_model->rebuild(filter, clSelect->currentIndex() > 0 ? &value : nullptr);
     for (int c = 0; c < 4; ++c)
         lvProto->setColumnWidth(c, kWidths[c]);
+    const int dateWidth =
+        lvProto->fontMetrics().horizontalAdvance(QStringLiteral("88.88.8888 88:88")) + 16;
+    lvProto->setColumnWidth(0, std::max(kWidths[0], dateWidth));
     if (m_model->rowCount() > 0) lvProto->setCurrentIndex(m_model->index(0, 0));
     m_quiet = false;
 }
