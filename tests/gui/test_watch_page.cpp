@@ -363,6 +363,31 @@ class TestWatchPage : public QObject {
         QCOMPARE(Child<QLabel>(&form, u"lblProtoSender"_s)->text(), u"anna"_s);
     }
 
+    // Entries added at the front or removed while the list shows a filter: each row keeps its
+    // entry, and a new entry waits for the next rebuild.
+    void modelFollowsTheTable() {
+        MakeProtocol();
+        frmStowaway form;
+        form.Form_Load();
+        Child<QComboBox>(&form, u"clFilter"_s)->setCurrentIndex(5);
+        Child<QComboBox>(&form, u"clSelect"_s)->setCurrentIndex(1); // a.pdf: entries 1 and 4
+        auto* model = form.findChild<ProtoModel*>();
+        ProtoEntries.insert(ProtoEntries.begin() + 1, 2, udtProtoEntry{});
+        ProtoCount += 2;
+        model->entriesInserted(1, 2);
+        QCOMPARE(model->rowCount(), 2);
+        QCOMPARE(model->entryAt(0), 3);
+        QCOMPARE(model->entryAt(1), 6);
+        ProtoEntries.erase(ProtoEntries.begin() + 3, ProtoEntries.begin() + 5);
+        ProtoCount -= 2;
+        model->entriesRemoved(3, 4); // the first a.pdf and b.doc
+        QCOMPARE(model->rowCount(), 1);
+        QCOMPARE(model->entryAt(0), 4);
+        QCOMPARE(model->index(0, 2).data().toString(), u"anna"_s);
+        model->entriesReset();
+        QCOMPARE(model->rowCount(), 0);
+    }
+
     void wipe_data() {
         QTest::addColumn<bool>("yes");
         QTest::newRow("answered no") << false;
