@@ -32,8 +32,8 @@ void MakeProtocol(int entries) {
         e.Rule = i % 50 ? QStringLiteral("Rule %1").arg(i % 50) : QStringLiteral("SpecialRule");
         e.Folder = QStringLiteral("/home/user/Documents/Saved/Folder %1/").arg(i % 40);
         e.Project = i % 3 ? QString() : QStringLiteral("Project %1").arg(i % 12);
-        e.State = i % 97 ? QStringLiteral("S") : (i % 2 ? QStringLiteral("T S")
-                                                        : QStringLiteral("! disk full"));
+        e.State = i % 97 ? QStringLiteral("S")
+                         : (i % 2 ? QStringLiteral("T S") : QStringLiteral("! disk full"));
         ProtoEntries.push_back(e);
     }
     ProtoCount = entries;
