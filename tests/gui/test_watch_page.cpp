@@ -6,6 +6,7 @@
 #include "addin/folder_watchers.h"
 #include "data/data_files.h"
 #include "data/protocol.h"
+#include "data/watch_edits.h"
 #include "dialogs/models/proto_model.h"
 #include "dialogs/options/frm_stowaway.h"
 #include "dialogs/options/proto_panel.h"
@@ -178,6 +179,9 @@ class TestWatchPage : public QObject {
             << inbox << "uncheck:0" << true << QStringList{u"-Maildir|Inbox"_s}
             << "Möchten Sie den Ordner 'Inbox' wirklich aus der Überwachung nehmen?" << 0
             << "Maildir|Inbox";
+        QTest::newRow("a row whose folder a command removed meanwhile: the list is refilled")
+            << QStringList{u"Maildir|Inbox"_s, u"Maildir|Work"_s} << "gone:0" << true
+            << QStringList{u"Maildir|Work"_s} << "" << 0 << "Maildir|Work";
         QTest::newRow("setting a mark asks nothing")
             << QStringList{u"-Maildir|Inbox"_s} << "check:0" << false << inbox << "" << 0
             << "Maildir|Inbox";
@@ -208,6 +212,7 @@ class TestWatchPage : public QObject {
             list->setCurrentRow(arg.toInt());
             Child<QToolButton>(&form, u"btnFolderDel"_s)->click();
         } else {
+            if (verb == u"gone"_s) RemoveWatchFolder(1);
             list->item(arg.toInt())
                 ->setCheckState(verb == u"check"_s ? Qt::Checked : Qt::Unchecked);
         }

@@ -202,10 +202,23 @@ void WatchPage::lstWatchFolders_Click() {
     lblFolderPath->setText(WatchFolders[static_cast<size_t>(row) + 1].Path.get());
 }
 
+int WatchPage::folderIndex(int row) {
+    const int index = row + 1;
+    if (index < 1) return 0;
+    // A command run by this program meanwhile may have changed the table under the list.
+    if (index > WatchFoldersCount ||
+        lstWatchFolders->item(row)->text() != WatchFolders[static_cast<size_t>(index)].Name.get()) {
+        ui().beep();
+        InitWatchFolderList(QString());
+        return 0;
+    }
+    return index;
+}
+
 void WatchPage::lstWatchFolders_ItemCheck(QListWidgetItem* item) {
     if (m_filling || m_form.bLoading) return;
-    const int index = lstWatchFolders->row(item) + 1;
-    if (index < 1 || index > WatchFoldersCount) return;
+    const int index = folderIndex(lstWatchFolders->row(item));
+    if (index == 0) return;
     const bool on = item->checkState() == Qt::Checked;
     if (IsTrue(WatchFolders[static_cast<size_t>(index)].Active) == on) return;
     if (!on) {
@@ -260,10 +273,11 @@ void WatchPage::btnFolderAdd_Click() {
 
 void WatchPage::btnFolderDel_Click() {
     const int row = lstWatchFolders->currentRow();
-    if (row < 0 || row >= WatchFoldersCount) {
+    if (row < 0) {
         ui().beep();
         return;
     }
+    if (folderIndex(row) == 0) return;
     const QString name = WatchFolders[static_cast<size_t>(row) + 1].Name.get();
     ui().beep();
     if (ui().messageBox(LangText(QStringLiteral("Ordner '%1' wirklich entfernen?").arg(name),

@@ -41,6 +41,8 @@ class WatchPage : public QWidget {
     void lstWatchFolders_ItemCheck(QListWidgetItem* item);
     void btnFolderAdd_Click();
     void btnFolderDel_Click();
+    // The record of a row (1-based); 0, with the list refilled, when they no longer agree.
+    int folderIndex(int row);
 
     frmStowaway& m_form;
     bool m_filling = false; // the list changed by code: no click, no check event
