@@ -215,6 +215,7 @@ class TestWatchPage : public QObject {
             if (verb == u"gone"_s) RemoveWatchFolder(1);
             list->item(arg.toInt())
                 ->setCheckState(verb == u"check"_s ? Qt::Checked : Qt::Unchecked);
+            QCoreApplication::processEvents(); // a refill waits for the event's end
         }
         QStringList now;
         for (int i = 1; i <= WatchFoldersCount; ++i)

@@ -429,8 +429,10 @@ int OptionsPage::blockedIndex(QTreeWidgetItem* item) {
     // A command run by this program meanwhile may have changed the table under the list.
     if (index > BlockedCount || item->text(0).trimmed().left(3) !=
                                     BlockedFormats[static_cast<size_t>(index)].Extension.get()) {
+        // Reloaded after this event: the row that raised it must outlive its handler.
         ui().beep();
-        LoadBlockedFormats();
+        QMetaObject::invokeMethod(
+            this, [this] { LoadBlockedFormats(); }, Qt::QueuedConnection);
         return 0;
     }
     return index;

@@ -208,8 +208,10 @@ int WatchPage::folderIndex(int row) {
     // A command run by this program meanwhile may have changed the table under the list.
     if (index > WatchFoldersCount ||
         lstWatchFolders->item(row)->text() != WatchFolders[static_cast<size_t>(index)].Name.get()) {
+        // Refilled after this event: the row that raised it must outlive its handler.
         ui().beep();
-        InitWatchFolderList(QString());
+        QMetaObject::invokeMethod(
+            this, [this] { InitWatchFolderList(QString()); }, Qt::QueuedConnection);
         return 0;
     }
     return index;
