@@ -50,11 +50,20 @@ Commands:
                              rename a project (rules naming the old name then save nothing)
   project remove PROJECT     delete a project (asks when a rule saves into it)
   blocked                    list the blocked attachment formats
+  blocked add EXT DESCRIPTION
+                             block a format of your own (EXT without its dot, at most 3
+                             letters): its files are saved but never opened or run
+  blocked remove EXT         remove a format of your own (built-in ones can only be disabled)
+  blocked enable|disable EXT block a format again, or allow it
   settings [KEY [VALUE]]     list all settings, show one, or set one
   paths                      show the data folder, the LOG file and the settings file
   watch                      save attachments of new mail as it arrives, until stopped
   demo                       make a sample Maildir, run the rules over it, show the result
   folders                    show the store's folders and the watched ones
+  folders add PATH           watch a mail folder of the store (its path "Maildir|Work" or name)
+  folders remove FOLDER      stop watching a folder and forget it
+  folders enable|disable FOLDER
+                             watch a folder again, or pause it (it stays in the list)
   test [--all | FOLDER]      a test run over the watched folders (asks before each file)
   run [--all | FOLDER]       a real run over the watched folders
   reset [--unread] [--all | FOLDER]
@@ -62,6 +71,7 @@ Commands:
   check-rule RULE FOLDER     show what a rule would do with the mails of a watched folder
   protocol [--filter FIELD --value TEXT]
                              list the saved attachments, newest first
+  protocol --wipe            delete the whole protocol (asks unless --yes)
   extras MAILFOLDER [--subfolders] (--rules | --to DIR [--keep-structure]
          [--remove [--links]]) [--test]
                              work through the mails with attachments already in a folder:
@@ -107,9 +117,9 @@ struct CommandSpec {
 const CommandSpec kCommands[] = {
     {"rules", CmdRules, Needs::Data, -1},       {"rule", CmdRule, Needs::Data, -1},
     {"projects", CmdProjects, Needs::Data, 0},  {"project", CmdProject, Needs::Data, -1},
-    {"blocked", CmdBlocked, Needs::Data, 0},    {"settings", CmdSettings, Needs::Settings, 2},
+    {"blocked", CmdBlocked, Needs::Data, -1},   {"settings", CmdSettings, Needs::Settings, 2},
     {"paths", CmdPaths, Needs::Nothing, 0},     {"watch", CmdWatch, Needs::Owner, 0},
-    {"demo", CmdDemo, Needs::Nothing, 0},       {"folders", CmdFolders, Needs::Store, 0},
+    {"demo", CmdDemo, Needs::Nothing, 0},       {"folders", CmdFolders, Needs::Store, -1},
     {"test", CmdTest, Needs::Store, -1},        {"run", CmdRun, Needs::Store, -1},
     {"reset", CmdReset, Needs::Store, -1},      {"check-rule", CmdCheckRule, Needs::Store, -1},
     {"protocol", CmdProtocol, Needs::Data, -1}, {"extras", CmdExtras, Needs::Store, -1},

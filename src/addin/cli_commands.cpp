@@ -18,7 +18,8 @@
 #include <QFile>
 #include <QMap>
 
-int CmdBlocked(const CliOptions&, CliContext& ctx) {
+int CmdBlocked(const CliOptions& opts, CliContext& ctx) {
+    if (!opts.args.isEmpty()) return BlockedEdit(opts, ctx);
     for (int i = 1; i <= BlockedFormats.count(); ++i) {
         const udtBlockedFormat& b = BlockedFormats[i];
         ctx.out << QStringLiteral("%1  %2  %3%4\n")
@@ -64,8 +65,6 @@ int CmdPaths(const CliOptions& opts, CliContext& ctx) {
     return 0;
 }
 
-namespace {
-// Watched folder by number, name or path (1-based); 0 if none.
 int FindWatchFolder(const QString& text) {
     bool isNumber = false;
     const int n = text.toInt(&isNumber);
@@ -77,6 +76,7 @@ int FindWatchFolder(const QString& text) {
     return 0;
 }
 
+namespace {
 // The folders a command names: all active ones with --all, else one by FOLDER.
 bool PickFolders(QStringList args, CliContext& ctx, std::vector<int>& indices) {
     const bool all = args.removeAll(QStringLiteral("--all")) > 0;
@@ -133,8 +133,8 @@ void ForEachStoreFolder(MailSession* session,
         if (top) walk(top, 0);
 }
 
-// A folder of the store by its path ("Mail|Work") or by its name when only one folder has it
-// (case ignored, as for watched folders); null after an error line.
+} // namespace
+
 MailFolderPtr FindStoreFolder(MailSession* session, const QString& text, CliContext& ctx) {
     MailFolderPtr byPath;
     std::vector<MailFolderPtr> byName;
@@ -154,7 +154,6 @@ MailFolderPtr FindStoreFolder(MailSession* session, const QString& text, CliCont
     }
     return nullptr;
 }
-} // namespace
 
 namespace {
 int TestOrRun(const CliOptions& opts, CliContext& ctx, bool test) {
@@ -331,7 +330,8 @@ int CmdExtras(const CliOptions& opts, CliContext& ctx) {
     return summary.stoppedEarly ? 3 : 0;
 }
 
-int CmdFolders(const CliOptions&, CliContext& ctx) {
+int CmdFolders(const CliOptions& opts, CliContext& ctx) {
+    if (!opts.args.isEmpty()) return FoldersEdit(opts, ctx);
     MailSession* session = gobjRDOSession();
     ForEachStoreFolder(session, [&](const MailFolderPtr& f, int depth) {
         ctx.out << QString(depth * 2, QLatin1Char(' ')) << f->Name().value << "  ("
@@ -345,6 +345,7 @@ int CmdFolders(const CliOptions&, CliContext& ctx) {
 }
 
 int CmdProtocol(const CliOptions& opts, CliContext& ctx) {
+    if (opts.args == QStringList{QStringLiteral("--wipe")}) return ProtocolWipe(opts, ctx);
     QString field, value;
     for (int i = 0; i < opts.args.size(); ++i) {
         if (opts.args.at(i) == QLatin1String("--filter") && i + 1 < opts.args.size())

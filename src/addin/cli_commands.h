@@ -27,6 +27,18 @@ int CmdProtocol(const CliOptions& opts, CliContext& ctx);
 int CmdWatch(const CliOptions& opts, CliContext& ctx);
 int CmdDemo(const CliOptions& opts, CliContext& ctx);
 
+// The table edits of the Watch and Options tabs: `folders add|remove|enable|disable`,
+// `blocked add|remove|enable|disable`, `protocol --wipe`.
+int FoldersEdit(const CliOptions& opts, CliContext& ctx);
+int BlockedEdit(const CliOptions& opts, CliContext& ctx);
+int ProtocolWipe(const CliOptions& opts, CliContext& ctx);
+
+// Watched folder by number, name or path (1-based, case ignored); 0 if none.
+int FindWatchFolder(const QString& text);
+// A folder of the store by its path ("Mail|Work") or by its name when only one folder has it
+// (case ignored, as for watched folders); null after an error line.
+MailFolderPtr FindStoreFolder(MailSession* session, const QString& text, CliContext& ctx);
+
 // A rule by its number or its name (case ignored); 0 after an error line.
 int PickRule(const QString& text, CliContext& ctx);
 

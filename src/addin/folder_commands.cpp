@@ -1,16 +1,20 @@
 #include "addin/folder_commands.h"
 
+#include "addin/folder_watchers.h"
 #include "common/folders.h"
 #include "common/lang.h"
 #include "common/paths.h"
 #include "common/text.h"
 #include "data/globals.h"
 #include "data/log.h"
+#include "data/watch_edits.h"
 #include "engine/driver.h"
 #include "engine/matching.h"
 #include "engine/notification.h"
 #include "engine/target_paths.h"
 #include "ui/user_interaction.h"
+
+#include <functional>
 
 namespace {
 // The busy pointer for the length of a command, on every path out of it.
@@ -179,4 +183,41 @@ int CheckRule(int ruleIndex, int folderIndex, StatusSurface* status) {
                                 : QStringLiteral("Keine passenden Nachrichten gefunden..."),
                     MsgButtons::OK, MsgIcon::Information, gAppCaption);
     return matches;
+}
+
+bool IsMailFolder(const MailFolderPtr& folder) {
+    if (!folder) return false;
+    const Result<MailFolderPtr> parent = folder->Parent();
+    return !parent.error && parent.value != nullptr;
+}
+
+EditResult AddWatchedMailFolder(const MailFolderPtr& folder) {
+    if (!IsMailFolder(folder))
+        return Refused(EditRefusal::Meaningless,
+                       QStringLiteral("'%1' is not a mail folder").arg(GetFolderPath(folder)));
+    const EditResult result =
+        AddWatchFolder(folder->Name().value, GetFolderPath(folder, QStringLiteral("|")),
+                       folder->EntryID().value, folder->StoreID().value);
+    if (result.ok()) SetWatchFolders();
+    return result;
+}
+
+MailFolderPtr StoreFolderByPath(const QString& path) {
+    MailSession* session = gobjRDOSession();
+    if (!session) return nullptr;
+    // Deep enough for any real tree, and a stop for a store whose folders loop.
+    constexpr int kMaxDepth = 64;
+    std::function<MailFolderPtr(const MailFolderPtr&, int)> find = [&](const MailFolderPtr& folder,
+                                                                       int depth) -> MailFolderPtr {
+        if (!folder || depth > kMaxDepth) return nullptr;
+        const QString own = GetFolderPath(folder);
+        if (own == path) return folder;
+        if (!path.startsWith(own + QLatin1Char('|'))) return nullptr;
+        for (const MailFolderPtr& child : folder->Folders().value)
+            if (MailFolderPtr found = find(child, depth + 1)) return found;
+        return nullptr;
+    };
+    for (const MailFolderPtr& top : session->Stores().value)
+        if (MailFolderPtr found = find(top, 0)) return found;
+    return nullptr;
 }

@@ -1,6 +1,7 @@
 #pragma once
 // The commands that try the rules on watched folders: a test or real run, the reset of the
 // processing marks, and the check of one rule. The options dialog and `stowaway` both use them.
+#include "data/edits.h"
 #include "host/mail_store.h"
 
 #include <QString>
@@ -28,3 +29,12 @@ int ResetFolders(const std::vector<int>& indices, bool setUnread, StatusSurface*
 // doing it. Returns the number of matching mails, after the closing box; -1 when the folder
 // could not be reached.
 int CheckRule(int ruleIndex, int folderIndex, StatusSurface* status);
+
+// A folder that can be watched: one that holds mail, not a store's top.
+bool IsMailFolder(const MailFolderPtr& folder);
+// Adds `folder` to the watched folders (active) and rebuilds the watchers. Refused
+// (Meaningless) for a folder that holds no mail, and (Duplicate, with the row) for one that is
+// watched already under any case of its path. The dialog and `stowaway folders add` use it.
+EditResult AddWatchedMailFolder(const MailFolderPtr& folder);
+// The store's folder whose path ("Maildir|Work") is `path`, exactly; null if none.
+MailFolderPtr StoreFolderByPath(const QString& path);

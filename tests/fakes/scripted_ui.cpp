@@ -140,3 +140,22 @@ void RecordingStatus::setMainProgress(bool visible, const QString& caption, doub
 void RecordingStatus::setSubProgress(bool visible, double fill) {
     m_calls << u"sub %1 %2"_s.arg(visible ? 1 : 0).arg(fill, 0, 'f', 2);
 }
+
+namespace {
+QString Next(std::deque<QString>& queue) {
+    if (queue.empty()) return {};
+    QString answer = queue.front();
+    queue.pop_front();
+    return answer;
+}
+} // namespace
+
+QString ScriptedUserInteraction::inpBoxEx(const InpBoxExRequest& request) {
+    note(u"input: "_s + request.title);
+    return Next(m_inpBoxEx);
+}
+
+QString ScriptedUserInteraction::pickMailFolder(const QString& title) {
+    note(u"pick folder: "_s + title);
+    return Next(m_pickFolder);
+}

@@ -24,6 +24,9 @@ class ScriptedUserInteraction : public UserInteraction {
     void answerMsgBoxEx(int answer) { m_msgBoxEx.push_back(answer); }
     void answerMessageBox(MsgAnswer answer) { m_messageBox.push_back(answer); }
     void answerSaveFile(const QString& path) { m_saveFile.push_back(path); }
+    // Input boxes and the store's folder picker: empty (cancel) when the queue is empty.
+    void answerInpBoxEx(const QString& text) { m_inpBoxEx.push_back(text); }
+    void answerPickMailFolder(const QString& path) { m_pickFolder.push_back(path); }
 
     const std::vector<AskedQuestion>& questions() const { return m_questions; }
     // The questions of one kind, in order.
@@ -42,6 +45,8 @@ class ScriptedUserInteraction : public UserInteraction {
                          const QString& title) override;
     int msgBoxEx(const MsgBoxExRequest& request) override;
     QString chooseSaveFile(const SaveFileRequest& request) override;
+    QString inpBoxEx(const InpBoxExRequest& request) override;
+    QString pickMailFolder(const QString& title) override;
     bool playSound(const QString& sound) override;
     bool openWithShell(const QString& target) override;
     void showTrayNotification(const TrayNotification& notification) override;
@@ -56,6 +61,8 @@ class ScriptedUserInteraction : public UserInteraction {
     std::deque<int> m_msgBoxEx;
     std::deque<MsgAnswer> m_messageBox;
     std::deque<QString> m_saveFile;
+    std::deque<QString> m_inpBoxEx;
+    std::deque<QString> m_pickFolder;
 
     std::vector<AskedQuestion> m_questions;
     int m_beeps = 0;

@@ -180,6 +180,8 @@ class TestFrmStowaway : public QObject {
         QFETCH(QString, control);
         QFETCH(QString, key);
         QFETCH(QString, value);
+        // Test mode can be changed only while automatic saving is on.
+        if (control == QLatin1String("cbTestmode")) SaveSetting(QStringLiteral("SWActive"), "1");
         frmStowaway form;
         form.Form_Load();
         QWidget* w = Child<QWidget>(&form, control);

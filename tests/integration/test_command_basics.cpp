@@ -35,10 +35,11 @@ TEST_F(StowawayCommandTest, CommandLinesAreCheckedAndSayWhatIsWrong) {
         QString inOut;
     } rows[] = {
         {{u"--maildir="_s, u"rules"_s}, 2, u"--maildir needs a path"_s, {}},
-        {{u"blocked"_s, u"extra"_s},
+        {{u"projects"_s, u"extra"_s},
          2,
-         u"blocked takes no arguments; 'extra' is one too many"_s,
+         u"projects takes no arguments; 'extra' is one too many"_s,
          {}},
+        {{u"blocked"_s, u"extra"_s}, 2, u"usage: stowaway blocked [add EXT DESCRIPTION"_s, {}},
         {{u"rules"_s, u"extra"_s}, 2, u"usage: stowaway rules [--json | import FILE.json]"_s, {}},
         {{u"settings"_s, u"SWActive"_s, u"yes"_s}, 2, u"SWActive takes 1 (yes) or 0 (no)"_s, {}},
         {{u"settings"_s, u"PaceSeconds"_s, u"abc"_s},

@@ -1,11 +1,16 @@
 #pragma once
-// Tab 4 "Optionen" / "Options": mark of mails, notification, LOG, language.
+// Tab 4 "Optionen" / "Options": mark of mails, blocked formats, notification, LOG, language.
 #include <QWidget>
 
 class QCheckBox;
 class QComboBox;
+class QHBoxLayout;
 class QLabel;
+class QPushButton;
 class QRadioButton;
+class QToolButton;
+class QTreeWidget;
+class QTreeWidgetItem;
 class frmStowaway;
 
 class OptionsPage : public QWidget {
@@ -20,6 +25,7 @@ class OptionsPage : public QWidget {
     void showLogFile();  // lblLOGPath, and DoProto into cbDoProto
     void readLanguage(); // CurrLang into obLanguage
     void prepare();      // tab change: the blocked formats, once per form
+    void LoadBlockedFormats();
 
     // Handlers whose enabling effects the load runs once.
     void cbMarkMail_Click();
@@ -36,6 +42,11 @@ class OptionsPage : public QWidget {
     QCheckBox* cbDoProto;
     QLabel* lblLOGPath;
     QRadioButton* obLanguage[2];
+    QTreeWidget* lvBlocked;
+    QToolButton* btnBlockExtDel;
+    QPushButton* btnTestNoti;
+    // The row of buttons at the tab's foot ("Add-Ins?", the projects).
+    QHBoxLayout* buttonRow;
 
   protected:
     bool eventFilter(QObject* watched, QEvent* event) override;
@@ -46,6 +57,20 @@ class OptionsPage : public QWidget {
     void clWave_Click();
     void clSystrayTime_Click();
     void writeMarkMail();
+    void lvBlocked_Click();
+    void lvBlocked_ItemCheck(QTreeWidgetItem* item);
+    void btnBlockExtAdd_Click();
+    void btnBlockExtDel_Click();
+    void btnTestNoti_Click();
+    void btnLOGNotepad_Click();
+    void btnCopyToClipboard_Click();
+    void btnDelLOG_Click();
+    void btnAddIns_Click();
+    // The record of a row (1-based); 0, with the list reloaded, when they no longer agree.
+    int blockedIndex(QTreeWidgetItem* item);
+    // A row of lvBlocked as the load shows it.
+    QTreeWidgetItem* addBlockedRow(const QString& ext, const QString& description, bool active);
+    QWidget* buildBlocked();
     QWidget* buildMarkMail();
     QWidget* buildInform();
     QWidget* buildProto();

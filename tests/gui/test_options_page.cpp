@@ -1,0 +1,233 @@
+// The Options tab: the blocked formats' list and its add and delete rules, the notification's
+// enabling and test, and the LOG buttons.
+#include "gui_test.h"
+
+#include "data/defaults.h"
+#include "data/protocol.h"
+#include "dialogs/options/frm_stowaway.h"
+#include "dialogs/options/options_page.h"
+
+#include <QClipboard>
+#include <QGuiApplication>
+#include <QPushButton>
+#include <QRadioButton>
+#include <QTabWidget>
+#include <QToolButton>
+#include <QTreeWidget>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+template <class W> W* Child(QWidget* form, const QString& name) {
+    W* w = form->findChild<W*>(name);
+    if (!w) qFatal("no control %s", qPrintable(name));
+    return w;
+}
+
+QTreeWidgetItem* RowOf(QTreeWidget* list, const QString& text) {
+    const QList<QTreeWidgetItem*> found = list->findItems(text, Qt::MatchExactly, 0);
+    return found.isEmpty() ? nullptr : found.back();
+}
+} // namespace
+
+class TestOptionsPage : public QObject {
+    Q_OBJECT
+  private slots:
+    void init() {
+        TestEnv::resetAll();
+        m_user = ScriptedUserInteraction();
+        SetUserInteraction(&m_user);
+        BlockedFormats = DefaultBlockedFormats();
+        BlockedCount = int32_t(BlockedFormats.size()) - 1;
+    }
+
+    // Adding: the answer, and what follows in the list and the table.
+    void blockedAdd_data() {
+        QTest::addColumn<QString>("answer");
+        QTest::addColumn<QString>("rowText"); // the new row, "" for none
+        QTest::addColumn<QString>("stored");  // the new record's extension, "" for none
+        QTest::addColumn<QString>("said");
+        QTest::newRow("a new one") << "zip"
+                                   << " ZIP"
+                                   << "ZIP"
+                                   << "";
+        QTest::newRow("four letters: all shown, three stored") << "tool"
+                                                               << " TOOL"
+                                                               << "TOO"
+                                                               << "";
+        QTest::newRow("a second EXE: the check never matches") << "exe"
+                                                               << " EXE"
+                                                               << "EXE"
+                                                               << "";
+        QTest::newRow("only a leading blank matches") << " exe"
+                                                      << ""
+                                                      << ""
+                                                      << "Bereits in Liste vorhanden!";
+        QTest::newRow("a path is no extension") << "../x"
+                                                << ""
+                                                << ""
+                                                << "'../X' ist keine Dateierweiterung.";
+        QTest::newRow("cancelled") << ""
+                                   << ""
+                                   << ""
+                                   << "";
+    }
+    void blockedAdd() {
+        QFETCH(QString, answer);
+        QFETCH(QString, rowText);
+        QFETCH(QString, stored);
+        QFETCH(QString, said);
+        frmStowaway form;
+        form.Form_Load();
+        form.showTab(4);
+        auto* list = Child<QTreeWidget>(&form, u"lvBlocked"_s);
+        QCOMPARE(list->topLevelItemCount(), 51);
+        m_user.answerInpBoxEx(answer);
+        Child<QToolButton>(&form, u"btnBlockExtAdd"_s)->click();
+        QCOMPARE(list->topLevelItemCount(), rowText.isEmpty() ? 51 : 52);
+        QCOMPARE(BlockedCount, stored.isEmpty() ? 51 : 52);
+        QCOMPARE(BlockedChanged, !stored.isEmpty());
+        QCOMPARE(m_user.questions().empty() ? QString() : m_user.questions()[0].prompt, said);
+        if (rowText.isEmpty()) return;
+        QTreeWidgetItem* row = list->topLevelItem(51);
+        QCOMPARE(row->text(0), rowText);
+        QCOMPARE(row->checkState(0), Qt::Checked);
+        QCOMPARE(list->currentItem(), row);
+        QVERIFY(!row->font(0).bold()); // the standard style until the next load
+        QCOMPARE(BlockedFormats[52].Extension.get(), stored);
+        QVERIFY(!IsTrue(BlockedFormats[52].System));
+        QVERIFY(IsTrue(BlockedFormats[52].Active));
+        QVERIFY(Child<QToolButton>(&form, u"btnBlockExtDel"_s)->isEnabled());
+    }
+
+    void blockedDelete_data() {
+        QTest::addColumn<QString>("row");
+        QTest::addColumn<bool>("enabled");
+        QTest::addColumn<bool>("yes");
+        QTest::addColumn<int>("countAfter");
+        QTest::newRow("a built-in row can't be deleted") << " EXE" << false << true << 52;
+        QTest::newRow("a user row, answered no") << " ZIP" << true << false << 52;
+        QTest::newRow("a user row, answered yes") << " ZIP" << true << true << 51;
+    }
+    void blockedDelete() {
+        QFETCH(QString, row);
+        QFETCH(bool, enabled);
+        QFETCH(bool, yes);
+        QFETCH(int, countAfter);
+        BlockedFormats.push_back(AddBlockedFormat(u"ZIP"_s, u"Archiv"_s, false));
+        ++BlockedCount;
+        frmStowaway form;
+        form.Form_Load();
+        form.showTab(4);
+        auto* list = Child<QTreeWidget>(&form, u"lvBlocked"_s);
+        QTreeWidgetItem* item = RowOf(list, row);
+        QVERIFY(item);
+        QCOMPARE(item->font(0).bold(), enabled); // the user's rows: bold and blue
+        list->setCurrentItem(item);
+        auto* del = Child<QToolButton>(&form, u"btnBlockExtDel"_s);
+        QCOMPARE(del->isEnabled(), enabled);
+        m_user.answerMessageBox(yes ? MsgAnswer::Yes : MsgAnswer::No);
+        del->click();
+        QCOMPARE(BlockedCount, countAfter);
+        QCOMPARE(list->topLevelItemCount(), countAfter);
+        if (!enabled) return;
+        QCOMPARE(m_user.questions().at(0).prompt, u"Blockierung von ' ZIP' wirklich löschen?"_s);
+        QCOMPARE(IsFormatBlocked(u"ZIP"_s), !yes);
+    }
+
+    void blockedLoadedOnceAndMarks() {
+        frmStowaway form;
+        form.Form_Load();
+        auto* list = Child<QTreeWidget>(&form, u"lvBlocked"_s);
+        QCOMPARE(list->topLevelItemCount(), 0); // not before the tab is entered
+        form.showTab(4);
+        QCOMPARE(list->topLevelItemCount(), 51);
+        QCOMPARE(list->topLevelItem(0)->text(0), u" ADE"_s);
+        QVERIFY(!list->topLevelItem(0)->icon(0).isNull());
+        QVERIFY(!BlockedChanged);
+        list->topLevelItem(0)->setCheckState(0, Qt::Unchecked);
+        QVERIFY(!IsTrue(BlockedFormats[1].Active));
+        QVERIFY(BlockedChanged);
+        // A second entry and a language switch leave the list as it is.
+        BlockedFormats[2].Description = u"changed"_s;
+        form.showTab(0);
+        form.showTab(4);
+        form.SwitchLanguage(1);
+        form.showTab(4);
+        QCOMPARE(list->topLevelItemCount(), 51);
+        QCOMPARE(list->topLevelItem(1)->text(1), u"Access-Projekt"_s);
+        QCOMPARE(list->headerItem()->text(1), u"Descr"_s);
+    }
+
+    void notificationEnabling_data() {
+        QTest::addColumn<int>("option");
+        QTest::addColumn<bool>("test");
+        QTest::addColumn<bool>("time");
+        QTest::newRow("none") << 0 << false << false;
+        QTest::newRow("message") << 1 << true << false;
+        QTest::newRow("tray") << 2 << true << true;
+    }
+    void notificationEnabling() {
+        QFETCH(int, option);
+        QFETCH(bool, test);
+        QFETCH(bool, time);
+        frmStowaway form;
+        form.Form_Load();
+        Child<QRadioButton>(&form, u"obNoti_%1"_s.arg(option))->click();
+        Child<QRadioButton>(&form, u"obNoti_%1"_s.arg(option))->click(); // from any state
+        auto* button = Child<QPushButton>(&form, u"btnTestNoti"_s);
+        QCOMPARE(button->isEnabled(), test);
+        QCOMPARE(Child<QWidget>(&form, u"clSystrayTime"_s)->isEnabled(), time);
+        if (!test) return;
+        button->click();
+        // The sample notification names a file in the documents folder and saves nothing.
+        const QString shown = m_user.transcript().join(u'\n');
+        QVERIFY2(shown.contains(u"Infos.pdf"_s), qPrintable(shown));
+    }
+
+    // The LOG buttons with the file there or not.
+    void logButtons_data() {
+        QTest::addColumn<QString>("button");
+        QTest::addColumn<bool>("exists");
+        QTest::addColumn<QString>("said");
+        QTest::addColumn<bool>("existsAfter");
+        QTest::newRow("editor, no file")
+            << "btnLOGNotepad" << false << "LOG-Datei nicht gefunden..." << false;
+        QTest::newRow("editor") << "btnLOGNotepad" << true << "" << true;
+        QTest::newRow("copy, no file")
+            << "btnCopyToClipboard" << false << "LOG-Datei nicht gefunden..." << false;
+        QTest::newRow("copy") << "btnCopyToClipboard" << true
+                              << "Inhalt aus LOG-Datei wurde in Zwischenablage kopiert..." << true;
+        QTest::newRow("delete, no file")
+            << "btnDelLOG" << false << "LOG-Datei nicht gefunden..." << false;
+        QTest::newRow("delete") << "btnDelLOG" << true << LogFilePath() + u"\n\nwirklich löschen?"_s
+                                << false;
+    }
+    void logButtons() {
+        QFETCH(QString, button);
+        QFETCH(bool, exists);
+        QFETCH(QString, said);
+        QFETCH(bool, existsAfter);
+        if (exists) {
+            QFile log(LogFilePath());
+            QVERIFY(log.open(QIODevice::WriteOnly));
+            log.write("01.01.2026 - 10:00:00 - Gr\xfc\xdf"
+                      "e\r\n"); // Windows-1252
+        }
+        frmStowaway form;
+        form.Form_Load();
+        Child<QToolButton>(&form, button)->click();
+        QCOMPARE(m_user.questions().empty() ? QString() : m_user.questions()[0].prompt, said);
+        QCOMPARE(QFile::exists(LogFilePath()), existsAfter);
+        if (button == u"btnCopyToClipboard"_s && exists)
+            QCOMPARE(QGuiApplication::clipboard()->text(), u"01.01.2026 - 10:00:00 - Grüße\r\n"_s);
+        if (button == u"btnLOGNotepad"_s && exists)
+            QCOMPARE(m_user.opened(), QStringList{LogFilePath()});
+    }
+
+  private:
+    ScriptedUserInteraction m_user;
+};
+
+STOWAWAY_GUI_TEST_MAIN(TestOptionsPage)
+#include "test_options_page.moc"
