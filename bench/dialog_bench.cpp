@@ -20,7 +20,8 @@ namespace {
 // A protocol as a long life of the add-in leaves it: a few hundred senders, a year of days, a
 // few dozen rules and folders, some test runs and errors; newest first.
 void MakeProtocol(int entries) {
-    ProtoEntries.assign(1, udtProtoEntry{});
+    std::vector<udtProtoEntry> rows;
+    rows.reserve(size_t(entries));
     for (int i = 0; i < entries; ++i) {
         udtProtoEntry e;
         e.Date = 46000.0 - i * (365.0 / entries);
@@ -34,9 +35,9 @@ void MakeProtocol(int entries) {
         e.Project = i % 3 ? QString() : QStringLiteral("Project %1").arg(i % 12);
         e.State = i % 97 ? QStringLiteral("S")
                          : (i % 2 ? QStringLiteral("T S") : QStringLiteral("! disk full"));
-        ProtoEntries.push_back(e);
+        rows.push_back(e);
     }
-    ProtoCount = entries;
+    ProtoEntries.assign(std::move(rows));
 }
 
 double Median(std::vector<double> v) {

@@ -110,18 +110,18 @@ int BlockedEdit(const CliOptions& opts, CliContext& ctx) {
 }
 
 int ProtocolWipe(const CliOptions&, CliContext& ctx) {
-    if (ProtoCount == 0 && !QFile::exists(DataFilePath(QStringLiteral(".prt")))) {
+    if (ProtoEntries.count() == 0 && !QFile::exists(DataFilePath(QStringLiteral(".prt")))) {
         ctx.out << "The protocol is empty.\n";
         return 0;
     }
     const QString question =
-        QStringLiteral("Delete the entire protocol (%1 entries)?").arg(ProtoCount);
+        QStringLiteral("Delete the entire protocol (%1 entries)?").arg(ProtoEntries.count());
     if (ui().messageBox(question, MsgButtons::YesNo, MsgIcon::Exclamation, gAppCaption) !=
         MsgAnswer::Yes) {
         ctx.err << "stowaway: the protocol is kept\n";
         return 1;
     }
-    const int count = ProtoCount;
+    const int count = ProtoEntries.count();
     QString why;
     WipeProtocol(&why);
     if (!why.isEmpty()) {

@@ -7,7 +7,7 @@
 
 int FindWatchFolderByPath(const QString& path) {
     const QString wanted = path.trimmed();
-    for (int i = 1; i <= WatchFoldersCount; ++i)
+    for (int i = 1; i <= WatchFolders.count(); ++i)
         if (WatchFolders[static_cast<size_t>(i)].Path.get().compare(wanted, Qt::CaseInsensitive) ==
             0)
             return i;
@@ -30,24 +30,22 @@ EditResult AddWatchFolder(const QString& name, const QString& path, const QStrin
     wf.Path = path;
     wf.EntryID = entryId;
     wf.StoreID = storeId;
-    return AppendRecord(WatchFolders, WatchFoldersCount, WatchFoldersChanged, wf,
-                        "watched folders");
+    return AppendRecord(WatchFolders, wf, "watched folders");
 }
 
 void RemoveWatchFolder(int index) {
-    WatchFolders.erase(WatchFolders.begin() + index);
-    --WatchFoldersCount;
-    WatchFoldersChanged = true;
+    WatchFolders.remove(index);
+    WatchFolders.changed = true;
 }
 
 void SetWatchFolderActive(int index, bool active) {
     WatchFolders[static_cast<size_t>(index)].Active = ToVb(active);
-    WatchFoldersChanged = true;
+    WatchFolders.changed = true;
 }
 
 int FindBlockedFormat(const QString& ext) {
     const QString wanted = ext.trimmed().toUpper();
-    for (int i = 1; i <= BlockedCount; ++i)
+    for (int i = 1; i <= BlockedFormats.count(); ++i)
         if (BlockedFormats[static_cast<size_t>(i)].Extension.get() == wanted) return i;
     return 0;
 }
@@ -74,7 +72,7 @@ EditResult AddUserBlockedFormat(const QString& ext, const QString& description, 
     row.Description = description;
     row.Active = vbTrue;
     row.System = vbFalse;
-    return AppendRecord(BlockedFormats, BlockedCount, BlockedChanged, row, "blocked formats");
+    return AppendRecord(BlockedFormats, row, "blocked formats");
 }
 
 EditResult RemoveBlockedFormat(int index) {
@@ -85,29 +83,26 @@ EditResult RemoveBlockedFormat(int index) {
                                       "(blocked disable %1), not removed")
                            .arg(row.Extension.get()),
                        index);
-    BlockedFormats.erase(BlockedFormats.begin() + index);
-    --BlockedCount;
-    BlockedChanged = true;
+    BlockedFormats.remove(index);
+    BlockedFormats.changed = true;
     return {EditRefusal::None, {}, index};
 }
 
 void SetBlockedFormatActive(int index, bool active) {
     BlockedFormats[static_cast<size_t>(index)].Active = ToVb(active);
-    BlockedChanged = true;
+    BlockedFormats.changed = true;
 }
 
 bool WipeProtocol(QString* why) {
     QFile file(DataFilePath(QStringLiteral(".prt")));
     // Entries of the last second may not be in the file yet.
-    if (!file.exists() && ProtoCount == 0) return false;
+    if (!file.exists() && ProtoEntries.count() == 0) return false;
     if (file.exists() && !file.remove()) {
         if (why) *why = file.errorString();
         return true;
     }
     // With no change left, a pending save of the protocol writes nothing.
     ProtoEntries.clear();
-    ProtoEntries.emplace_back();
-    ProtoCount = 0;
-    ProtoChanged = false;
+    ProtoEntries.changed = false;
     return true;
 }

@@ -37,8 +37,9 @@ class TestOptionsPage : public QObject {
         TestEnv::resetAll();
         m_user = ScriptedUserInteraction();
         SetUserInteraction(&m_user);
-        BlockedFormats = DefaultBlockedFormats();
-        BlockedCount = int32_t(BlockedFormats.size()) - 1;
+        std::vector<udtBlockedFormat> blocked = DefaultBlockedFormats();
+        blocked.erase(blocked.begin()); // the defaults' empty row 0
+        BlockedFormats.assign(std::move(blocked));
     }
 
     // Adding: the answer, and what follows in the list and the table.
@@ -85,8 +86,8 @@ class TestOptionsPage : public QObject {
         m_user.answerInpBoxEx(answer);
         Child<QToolButton>(&form, u"btnBlockExtAdd"_s)->click();
         QCOMPARE(list->topLevelItemCount(), rowText.isEmpty() ? 51 : 52);
-        QCOMPARE(BlockedCount, stored.isEmpty() ? 51 : 52);
-        QCOMPARE(BlockedChanged, !stored.isEmpty());
+        QCOMPARE(BlockedFormats.count(), stored.isEmpty() ? 51 : 52);
+        QCOMPARE(BlockedFormats.changed, !stored.isEmpty());
         QCOMPARE(m_user.questions().empty() ? QString() : m_user.questions()[0].prompt, said);
         if (rowText.isEmpty()) return;
         QTreeWidgetItem* row = list->topLevelItem(51);
@@ -114,8 +115,7 @@ class TestOptionsPage : public QObject {
         QFETCH(bool, enabled);
         QFETCH(bool, yes);
         QFETCH(int, countAfter);
-        BlockedFormats.push_back(AddBlockedFormat(u"ZIP"_s, u"Archiv"_s, false));
-        ++BlockedCount;
+        BlockedFormats.append(AddBlockedFormat(u"ZIP"_s, u"Archiv"_s, false));
         frmStowaway form;
         form.Form_Load();
         form.showTab(4);
@@ -128,7 +128,7 @@ class TestOptionsPage : public QObject {
         QCOMPARE(del->isEnabled(), enabled);
         m_user.answerMessageBox(yes ? MsgAnswer::Yes : MsgAnswer::No);
         del->click();
-        QCOMPARE(BlockedCount, countAfter);
+        QCOMPARE(BlockedFormats.count(), countAfter);
         QCOMPARE(list->topLevelItemCount(), countAfter);
         if (!enabled) return;
         QCOMPARE(m_user.questions().at(0).prompt, u"Blockierung von ' ZIP' wirklich löschen?"_s);
@@ -144,10 +144,10 @@ class TestOptionsPage : public QObject {
         QCOMPARE(list->topLevelItemCount(), 51);
         QCOMPARE(list->topLevelItem(0)->text(0), u" ADE"_s);
         QVERIFY(!list->topLevelItem(0)->icon(0).isNull());
-        QVERIFY(!BlockedChanged);
+        QVERIFY(!BlockedFormats.changed);
         list->topLevelItem(0)->setCheckState(0, Qt::Unchecked);
         QVERIFY(!IsTrue(BlockedFormats[1].Active));
-        QVERIFY(BlockedChanged);
+        QVERIFY(BlockedFormats.changed);
         // A second entry and a language switch leave the list as it is.
         BlockedFormats[2].Description = u"changed"_s;
         form.showTab(0);

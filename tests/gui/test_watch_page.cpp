@@ -62,16 +62,14 @@ udtProtoEntry Entry(double date, const QString& attachment, const QString& sende
 
 // Newest first, as the protocol keeps them.
 void MakeProtocol() {
-    ProtoEntries.assign(1, udtProtoEntry{});
-    ProtoEntries.push_back(Entry(46000.5, u"a.pdf"_s, u"Anna"_s, u"me"_s, u"Alpha"_s,
-                                 u"/s/one/Offers/"_s, u"Offers"_s, u"S"_s));
-    ProtoEntries.push_back(Entry(46000.25, u"b.doc"_s, u""_s, u"you"_s, u""_s, u"/s/two/Offers/"_s,
-                                 u"SpecialRule"_s, u"T S"_s));
-    ProtoEntries.push_back(Entry(45999.75, u"c.exe"_s, u"Bob"_s, u"me"_s, u"Beta"_s, u"/s/Bills/"_s,
-                                 u"Bills"_s, u"! disk full"_s));
-    ProtoEntries.push_back(Entry(45998.5, u"a.pdf"_s, u"anna"_s, u"me"_s, u"Alpha"_s,
-                                 u"/s/Bills/"_s, u"Bills"_s, u"S"_s));
-    ProtoCount = 4;
+    ProtoEntries.assign({Entry(46000.5, u"a.pdf"_s, u"Anna"_s, u"me"_s, u"Alpha"_s,
+                               u"/s/one/Offers/"_s, u"Offers"_s, u"S"_s),
+                         Entry(46000.25, u"b.doc"_s, u""_s, u"you"_s, u""_s, u"/s/two/Offers/"_s,
+                               u"SpecialRule"_s, u"T S"_s),
+                         Entry(45999.75, u"c.exe"_s, u"Bob"_s, u"me"_s, u"Beta"_s, u"/s/Bills/"_s,
+                               u"Bills"_s, u"! disk full"_s),
+                         Entry(45998.5, u"a.pdf"_s, u"anna"_s, u"me"_s, u"Alpha"_s, u"/s/Bills/"_s,
+                               u"Bills"_s, u"S"_s)});
 }
 
 QStringList Items(QComboBox* box) {
@@ -194,11 +192,10 @@ class TestWatchPage : public QObject {
         QFETCH(QString, said);
         QFETCH(int, selected);
         QFETCH(QString, folderPath);
-        WatchFolders.assign(1, {});
+        WatchFolders.clear();
         for (const QString& row : rows)
-            WatchFolders.push_back(
+            WatchFolders.append(
                 Watched(row.startsWith(u'-') ? row.mid(1) : row, !row.startsWith(u'-')));
-        WatchFoldersCount = int16_t(rows.size());
         frmStowaway form;
         form.Form_Load();
         auto* list = Child<QListWidget>(&form, u"lstWatchFolders"_s);
@@ -218,7 +215,7 @@ class TestWatchPage : public QObject {
             QCoreApplication::processEvents(); // a refill waits for the event's end
         }
         QStringList now;
-        for (int i = 1; i <= WatchFoldersCount; ++i)
+        for (int i = 1; i <= WatchFolders.count(); ++i)
             now << (IsTrue(WatchFolders[i].Active) ? u""_s : u"-"_s) + WatchFolders[i].Path.get();
         QCOMPARE(now, after);
         QCOMPARE(list->count(), int(after.size()));
@@ -230,7 +227,7 @@ class TestWatchPage : public QObject {
         QCOMPARE(prompts, said.isEmpty() ? QStringList{} : QStringList{said});
         QCOMPARE(list->currentRow(), selected);
         QCOMPARE(Child<QLabel>(&form, u"lblFolderPath"_s)->text(), folderPath);
-        QCOMPARE(WatchFoldersChanged, now != rows);
+        QCOMPARE(WatchFolders.changed, now != rows);
     }
 
     // Each filter of clFilter: its values in clSelect, the third column's heading, and what
@@ -341,9 +338,7 @@ class TestWatchPage : public QObject {
     void blockedFormatIsNotOpened() {
         MakeProtocol();
         ProtoEntries[3].State = u"S"_s; // c.exe, saved
-        BlockedFormats.assign(1, {});
-        BlockedFormats.push_back(AddBlockedFormat(u"EXE"_s, u"Program"_s, true));
-        BlockedCount = 1;
+        BlockedFormats.assign({AddBlockedFormat(u"EXE"_s, u"Program"_s, true)});
         frmStowaway form;
         form.Form_Load();
         auto* lvProto = Child<QTreeView>(&form, u"lvProto"_s);
@@ -378,19 +373,16 @@ class TestWatchPage : public QObject {
         Child<QComboBox>(&form, u"clFilter"_s)->setCurrentIndex(5);
         Child<QComboBox>(&form, u"clSelect"_s)->setCurrentIndex(1); // a.pdf: entries 1 and 4
         auto* model = form.findChild<ProtoModel*>();
-        ProtoEntries.insert(ProtoEntries.begin() + 1, 2, udtProtoEntry{});
-        ProtoCount += 2;
-        model->entriesInserted(1, 2);
+        ProtoEntries.prepend(udtProtoEntry{});
+        ProtoEntries.prepend(udtProtoEntry{});
         QCOMPARE(model->rowCount(), 2);
         QCOMPARE(model->entryAt(0), 3);
         QCOMPARE(model->entryAt(1), 6);
-        ProtoEntries.erase(ProtoEntries.begin() + 3, ProtoEntries.begin() + 5);
-        ProtoCount -= 2;
-        model->entriesRemoved(3, 4); // the first a.pdf and b.doc
+        ProtoEntries.removeRange(3, 4); // the first a.pdf and b.doc
         QCOMPARE(model->rowCount(), 1);
         QCOMPARE(model->entryAt(0), 4);
         QCOMPARE(model->index(0, 2).data().toString(), u"anna"_s);
-        model->entriesReset();
+        ProtoEntries.clear();
         QCOMPARE(model->rowCount(), 0);
     }
 
@@ -402,7 +394,7 @@ class TestWatchPage : public QObject {
     void wipe() {
         QFETCH(bool, yes);
         MakeProtocol();
-        ProtoChanged = true;
+        ProtoEntries.changed = true;
         SaveData();
         const QString prt = DataFilePath(u".prt"_s);
         QVERIFY(QFile::exists(prt));
@@ -414,7 +406,7 @@ class TestWatchPage : public QObject {
         QCOMPARE(m_user.questions().at(0).prompt,
                  u"Möchten Sie das Protokoll wirklich komplett löschen?"_s);
         QCOMPARE(QFile::exists(prt), !yes);
-        QCOMPARE(ProtoCount, yes ? 0 : 4);
+        QCOMPARE(ProtoEntries.count(), yes ? 0 : 4);
         QCOMPARE(Child<QTreeView>(&form, u"lvProto"_s)->model()->rowCount(), yes ? 0 : 4);
         if (!yes) return;
         QCOMPARE(Child<QComboBox>(&form, u"clFilter"_s)->currentIndex(), 0);
@@ -445,7 +437,8 @@ class TestWatchPage : public QObject {
         QCOMPARE(Child<QComboBox>(&form, u"clSelect"_s)->itemText(0), u"<All>"_s);
         QCOMPARE(Child<QTreeView>(&form, u"lvProto"_s)->model()->headerData(2, Qt::Horizontal),
                  QVariant(u"From"_s));
-        QCOMPARE(Child<QListWidget>(&form, u"lstWatchFolders"_s)->count(), int(WatchFoldersCount));
+        QCOMPARE(Child<QListWidget>(&form, u"lstWatchFolders"_s)->count(),
+                 int(WatchFolders.count()));
     }
 
   private:

@@ -50,7 +50,7 @@ TEST_F(TableCommandsTest, FoldersAddRemoveAndSwitchTheWatchedFolders) {
         {{u"folders"_s}, 0, u"2. Mail|Work|Offers  (not watched)"_s},
     });
     load();
-    ASSERT_EQ(WatchFoldersCount, 2);
+    ASSERT_EQ(WatchFolders.count(), 2);
     EXPECT_EQ(WatchFolders[1].Path.get(), u"Mail|Inbox"_s);
     EXPECT_EQ(WatchFolders[2].Path.get(), u"Mail|Work|Offers"_s);
     EXPECT_EQ(WatchFolders[2].EntryID.get(), u".Work.Offers"_s);
@@ -73,10 +73,10 @@ TEST_F(TableCommandsTest, BlockedAddsOwnRowsAndKeepsTheBuiltInOnes) {
         {{u"blocked"_s}, 0, u"MP3  Music"_s},
     });
     load();
-    ASSERT_EQ(BlockedCount, 52);
+    ASSERT_EQ(BlockedFormats.count(), 52);
     EXPECT_EQ(BlockedFormats[52].Extension.get(), u"MP3"_s);
     EXPECT_FALSE(IsTrue(BlockedFormats[52].System));
-    for (int i = 1; i <= BlockedCount; ++i) {
+    for (int i = 1; i <= BlockedFormats.count(); ++i) {
         if (BlockedFormats[i].Extension.get() == u"EXE"_s) {
             EXPECT_FALSE(IsTrue(BlockedFormats[i].Active));
         }

@@ -69,7 +69,7 @@ const FilterInfo& Info(int filter) {
 }
 
 const udtProtoEntry& Entry(int number) {
-    return ProtoEntries[static_cast<size_t>(number)];
+    return ProtoEntries[number];
 }
 } // namespace
 
@@ -113,6 +113,11 @@ QString ProtoHeading(int column, int filter) {
 
 ProtoModel::ProtoModel(QObject* parent) : QAbstractTableModel(parent) {
     m_rowHeight = QFontMetrics(QGuiApplication::font()).height() + 6;
+    RecordTableNotifier* table = ProtoEntries.notifier();
+    connect(table, &RecordTableNotifier::rowsInserted, this, &ProtoModel::entriesInserted);
+    connect(table, &RecordTableNotifier::rowsRemoved, this, &ProtoModel::entriesRemoved);
+    connect(table, &RecordTableNotifier::rowsChanged, this, &ProtoModel::entriesChanged);
+    connect(table, &RecordTableNotifier::tableReset, this, &ProtoModel::entriesReset);
 }
 
 QString ProtoModel::valueOf(const udtProtoEntry& entry, ProtoField field) {
@@ -130,7 +135,7 @@ QStringList ProtoModel::collectValues(int filter) {
     m_longDates.clear(); // the language may have changed
     const ProtoField field = FilterField(filter);
     QSet<QString> seen;
-    for (int i = 1; i <= ProtoCount; ++i) {
+    for (int i = 1; i <= ProtoEntries.count(); ++i) {
         const QString value = valueOf(Entry(i), field);
         if (value.isEmpty() || seen.contains(value)) continue;
         if (filter == ProtoFilter::Rule && value == QLatin1String("SpecialRule")) continue;
@@ -147,8 +152,8 @@ void ProtoModel::rebuild(int filter, const QString* value) {
     m_longDates.clear();
     const bool all = filter == ProtoFilter::None || !value;
     const ProtoField field = FilterField(filter);
-    m_rows.reserve(static_cast<size_t>(all ? ProtoCount : 0));
-    for (int i = 1; i <= ProtoCount; ++i)
+    m_rows.reserve(static_cast<size_t>(all ? ProtoEntries.count() : 0));
+    for (int i = 1; i <= ProtoEntries.count(); ++i)
         if (all || valueOf(Entry(i), field) == *value) m_rows.push_back(i);
     endResetModel();
 }
@@ -173,7 +178,7 @@ int ProtoModel::columnCount(const QModelIndex& parent) const {
 
 QVariant ProtoModel::data(const QModelIndex& index, int role) const {
     const int number = entryAt(index.row());
-    if (number < 1 || number > ProtoCount) return {};
+    if (number < 1 || number > ProtoEntries.count()) return {};
     const udtProtoEntry& e = Entry(number);
     switch (role) {
     case Qt::DisplayRole: {
@@ -230,6 +235,12 @@ void ProtoModel::entriesRemoved(int first, int last) {
     }
     for (int& n : m_rows)
         if (n > last) n -= removed;
+}
+
+void ProtoModel::entriesChanged(int first, int last) {
+    for (size_t row = 0; row < m_rows.size(); ++row)
+        if (m_rows[row] >= first && m_rows[row] <= last)
+            emit dataChanged(index(int(row), 0), index(int(row), columnCount() - 1));
 }
 
 void ProtoModel::entriesReset() {

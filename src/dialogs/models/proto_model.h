@@ -62,10 +62,11 @@ class ProtoModel : public QAbstractTableModel {
     QVariant headerData(int section, Qt::Orientation orientation, int role) const override;
 
   public slots:
-    // The protocol table changed under the list: keep each row on its entry (numbers are 1-based
+    // Connected to the protocol table's signals. Keep each row on its entry (numbers are 1-based
     // and name the rows after an insertion, before a removal).
     void entriesInserted(int first, int last);
     void entriesRemoved(int first, int last);
+    void entriesChanged(int first, int last);
     void entriesReset();
 
   private:

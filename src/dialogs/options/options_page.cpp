@@ -391,7 +391,7 @@ void OptionsPage::LoadBlockedFormats() {
     lvBlocked->clear();
     lvBlocked->setColumnWidth(0, 80);
     lvBlocked->setColumnWidth(1, 200);
-    for (int i = 1; i <= BlockedCount; ++i) {
+    for (int i = 1; i <= BlockedFormats.count(); ++i) {
         const udtBlockedFormat& b = BlockedFormats[static_cast<size_t>(i)];
         QTreeWidgetItem* item =
             addBlockedRow(b.Extension.get(), b.Description.get(), IsTrue(b.Active));
@@ -415,7 +415,7 @@ void OptionsPage::LoadBlockedFormats() {
 
 void OptionsPage::lvBlocked_Click() {
     const int row = lvBlocked->indexOfTopLevelItem(lvBlocked->currentItem());
-    if (row < 0 || row >= BlockedCount) {
+    if (row < 0 || row >= BlockedFormats.count()) {
         btnBlockExtDel->setEnabled(false);
         if (!m_form.bLoading) ui().beep();
         return;
@@ -427,7 +427,7 @@ int OptionsPage::blockedIndex(QTreeWidgetItem* item) {
     const int index = lvBlocked->indexOfTopLevelItem(item) + 1;
     if (index < 1) return 0;
     // A command run by this program meanwhile may have changed the table under the list.
-    if (index > BlockedCount || item->text(0).trimmed().left(3) !=
+    if (index > BlockedFormats.count() || item->text(0).trimmed().left(3) !=
                                     BlockedFormats[static_cast<size_t>(index)].Extension.get()) {
         // Reloaded after this event: the row that raised it must outlive its handler.
         ui().beep();

@@ -198,7 +198,7 @@ int ProtoPanel::selectedEntry() const {
 }
 
 void ProtoPanel::selectProtoEntry(int index) {
-    if (index < 1 || index > ProtoCount) {
+    if (index < 1 || index > ProtoEntries.count()) {
         ui().beep();
         return;
     }
@@ -248,13 +248,13 @@ void ProtoPanel::lvProto_Click() {
         l->clear();
     m_lblProto[Rule]->setToolTip(QString());
     const int n = selectedEntry();
-    if (n < 1 || n > ProtoCount) {
+    if (n < 1 || n > ProtoEntries.count()) {
         ui().beep();
         return;
     }
     const udtProtoEntry& e = ProtoEntries[static_cast<size_t>(n)];
     const QString rule = ProtoText(e, ProtoField::Rule);
-    for (int i = 1; i <= RulesCount; ++i) {
+    for (int i = 1; i <= Rules.count(); ++i) {
         if (Rules[static_cast<size_t>(i)].Name.get() != rule) continue;
         m_lblProto[Rule]->setToolTip(ruleToolTip(rule));
         break;
@@ -277,7 +277,7 @@ bool ProtoPanel::savedNothing(int n) {
 
 void ProtoPanel::btnProtoView_Click() {
     const int n = selectedEntry();
-    if (n < 1 || n > ProtoCount) {
+    if (n < 1 || n > ProtoEntries.count()) {
         ui().beep();
         return;
     }
@@ -299,7 +299,7 @@ void ProtoPanel::btnProtoView_Click() {
 
 void ProtoPanel::btnProtoOpenFolder_Click() {
     const int n = selectedEntry();
-    if (n < 1 || n > ProtoCount) {
+    if (n < 1 || n > ProtoEntries.count()) {
         ui().beep();
         return;
     }
@@ -309,7 +309,7 @@ void ProtoPanel::btnProtoOpenFolder_Click() {
 }
 
 void ProtoPanel::btnProtoDel_Click() {
-    if (ProtoCount == 0 && !QFile::exists(DataFilePath(QStringLiteral(".prt")))) {
+    if (ProtoEntries.count() == 0 && !QFile::exists(DataFilePath(QStringLiteral(".prt")))) {
         ui().beep();
         ui().messageBox(LangText(QStringLiteral("Das Protokoll ist leer..."),
                                  QStringLiteral("Protocol is empty...")),

@@ -174,7 +174,7 @@ void WatchPage::InitWatchFolderList(const QString& path) {
     lstWatchFolders->clear();
     if (check) check->clear();
     bool matched = false;
-    for (int i = 1; i <= WatchFoldersCount; ++i) {
+    for (int i = 1; i <= WatchFolders.count(); ++i) {
         udtWatchFolder& wf = WatchFolders[static_cast<size_t>(i)];
         const QString name = wf.Name.get();
         wf.Name = name;
@@ -195,7 +195,7 @@ void WatchPage::InitWatchFolderList(const QString& path) {
 
 void WatchPage::lstWatchFolders_Click() {
     const int row = lstWatchFolders->currentRow();
-    if (row < 0 || row >= WatchFoldersCount) {
+    if (row < 0 || row >= WatchFolders.count()) {
         ui().beep();
         return;
     }
@@ -206,7 +206,7 @@ int WatchPage::folderIndex(int row) {
     const int index = row + 1;
     if (index < 1) return 0;
     // A command run by this program meanwhile may have changed the table under the list.
-    if (index > WatchFoldersCount ||
+    if (index > WatchFolders.count() ||
         lstWatchFolders->item(row)->text() != WatchFolders[static_cast<size_t>(index)].Name.get()) {
         // Refilled after this event: the row that raised it must outlive its handler.
         ui().beep();
