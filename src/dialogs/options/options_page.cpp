@@ -5,6 +5,7 @@
 #include "data/log.h"
 #include "data/settings.h"
 #include "dialogs/options/frm_stowaway.h"
+#include "dialogs/options/rules_page.h"
 #include "dialogs/translate.h"
 #include "engine/notification.h"
 
@@ -17,6 +18,7 @@
 #include <QGroupBox>
 #include <QHBoxLayout>
 #include <QLabel>
+#include <QPushButton>
 #include <QRadioButton>
 #include <QVBoxLayout>
 
@@ -44,6 +46,13 @@ OptionsPage::OptionsPage(frmStowaway& form) : m_form(form) {
     layout->addWidget(buildInform(), 1, 0);
     layout->addWidget(buildProto(), 0, 1);
     layout->addWidget(buildLanguage(), 1, 1, Qt::AlignTop);
+    // The projects, through the Rules tab's handler.
+    auto* btnOptProjects = Named<QPushButton>(this, QStringLiteral("btnOptProjects"),
+                                              QStringLiteral("Projekte...||Projects...|"));
+    btnOptProjects->setAutoDefault(false);
+    connect(btnOptProjects, &QPushButton::clicked, this,
+            [this] { m_form.rulesPage()->editProjects(); });
+    layout->addWidget(btnOptProjects, 2, 0, Qt::AlignLeft | Qt::AlignTop);
     layout->setRowStretch(2, 1);
     layout->setColumnStretch(0, 1);
     layout->setColumnStretch(1, 1);

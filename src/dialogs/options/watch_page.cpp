@@ -3,6 +3,7 @@
 #include "data/globals.h"
 #include "data/settings.h"
 #include "dialogs/options/frm_stowaway.h"
+#include "dialogs/options/test_run_buttons.h"
 #include "dialogs/translate.h"
 
 #include <QCheckBox>
@@ -51,12 +52,15 @@ WatchPage::WatchPage(frmStowaway& form) : m_form(form) {
     auto* layout = new QVBoxLayout(this);
     layout->addLayout(switches);
     layout->addLayout(last);
+    layout->addWidget(testRun = new TestRunButtons(m_form, this));
     layout->addStretch(1);
 }
 
 void WatchPage::noteProtoFrame() {}
 void WatchPage::fillProtoCombos() {}
-void WatchPage::updateOBs() {}
+void WatchPage::updateOBs() {
+    testRun->setTestCaption(cbTestmode->isChecked());
+}
 void WatchPage::InitProtoList() {}
 void WatchPage::InitWatchFolderList(const QString& /*name*/) {}
 void WatchPage::selectProtoEntry(int /*index*/) {}

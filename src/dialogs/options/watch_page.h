@@ -4,6 +4,7 @@
 
 class QCheckBox;
 class QLabel;
+class TestRunButtons;
 class frmStowaway;
 
 class WatchPage : public QWidget {
@@ -22,6 +23,7 @@ class WatchPage : public QWidget {
     QCheckBox* cbActive;
     QCheckBox* cbTestmode;
     QLabel* lblLastAction;
+    TestRunButtons* testRun;
 
   private:
     frmStowaway& m_form;
