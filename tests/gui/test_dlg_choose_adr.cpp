@@ -196,18 +196,6 @@ class TestDlgChooseAdr : public QObject {
                                     "Kontakte-Ordner hinzugefügt werden."));
     }
 
-    void okAndCancel() {
-        dlgChooseAdr dialog;
-        dialog.InitDialog();
-        dialog.clAdrBooks->setCurrentIndex(3);
-        dialog.lvAdr->setCurrentItem(dialog.lvAdr->topLevelItem(1));
-        dialog.btnOK->click();
-        QCOMPARE(dialog.SelectedName, QStringLiteral("Carl Dorn"));
-        QCOMPARE(dialog.SelectedAdr, QStringLiteral("carl@dorn.example"));
-        dialog.btnCancel->click();
-        QCOMPARE(dialog.SelectedName + dialog.SelectedAdr, QString());
-    }
-
     void cards_data() {
         QTest::addColumn<QByteArray>("text");
         QTest::addColumn<QStringList>("entries"); // name|address|type, "!" for invalid

@@ -143,15 +143,6 @@ class TestFrmProjects : public QObject {
         const auto boxes = m_user.questions(AskedQuestion::Kind::MessageBox);
         QCOMPARE(boxes.empty() ? QString() : boxes.back().prompt, box);
     }
-
-    void checkFolderMakesIt() {
-        const QString target = TestEnv::home() + QStringLiteral("/Projekte/Kunden");
-        SetProjectFolder(1, target);
-        frmProjects form;
-        form.btnCheckFolder->click();
-        QVERIFY(QFileInfo(target).isDir());
-        QCOMPARE(m_user.sounds(), QStringList{QStringLiteral("SystemAsterisk")});
-    }
 };
 
 STOWAWAY_GUI_TEST_MAIN(TestFrmProjects)

@@ -59,41 +59,6 @@ class TestFrmSenderRecp : public QObject {
         QCOMPARE(m_user.beeps(), stays ? 1 : 0);
     }
 
-    void purposeAndPrompt_data() {
-        QTest::addColumn<int>("lang");
-        QTest::addColumn<bool>("sender");
-        QTest::addColumn<QString>("term");
-        QTest::addColumn<QString>("title");
-        QTest::addColumn<QString>("prompt");
-        QTest::newRow("sender by name") << 0 << true << "Anna Berg"
-                                        << "Absender wählen:"
-                                        << "Bitte geben Sie einen Namen wie ";
-        QTest::newRow("recipient by address")
-            << 1 << false << "@firma.de"
-            << "Choose recipient:"
-            << "Please enter an eMail address like 'jane@example.com' for a single person or a "
-               "domain like '@example.com' for a group of persons...";
-    }
-    void purposeAndPrompt() {
-        QFETCH(int, lang);
-        QFETCH(bool, sender);
-        QFETCH(QString, term);
-        QFETCH(QString, title);
-        QFETCH(QString, prompt);
-        CurrLang = static_cast<uint8_t>(lang);
-        frmSenderRecp form;
-        sender ? form.InitForSender() : form.InitForRecipient();
-        form.setTerm(term);
-        QCOMPARE(form.windowTitle(), title);
-        QCOMPARE(form.imgSender->isVisibleTo(&form), sender);
-        QCOMPARE(form.imgRecp->isVisibleTo(&form), !sender);
-        QCOMPARE(form.checksAddress(), term.contains(u'@'));
-        QVERIFY2(form.lblPrompt->text().startsWith(prompt), qPrintable(form.lblPrompt->text()));
-        QCOMPARE(form.btnChooseSender->toolTip(),
-                 lang ? QStringLiteral(" Choose reciepient from address book")
-                      : QStringLiteral(" Empfänger aus Adressbuch wählen"));
-    }
-
     void contactFileWithCtrl_data() {
         QTest::addColumn<QByteArray>("card");
         QTest::addColumn<bool>("address");

@@ -104,12 +104,8 @@ class TestRulesPage : public QObject {
         QTest::addColumn<int>("option");
         QTest::newRow("by date") << 0 << 2 << "JJJJ-MM"
                                  << "/srv/ablage" << 2;
-        QTest::newRow("by sender") << 1 << 1 << "E-Mail-Adresse"
-                                   << "/srv/ablage" << 1;
         QTest::newRow("by project shows its folder") << 3 << 3 << "Kunden"
                                                      << "/srv/kunden" << 3;
-        QTest::newRow("to a folder") << 4 << 0 << ""
-                                     << "/srv/ablage" << 0;
         QTest::newRow("damaged FileExists shows the first option") << 0 << 7 << "JJJJ-MM"
                                                                    << "/srv/ablage" << 0;
     }
@@ -287,10 +283,6 @@ class TestRulesPage : public QObject {
         QTest::newRow("empty folder") << "txtRulesFolder"
                                       << ""
                                       << "Feld darf nicht leer sein!";
-        QTest::newRow("relative folder")
-            << "txtRulesFolder"
-            << "ablage"
-            << "Folder takes an absolute folder path; 'ablage' is not one";
         QTest::newRow("program for a blocked format")
             << "txtRulesRunApp"
             << "xdg-open"
@@ -403,10 +395,6 @@ class TestRulesPage : public QObject {
             << 0 << 1 << 1 << QStringList{"Absender-Name", "E-Mail-Adresse"}
             << "Die Anhänge werden im gewählten Basisordner in Unterordner wie "
                "'erika.mustermann#beispiel.de' gespeichert...";
-        QTest::newRow("recipient's name")
-            << 1 << 2 << 0 << QStringList{"Name of Recipient", "eMail address"}
-            << "Attachments will be saved to the chosen base folder in subfolders like 'Jane "
-               "Doe'...";
         QTest::newRow("project")
             << 1 << 3 << 0 << QStringList{"Kunden"}
             << "Attachments will be saved directly to the folder associated with the chosen "

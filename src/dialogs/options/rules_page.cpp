@@ -228,6 +228,8 @@ QWidget* RulesPage::buildCriteria() {
         if (!m_form.bLoading && selectedRule() > 0) writeField(RuleField::FileFormat, text);
     });
     layout->addWidget(pnlRuleText);
+    // The sentence needs its four rows and no more; the actions below take the rest.
+    frCriteria->setSizePolicy(QSizePolicy::Preferred, QSizePolicy::Maximum);
     return frCriteria;
 }
 
