@@ -129,8 +129,10 @@ QWidget* RulesPage::buildList() {
         QStringLiteral("|Eintrag nach oben/nach unten verschieben||Move entry up/down"));
     auto* up = Named<QToolButton>(spnUpDown, QStringLiteral("spnUpDownUp"));
     up->setArrowType(Qt::UpArrow);
+    up->setAccessibleName(QStringLiteral("Up"));
     auto* down = Named<QToolButton>(spnUpDown, QStringLiteral("spnUpDownDown"));
     down->setArrowType(Qt::DownArrow);
+    down->setAccessibleName(QStringLiteral("Down"));
     auto* arrows = new QVBoxLayout(spnUpDown);
     arrows->setContentsMargins(0, 0, 0, 0);
     arrows->setSpacing(0);
@@ -216,8 +218,10 @@ QWidget* RulesPage::buildCriteria() {
     clRulesFileFormat = Named<QComboBox>(frCriteria, QStringLiteral("clRulesFileFormat"));
     clRulesFileFormat->setEditable(true);
     clRulesFileFormat->hide();
+    clRulesFileFormat->setAccessibleName(QStringLiteral("FileFormat"));
     btnChooseSender = Named<QPushButton>(frCriteria, QStringLiteral("btnChooseSender"));
     btnChooseSender->hide();
+    btnChooseSender->setAccessibleName(QStringLiteral("Sender"));
     // The hidden criteria take no input; should one change, it writes like the folder box.
     for (int i = 0; i < 3; ++i)
         connect(txtCriteria[i], &QLineEdit::editingFinished, this, [this, i] {
