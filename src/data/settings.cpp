@@ -149,6 +149,8 @@ const QList<SettingInfo>& KnownSettings() {
         {QStringLiteral("LastPath"), QString()},
         {QStringLiteral("DoInvAdr"), QStringLiteral("0"), true, K::YesNo},
         {QStringLiteral("Doku"), QString()},
+        // Further vCard folders for the address chooser, separated by ";".
+        {QStringLiteral("VCardFolders"), QString()},
         {QStringLiteral("CmdBarExplRow"), QString(), false, K::Whole, -32768, 32767},
         {QStringLiteral("CmdBarExplPos"), QString(), false, K::Whole, -32768, 32767},
         {QStringLiteral("CmdBarExplX"), QString(), false, K::Whole, -32768, 32767},

@@ -142,6 +142,16 @@ QString QtUserInteraction::browseForFolder(const QString& title, const QString& 
     return QFileDialog::getExistingDirectory(QApplication::activeWindow(), title, initialFolder);
 }
 
+QString QtUserInteraction::chooseOpenFile(const OpenFileRequest& request) {
+    QFileDialog dialog(QApplication::activeWindow(), request.title,
+                       QDir(request.initialFolder).filePath(request.fileName),
+                       QtFileFilter(request.filter));
+    dialog.setAcceptMode(QFileDialog::AcceptOpen);
+    dialog.setFileMode(QFileDialog::ExistingFile);
+    if (dialog.exec() != QDialog::Accepted || dialog.selectedFiles().isEmpty()) return {};
+    return dialog.selectedFiles().constFirst();
+}
+
 QString QtUserInteraction::pickMailFolder(const QString& title) {
     return PickMailFolder(title);
 }

@@ -28,6 +28,7 @@ class QtUserInteraction final : public UserInteraction {
     QString inpBoxEx(const InpBoxExRequest& request) override;
     QString chooseSaveFile(const SaveFileRequest& request) override;
     QString browseForFolder(const QString& title, const QString& initialFolder) override;
+    QString chooseOpenFile(const OpenFileRequest& request) override;
     QString pickMailFolder(const QString& title) override;
     bool playSound(const QString& sound) override;
     bool openWithShell(const QString& target) override;

@@ -53,6 +53,14 @@ struct SaveFileRequest {
     int filterIndex = 1;
 };
 
+// The open-file dialog, with the arguments of ChooseOpenFile.
+struct OpenFileRequest {
+    QString title;
+    QString initialFolder;
+    QString fileName;
+    QString filter; // "Caption (*.a)|*.a" pairs
+};
+
 // A tray notification: an icon with a tooltip and a menu entry, and a balloon with text and
 // title. It stays until hideTrayNotification (the engine waits `seconds` meanwhile, pumping
 // events); a click on the balloon acts on `target` (OpenNotificationTarget in
@@ -96,6 +104,8 @@ class UserInteraction {
     virtual QString browseForFolder(const QString& /*title*/, const QString& /*initialFolder*/) {
         return {};
     }
+    // An existing file; empty when cancelled.
+    virtual QString chooseOpenFile(const OpenFileRequest&) { return {}; }
     // A folder of the mail store, as its path ("Maildir|Inbox"); empty when cancelled.
     virtual QString pickMailFolder(const QString& /*title*/) { return {}; }
     // A wave file's path or a name of the desktop's sound theme; never waits.

@@ -98,6 +98,44 @@ QString ScriptedUserInteraction::chooseSaveFile(const SaveFileRequest& request) 
     return answer;
 }
 
+QString ScriptedUserInteraction::nextText(AskedQuestion q) {
+    m_questions.push_back(q);
+    QString answer;
+    if (!m_texts.empty()) {
+        answer = m_texts.front();
+        m_texts.pop_front();
+    }
+    note(u"text %1 | %2 [%3] -> %4"_s.arg(q.title, q.prompt, q.defaultText, answer));
+    return answer;
+}
+
+QString ScriptedUserInteraction::inpBoxEx(const InpBoxExRequest& request) {
+    AskedQuestion q;
+    q.kind = AskedQuestion::Kind::InpBox;
+    q.prompt = request.prompt;
+    q.title = request.title;
+    q.defaultText = request.defaultText;
+    return nextText(q);
+}
+
+QString ScriptedUserInteraction::browseForFolder(const QString& title,
+                                                 const QString& initialFolder) {
+    AskedQuestion q;
+    q.kind = AskedQuestion::Kind::Folder;
+    q.title = title;
+    q.defaultText = initialFolder;
+    return nextText(q);
+}
+
+QString ScriptedUserInteraction::chooseOpenFile(const OpenFileRequest& request) {
+    AskedQuestion q;
+    q.kind = AskedQuestion::Kind::OpenFile;
+    q.title = request.title;
+    q.defaultText = request.fileName;
+    q.openFile = request;
+    return nextText(q);
+}
+
 bool ScriptedUserInteraction::playSound(const QString& sound) {
     m_sounds << sound;
     note(u"sound "_s + sound);
@@ -141,21 +179,9 @@ void RecordingStatus::setSubProgress(bool visible, double fill) {
     m_calls << u"sub %1 %2"_s.arg(visible ? 1 : 0).arg(fill, 0, 'f', 2);
 }
 
-namespace {
-QString Next(std::deque<QString>& queue) {
-    if (queue.empty()) return {};
-    QString answer = queue.front();
-    queue.pop_front();
-    return answer;
-}
-} // namespace
-
-QString ScriptedUserInteraction::inpBoxEx(const InpBoxExRequest& request) {
-    note(u"input: "_s + request.title);
-    return Next(m_inpBoxEx);
-}
-
 QString ScriptedUserInteraction::pickMailFolder(const QString& title) {
-    note(u"pick folder: "_s + title);
-    return Next(m_pickFolder);
+    AskedQuestion q;
+    q.kind = AskedQuestion::Kind::Folder;
+    q.title = title;
+    return nextText(q);
 }

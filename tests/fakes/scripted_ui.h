@@ -9,7 +9,7 @@
 #include <vector>
 
 struct AskedQuestion {
-    enum class Kind { MessageBox, MsgBoxEx, SaveFile };
+    enum class Kind { MessageBox, MsgBoxEx, SaveFile, InpBox, Folder, OpenFile };
     Kind kind = Kind::MessageBox;
     QString prompt;
     QString title;
@@ -17,6 +17,8 @@ struct AskedQuestion {
     QStringList buttons;      // MsgBoxEx
     MsgButtons boxButtons{};  // MessageBox
     SaveFileRequest saveFile; // SaveFile
+    QString defaultText;      // InpBox: its default; Folder: the start folder
+    OpenFileRequest openFile; // OpenFile
 };
 
 class ScriptedUserInteraction : public UserInteraction {
@@ -24,9 +26,9 @@ class ScriptedUserInteraction : public UserInteraction {
     void answerMsgBoxEx(int answer) { m_msgBoxEx.push_back(answer); }
     void answerMessageBox(MsgAnswer answer) { m_messageBox.push_back(answer); }
     void answerSaveFile(const QString& path) { m_saveFile.push_back(path); }
-    // Input boxes and the store's folder picker: empty (cancel) when the queue is empty.
-    void answerInpBoxEx(const QString& text) { m_inpBoxEx.push_back(text); }
-    void answerPickMailFolder(const QString& path) { m_pickFolder.push_back(path); }
+    // Input boxes, folder pickers (disk and store) and open-file dialogs share one queue of texts
+    // ("" cancels).
+    void answerText(const QString& text) { m_texts.push_back(text); }
 
     const std::vector<AskedQuestion>& questions() const { return m_questions; }
     // The questions of one kind, in order.
@@ -47,6 +49,8 @@ class ScriptedUserInteraction : public UserInteraction {
     QString chooseSaveFile(const SaveFileRequest& request) override;
     QString inpBoxEx(const InpBoxExRequest& request) override;
     QString pickMailFolder(const QString& title) override;
+    QString browseForFolder(const QString& title, const QString& initialFolder) override;
+    QString chooseOpenFile(const OpenFileRequest& request) override;
     bool playSound(const QString& sound) override;
     bool openWithShell(const QString& target) override;
     void showTrayNotification(const TrayNotification& notification) override;
@@ -57,12 +61,12 @@ class ScriptedUserInteraction : public UserInteraction {
 
   private:
     void note(const QString& line);
+    QString nextText(AskedQuestion q);
 
     std::deque<int> m_msgBoxEx;
     std::deque<MsgAnswer> m_messageBox;
     std::deque<QString> m_saveFile;
-    std::deque<QString> m_inpBoxEx;
-    std::deque<QString> m_pickFolder;
+    std::deque<QString> m_texts;
 
     std::vector<AskedQuestion> m_questions;
     int m_beeps = 0;

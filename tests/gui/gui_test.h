@@ -36,3 +36,10 @@ template <class W> void WhenShown(std::function<void(W*)> act, bool popup = fals
     });
     timer->start(10);
 }
+
+// The control of that objectName below `root`; a warning names a missing one.
+template <class W> W* Find(QObject* root, const QString& name) {
+    W* w = root->findChild<W*>(name);
+    if (!w) qWarning("no control %s", qPrintable(name));
+    return w;
+}

@@ -83,7 +83,7 @@ class TestOptionsPage : public QObject {
         form.showTab(4);
         auto* list = Child<QTreeWidget>(&form, u"lvBlocked"_s);
         QCOMPARE(list->topLevelItemCount(), 51);
-        m_user.answerInpBoxEx(answer);
+        m_user.answerText(answer);
         Child<QToolButton>(&form, u"btnBlockExtAdd"_s)->click();
         QCOMPARE(list->topLevelItemCount(), rowText.isEmpty() ? 51 : 52);
         QCOMPARE(BlockedFormats.count(), stored.isEmpty() ? 51 : 52);

@@ -203,7 +203,7 @@ class TestWatchPage : public QObject {
         m_user.answerMessageBox(yes ? MsgAnswer::Yes : MsgAnswer::No);
         const QString verb = action.section(u':', 0, 0), arg = action.section(u':', 1);
         if (verb == u"add"_s) {
-            m_user.answerPickMailFolder(arg);
+            m_user.answerText(arg);
             Child<QToolButton>(&form, u"btnFolderAdd"_s)->click();
         } else if (verb == u"del"_s) {
             list->setCurrentRow(arg.toInt());

@@ -14,6 +14,7 @@
 #include "data/watch_edits.h"
 #include "dialogs/icons.h"
 #include "dialogs/options/frm_stowaway.h"
+#include "dialogs/options/rules_page.h"
 #include "dialogs/translate.h"
 #include "engine/notification.h"
 #include "ui/user_interaction.h"
@@ -77,7 +78,14 @@ OptionsPage::OptionsPage(frmStowaway& form) : m_form(form) {
                                          QStringLiteral("Add-Ins?||Add-Ins?|"));
     btnAddIns->setAutoDefault(false);
     connect(btnAddIns, &QPushButton::clicked, this, [this] { btnAddIns_Click(); });
+    // The projects, through the Rules tab's handler.
+    auto* btnOptProjects = Named<QPushButton>(this, QStringLiteral("btnOptProjects"),
+                                              QStringLiteral("Projekte...||Projects...|"));
+    btnOptProjects->setAutoDefault(false);
+    connect(btnOptProjects, &QPushButton::clicked, this,
+            [this] { m_form.rulesPage()->editProjects(); });
     buttonRow = new QHBoxLayout;
+    buttonRow->addWidget(btnOptProjects);
     buttonRow->addWidget(btnAddIns);
     buttonRow->addStretch(1);
     auto* right = new QVBoxLayout;
@@ -427,8 +435,9 @@ int OptionsPage::blockedIndex(QTreeWidgetItem* item) {
     const int index = lvBlocked->indexOfTopLevelItem(item) + 1;
     if (index < 1) return 0;
     // A command run by this program meanwhile may have changed the table under the list.
-    if (index > BlockedFormats.count() || item->text(0).trimmed().left(3) !=
-                                    BlockedFormats[static_cast<size_t>(index)].Extension.get()) {
+    if (index > BlockedFormats.count() ||
+        item->text(0).trimmed().left(3) !=
+            BlockedFormats[static_cast<size_t>(index)].Extension.get()) {
         // Reloaded after this event: the row that raised it must outlive its handler.
         ui().beep();
         QMetaObject::invokeMethod(

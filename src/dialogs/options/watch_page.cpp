@@ -9,6 +9,7 @@
 #include "dialogs/icons.h"
 #include "dialogs/options/frm_stowaway.h"
 #include "dialogs/options/proto_panel.h"
+#include "dialogs/options/test_run_buttons.h"
 #include "dialogs/translate.h"
 #include "ui/user_interaction.h"
 
@@ -107,6 +108,7 @@ WatchPage::WatchPage(frmStowaway& form) : m_form(form) {
     last->addWidget(label6);
     last->addWidget(lblLastAction, 1);
     runRow = new QHBoxLayout;
+    runRow->addWidget(testRun = new TestRunButtons(m_form, this));
     runRow->addStretch(1);
     auto* folderButtons = new QVBoxLayout;
     folderButtons->addWidget(btnFolderAdd);
@@ -158,6 +160,7 @@ void WatchPage::updateOBs() {
     cbTestmode->setFont(font);
     cbTestmode->setStyleSheet(test ? QStringLiteral("color: #ff0000;") : QString());
     cbTestmode->setEnabled(active);
+    testRun->setTestCaption(test);
 }
 
 void WatchPage::InitProtoList() {

@@ -10,6 +10,7 @@ class QLabel;
 class QListWidget;
 class QListWidgetItem;
 class ProtoPanel;
+class TestRunButtons;
 class frmStowaway;
 
 class WatchPage : public QWidget {
@@ -35,6 +36,7 @@ class WatchPage : public QWidget {
     ProtoPanel* proto;
     // The row under the switches that holds the test-run buttons.
     QHBoxLayout* runRow;
+    TestRunButtons* testRun;
 
   private:
     void lstWatchFolders_Click();

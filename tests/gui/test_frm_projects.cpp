@@ -1,0 +1,149 @@
+// frmProjects: adding, renaming, deleting projects and their folders, through the one set of
+// project edits that the command line uses too.
+#include "gui_test.h"
+
+#include "data/project_edits.h"
+#include "data/rule_edits.h"
+#include "dialogs/forms/frm_projects.h"
+
+#include <QLineEdit>
+#include <QListWidget>
+#include <QPushButton>
+#include <QToolButton>
+
+namespace {
+QStringList ProjectNames() {
+    QStringList names;
+    for (int i = 1; i <= ProjectsCount; ++i)
+        names << Projects[static_cast<size_t>(i)].Name.get();
+    return names;
+}
+} // namespace
+
+class TestFrmProjects : public QObject {
+    Q_OBJECT
+  private:
+    ScriptedUserInteraction m_user;
+
+  private slots:
+    void init() {
+        TestEnv::resetAll();
+        m_user = ScriptedUserInteraction();
+        SetUserInteraction(&m_user);
+        AddProject(QStringLiteral("Kunden"), QStringLiteral("/srv/kunden"));
+        AddProject(QStringLiteral("Lieferanten"), QStringLiteral("/srv/lief"));
+        // A rule that saves into "Lieferanten".
+        AddRule(QStringLiteral("Bestellungen"));
+        SetRuleField(1, RuleField::SaveBy, QStringLiteral("project"));
+        SetRuleField(1, RuleField::Folder, QStringLiteral("Lieferanten"));
+        ProjectsChanged = false;
+    }
+
+    void edits_data() {
+        QTest::addColumn<QString>("button");
+        QTest::addColumn<int>("row");
+        QTest::addColumn<QStringList>("answers"); // texts, then "yes"/"no" for the question
+        QTest::addColumn<QStringList>("names");
+        QTest::addColumn<int>("selected");
+        QTest::addColumn<QString>("box");
+        QTest::newRow("add") << "btnProjectAdd" << 0 << QStringList{"Intern"}
+                             << QStringList{"Kunden", "Lieferanten", "Intern"} << 2 << "";
+        QTest::newRow("add in other case selects the existing one")
+            << "btnProjectAdd" << 0 << QStringList{"lieferanten"}
+            << QStringList{"Kunden", "Lieferanten"} << 1
+            << "Ein Projekt 'lieferanten' existiert bereits...";
+        QTest::newRow("add cancelled") << "btnProjectAdd" << 0 << QStringList{""}
+                                       << QStringList{"Kunden", "Lieferanten"} << 0 << "";
+        QTest::newRow("rename") << "btnProjectEdit" << 1 << QStringList{"Zulieferer"}
+                                << QStringList{"Kunden", "Zulieferer"} << 1 << "";
+        QTest::newRow("delete in use, answered no")
+            << "btnProjectDel" << 1 << QStringList{"no"} << QStringList{"Kunden", "Lieferanten"}
+            << 1 << "Projekt 'Lieferanten' wirklich löschen?";
+        QTest::newRow("delete in use, answered yes")
+            << "btnProjectDel" << 1 << QStringList{"yes"} << QStringList{"Kunden"} << 0
+            << "Projekt 'Lieferanten' wirklich löschen?";
+    }
+    void edits() {
+        QFETCH(QString, button);
+        QFETCH(int, row);
+        QFETCH(QStringList, answers);
+        QFETCH(QStringList, names);
+        QFETCH(int, selected);
+        QFETCH(QString, box);
+        frmProjects form;
+        form.lstProjects->setCurrentRow(row);
+        for (const QString& a : answers) {
+            if (a == u"yes" || a == u"no")
+                m_user.answerMessageBox(a == u"yes" ? MsgAnswer::Yes : MsgAnswer::No);
+            else
+                m_user.answerText(a);
+        }
+        Find<QToolButton>(&form, button)->click();
+        QCOMPARE(ProjectNames(), names);
+        QCOMPARE(form.lstProjects->currentRow(), selected);
+        QCOMPARE(form.txtFolder->text(), Projects[static_cast<size_t>(selected + 1)].Folder.get());
+        const auto boxes = m_user.questions(AskedQuestion::Kind::MessageBox);
+        QCOMPARE(boxes.empty() ? QString() : boxes.back().prompt, box);
+        QCOMPARE(ProjectsChanged, (names != QStringList{"Kunden", "Lieferanten"}));
+        // The rule keeps the name it had, whatever became of the project.
+        QCOMPARE(Rules[1].Folder.get(), QStringLiteral("Lieferanten"));
+    }
+
+    void deletingTheLastLeavesAnEmptyForm() {
+        frmProjects form;
+        m_user.answerMessageBox(MsgAnswer::Yes);
+        m_user.answerMessageBox(MsgAnswer::Yes);
+        form.btnProjectDel->click();
+        form.btnProjectDel->click();
+        QCOMPARE(form.lstProjects->count(), 0);
+        QCOMPARE(form.txtFolder->text(), QString());
+        form.btnProjectDel->click(); // nothing selected: nothing asked
+        QCOMPARE(m_user.questions().size(), size_t(2));
+    }
+
+    void folder_data() {
+        QTest::addColumn<QString>("how");
+        QTest::addColumn<QString>("input");
+        QTest::addColumn<QString>("stored");
+        QTest::addColumn<QString>("box");
+        QTest::newRow("typed") << "type"
+                               << "/srv/neu"
+                               << "/srv/neu"
+                               << "";
+        QTest::newRow("typed empty is refused") << "type"
+                                                << ""
+                                                << "/srv/kunden"
+                                                << "Feld darf nicht leer sein!";
+        QTest::newRow("chosen") << "choose"
+                                << "/srv/gewaehlt"
+                                << "/srv/gewaehlt"
+                                << "";
+        QTest::newRow("choice cancelled") << "choose"
+                                          << ""
+                                          << "/srv/kunden"
+                                          << "";
+    }
+    void folder() {
+        QFETCH(QString, how);
+        QFETCH(QString, input);
+        QFETCH(QString, stored);
+        QFETCH(QString, box);
+        frmProjects form(QStringLiteral("KUNDEN"));
+        QCOMPARE(form.lstProjects->currentRow(), 0);
+        if (how == u"type") {
+            form.txtFolder->setText(input);
+            form.txtFolder->setModified(true);
+            emit form.txtFolder->editingFinished();
+        } else {
+            m_user.answerText(input);
+            form.btnChooseFolder->click();
+        }
+        QCOMPARE(Projects[1].Folder.get(), stored);
+        QCOMPARE(ProjectsChanged, stored != u"/srv/kunden");
+        const auto boxes = m_user.questions(AskedQuestion::Kind::MessageBox);
+        QCOMPARE(boxes.empty() ? QString() : boxes.back().prompt, box);
+    }
+};
+
+STOWAWAY_GUI_TEST_MAIN(TestFrmProjects)
+#include "test_frm_projects.moc"

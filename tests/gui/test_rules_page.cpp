@@ -1,0 +1,629 @@
+// The Rules tab: selecting a rule, each editor control writing its one field, the rule
+// sentence, the list's add, rename, delete and move, the projects of a rule, the rule test, and
+// the bytes of an edited rule in the data file after the program's end.
+#include "gui_test.h"
+
+#include "addin/lifecycle.h"
+#include "data/data_files.h"
+#include "data/rule_edits.h"
+#include "dialogs/forms/frm_sender_recp.h"
+#include "dialogs/options/frm_stowaway.h"
+#include "unit/data/data_test_util.h"
+
+#include <QCheckBox>
+#include <QComboBox>
+#include <QGroupBox>
+#include <QLabel>
+#include <QLineEdit>
+#include <QListWidget>
+#include <QPushButton>
+#include <QRadioButton>
+#include <QToolButton>
+
+namespace {
+udtRule Rule(const QString& name, int16_t saveBy = SaveBy::Date,
+             const QString& folder = QStringLiteral("/srv/ablage")) {
+    udtRule r;
+    r.Active = vbTrue;
+    r.Name = name;
+    r.SaveBy = saveBy;
+    r.Folder = folder;
+    return r;
+}
+
+QStringList RuleNames() {
+    QStringList names;
+    for (int i = 1; i <= RulesCount; ++i)
+        names << Rules[static_cast<size_t>(i)].Name.get();
+    return names;
+}
+
+// Every field of a rule as the command line shows it, for "only this field changed".
+QMap<QString, QString> Fields(const udtRule& r) {
+    QMap<QString, QString> out;
+    for (RuleField f : AllRuleFields())
+        out[RuleFieldName(f)] = RuleFieldValue(r, f);
+    return out;
+}
+} // namespace
+
+class TestRulesPage : public QObject {
+    Q_OBJECT
+  private:
+    ScriptedUserInteraction m_user;
+    std::unique_ptr<frmStowaway> m_form;
+
+    // The dialog on the Rules tab over `rules`, with nothing changed yet.
+    frmStowaway& open(const std::vector<udtRule>& rules, int lang = 0) {
+        CurrLang = static_cast<uint8_t>(lang);
+        ReplaceRules(rules);
+        RulesChanged = false;
+        m_form = std::make_unique<frmStowaway>();
+        m_form->Form_Load();
+        m_form->show();
+        m_form->showTab(1);
+        if (!QTest::qWaitForWindowExposed(m_form.get())) qWarning("form not exposed");
+        return *m_form;
+    }
+    template <class W> W* ctl(const QString& name) { return Find<W>(m_form.get(), name); }
+    QListWidget* list() { return ctl<QListWidget>(QStringLiteral("lstRules")); }
+    void select(int row) { list()->setCurrentRow(row); }
+    void setText(const QString& name, const QString& text) {
+        auto* box = ctl<QLineEdit>(name);
+        box->setText(text);
+        box->setModified(true);
+        emit box->editingFinished();
+    }
+    void clickLabel(const QString& name) { QTest::mouseClick(ctl<QLabel>(name), Qt::LeftButton); }
+    // The sentence as it stands in the panel: each row's captions, top to bottom.
+    QStringList sentence() {
+        auto* panel = ctl<QWidget>(QStringLiteral("pnlRuleText"));
+        QMap<int, QMap<int, QString>> rows;
+        for (QLabel* l : panel->findChildren<QLabel*>())
+            if (l->isVisible() && !l->text().isEmpty() && l->objectName() != u"lblStdRule")
+                rows[l->y()][l->x()] = l->text();
+        QStringList out;
+        for (const auto& row : rows)
+            out << row.values().join(QLatin1Char('|'));
+        return out;
+    }
+
+  private slots:
+    void init() {
+        TestEnv::resetAll();
+        m_user = ScriptedUserInteraction();
+        SetUserInteraction(&m_user);
+    }
+    void cleanup() { m_form.reset(); }
+
+    void selectingFillsTheEditorWithoutWriting_data() {
+        QTest::addColumn<int>("saveBy");
+        QTest::addColumn<int>("fileExists");
+        QTest::addColumn<QString>("saveFormatText");
+        QTest::addColumn<QString>("folderText");
+        QTest::addColumn<int>("option");
+        QTest::newRow("by date") << 0 << 2 << "JJJJ-MM"
+                                 << "/srv/ablage" << 2;
+        QTest::newRow("by project shows its folder") << 3 << 3 << "Kunden"
+                                                     << "/srv/kunden" << 3;
+        QTest::newRow("damaged FileExists shows the first option") << 0 << 7 << "JJJJ-MM"
+                                                                   << "/srv/ablage" << 0;
+    }
+    void selectingFillsTheEditorWithoutWriting() {
+        QFETCH(int, saveBy);
+        QFETCH(int, fileExists);
+        QFETCH(QString, saveFormatText);
+        QFETCH(QString, folderText);
+        QFETCH(int, option);
+        AddProject_(QStringLiteral("Kunden"), QStringLiteral("/srv/kunden"));
+        udtRule r = Rule(QStringLiteral("Second"), static_cast<int16_t>(saveBy),
+                         saveBy == 3 ? QStringLiteral("Kunden") : QStringLiteral("/srv/ablage"));
+        r.SaveFormat = saveBy == 0 ? 2 : saveBy == 1 ? 1 : 0;
+        r.FileExists = static_cast<uint8_t>(fileExists);
+        r.CheckSubj = vbTrue;
+        r.Subject = QStringLiteral("Rechnung");
+        r.Execute = QStringLiteral("xdg-open");
+        r.Notify = vbTrue;
+        open({Rule(QStringLiteral("First")), r});
+        select(1);
+        QCOMPARE(ctl<QGroupBox>(QStringLiteral("frRuleOptions"))->title(),
+                 QStringLiteral("Einstellungen für 'Second':"));
+        QVERIFY(ctl<QCheckBox>(QStringLiteral("cbRulesSubj"))->isChecked());
+        QVERIFY(!ctl<QCheckBox>(QStringLiteral("cbRulesSender"))->isChecked());
+        QCOMPARE(ctl<QLineEdit>(QStringLiteral("txtRulesSubj"))->text(),
+                 QStringLiteral("Rechnung"));
+        QCOMPARE(ctl<QComboBox>(QStringLiteral("clRulesSaveBy"))->currentIndex(), saveBy);
+        QCOMPARE(ctl<QComboBox>(QStringLiteral("clRulesSaveFormat"))->currentText(),
+                 saveFormatText);
+        QCOMPARE(ctl<QLineEdit>(QStringLiteral("txtRulesFolder"))->text(), folderText);
+        QCOMPARE(ctl<QLineEdit>(QStringLiteral("txtRulesRunApp"))->text(),
+                 QStringLiteral("xdg-open"));
+        QVERIFY(ctl<QCheckBox>(QStringLiteral("cbInform"))->isChecked());
+        QVERIFY(!ctl<QCheckBox>(QStringLiteral("cbRulesHyperlinks"))->isChecked());
+        QVERIFY(ctl<QRadioButton>(QStringLiteral("obFileExists_%1").arg(option))->isChecked());
+        // Loading wrote nothing: the repair of a damaged value is not a change to save.
+        QVERIFY(!RulesChanged);
+        QCOMPARE(int(Rules[2].FileExists), option);
+        QCOMPARE(Rules[2].Folder.get(), r.Folder.get());
+        QCOMPARE(m_user.beeps(), 0);
+    }
+
+    void eachControlWritesItsField_data() {
+        QTest::addColumn<QString>("control");
+        QTest::addColumn<QString>("input"); // text, answer, index; empty for a click
+        QTest::addColumn<QString>("field");
+        QTest::addColumn<QString>("value");
+        QTest::newRow("sender check") << "cbRulesSender"
+                                      << ""
+                                      << "CheckSender"
+                                      << "1";
+        QTest::newRow("recipient check") << "cbRulesRecipient"
+                                         << ""
+                                         << "CheckRecp"
+                                         << "1";
+        QTest::newRow("subject check") << "cbRulesSubj"
+                                       << ""
+                                       << "CheckSubj"
+                                       << "1";
+        QTest::newRow("format check") << "cbRulesFileFormat"
+                                      << ""
+                                      << "CheckFileFormat"
+                                      << "1";
+        QTest::newRow("delete") << "cbRulesDelAttach"
+                                << ""
+                                << "DelAttach"
+                                << "1";
+        QTest::newRow("notify") << "cbInform"
+                                << ""
+                                << "Notify"
+                                << "1";
+        QTest::newRow("links") << "cbRulesHyperlinks"
+                               << ""
+                               << "Hyperlink"
+                               << "1";
+        QTest::newRow("file exists") << "obFileExists_2"
+                                     << ""
+                                     << "FileExists"
+                                     << "2";
+        QTest::newRow("date format") << "clRulesSaveFormat"
+                                     << "3"
+                                     << "SaveFormat"
+                                     << "3";
+        QTest::newRow("save by folder") << "clRulesSaveBy"
+                                        << "4"
+                                        << "SaveBy"
+                                        << "4";
+        QTest::newRow("folder box") << "txtRulesFolder"
+                                    << "/srv/neu"
+                                    << "Folder"
+                                    << "/srv/neu";
+        QTest::newRow("folder box cuts at 200") << "txtRulesFolder"
+                                                << "/" + QString(250, u'x') << "Folder"
+                                                << "/" + QString(199, u'x');
+        QTest::newRow("application") << "txtRulesRunApp"
+                                     << "xdg-open"
+                                     << "Execute"
+                                     << "xdg-open";
+        QTest::newRow("no application") << "txtRulesRunApp"
+                                        << ""
+                                        << "Execute"
+                                        << "";
+        QTest::newRow("subject text") << "lblChooseSubj"
+                                      << "Angebot"
+                                      << "Subject"
+                                      << "Angebot";
+        QTest::newRow("format upper-cased") << "lblChooseFileFormat"
+                                            << "pdf"
+                                            << "FileFormat"
+                                            << "PDF";
+        QTest::newRow("format cut at 5") << "lblChooseFileFormat"
+                                         << "tiffxx"
+                                         << "FileFormat"
+                                         << "TIFFX";
+        QTest::newRow("sender through the dialog") << "lblChooseSender"
+                                                   << "@firma.de"
+                                                   << "Sender"
+                                                   << "@firma.de";
+        QTest::newRow("recipient through the dialog") << "lblChooseRecipient"
+                                                      << "Carl Dorn"
+                                                      << "Recipient"
+                                                      << "Carl Dorn";
+        QTest::newRow("base folder chosen") << "btnChooseFolder"
+                                            << "/srv/gewaehlt"
+                                            << "Folder"
+                                            << "/srv/gewaehlt";
+        QTest::newRow("check mark") << "lstRules"
+                                    << ""
+                                    << "Active"
+                                    << "0";
+    }
+    void eachControlWritesItsField() {
+        QFETCH(QString, control);
+        QFETCH(QString, input);
+        QFETCH(QString, field);
+        QFETCH(QString, value);
+        udtRule r = Rule(QStringLiteral("Rechnungen"));
+        r.Execute = QStringLiteral("old-program");
+        open({Rule(QStringLiteral("Other")), r});
+        select(1);
+        const QMap<QString, QString> before = Fields(Rules[2]);
+        QObject* w = m_form->findChild<QObject*>(control);
+        QVERIFY(w);
+        if (auto* list = qobject_cast<QListWidget*>(w)) {
+            list->item(1)->setCheckState(Qt::Unchecked);
+        } else if (auto* box = qobject_cast<QAbstractButton*>(w)) {
+            if (!input.isEmpty()) m_user.answerText(input);
+            box->click();
+        } else if (auto* combo = qobject_cast<QComboBox*>(w)) {
+            combo->setCurrentIndex(input.toInt());
+        } else if (qobject_cast<QLineEdit*>(w)) {
+            setText(control, input);
+        } else if (control == u"lblChooseSender" || control == u"lblChooseRecipient") {
+            WhenShown<frmSenderRecp>([&](frmSenderRecp* d) {
+                d->txtInput->setText(input);
+                d->btnOK->click();
+            });
+            clickLabel(control);
+        } else {
+            m_user.answerText(input);
+            clickLabel(control);
+        }
+        QMap<QString, QString> expected = before;
+        expected[field] = value;
+        QCOMPARE(Fields(Rules[2]), expected);
+        QVERIFY(RulesChanged);
+        QCOMPARE(Fields(Rules[1]), Fields(Rule(QStringLiteral("Other"))));
+        QCOMPARE(m_user.beeps(), 0);
+    }
+
+    void refusedInputChangesNothing_data() {
+        QTest::addColumn<QString>("control");
+        QTest::addColumn<QString>("input");
+        QTest::addColumn<QString>("box");
+        QTest::newRow("empty folder") << "txtRulesFolder"
+                                      << ""
+                                      << "Feld darf nicht leer sein!";
+        QTest::newRow("program for a blocked format")
+            << "txtRulesRunApp"
+            << "xdg-open"
+            << "Dateien dieses Typs sind blockiert und können nicht ausgeführt oder geöffnet "
+               "werden!";
+        QTest::newRow("format with a dot") << "lblChooseFileFormat"
+                                           << ".pdf"
+                                           << "FileFormat takes a file extension without its dot, "
+                                              "such as PDF; '.PDF' is not one";
+    }
+    void refusedInputChangesNothing() {
+        QFETCH(QString, control);
+        QFETCH(QString, input);
+        QFETCH(QString, box);
+        udtBlockedFormat exe;
+        exe.Extension = QStringLiteral("EXE");
+        exe.Active = vbTrue;
+        BlockedFormats.push_back(exe);
+        ++BlockedCount;
+        udtRule r = Rule(QStringLiteral("Programme"));
+        r.CheckFileFormat = vbTrue;
+        r.FileFormat = QStringLiteral("EXE");
+        open({r});
+        const QMap<QString, QString> before = Fields(Rules[1]);
+        if (control.startsWith(u"lbl")) {
+            m_user.answerText(input);
+            clickLabel(control);
+        } else {
+            setText(control, input);
+        }
+        QCOMPARE(Fields(Rules[1]), before);
+        QVERIFY(!RulesChanged);
+        const auto boxes = m_user.questions(AskedQuestion::Kind::MessageBox);
+        QCOMPARE(boxes.size(), size_t(1));
+        QCOMPARE(boxes[0].prompt, box);
+        QCOMPARE(m_user.beeps(), 1);
+    }
+
+    void ruleSentence_data() {
+        QTest::addColumn<int>("lang");
+        QTest::addColumn<QString>("checks"); // sender, recipient, subject, format
+        QTest::addColumn<QStringList>("rows");
+        QTest::newRow("one criterion ends in a full stop")
+            << 0 << "1000" << QStringList{"Der Absender ist|anna@berg.example|."};
+        QTest::newRow("two join with and")
+            << 1 << "0110"
+            << QStringList{"The recipient is|Carl Dorn|and", "the subject contains|Angebot|."};
+        QTest::newRow("three in English")
+            << 1 << "1011"
+            << QStringList{"The sender is|anna@berg.example|,", "the subject contains|Angebot|and",
+                           "the attachment format is|PDF|."};
+        QTest::newRow("four, an empty field shows its placeholder")
+            << 0 << "1111"
+            << QStringList{"Der Absender ist|anna@berg.example|,",
+                           "der Empfänger ist|Empfänger wählen|,",
+                           "der Betreff enthält|Angebot|und", "der Anhang ist im Format|PDF|."};
+        QTest::newRow("none") << 1 << "0000" << QStringList{};
+    }
+    void ruleSentence() {
+        QFETCH(int, lang);
+        QFETCH(QString, checks);
+        QFETCH(QStringList, rows);
+        udtRule r = Rule(QStringLiteral("Satz"));
+        r.CheckSender = ToVb(checks[0] == u'1');
+        r.CheckRecp = ToVb(checks[1] == u'1');
+        r.CheckSubj = ToVb(checks[2] == u'1');
+        r.CheckFileFormat = ToVb(checks[3] == u'1');
+        r.Sender = QStringLiteral("anna@berg.example");
+        if (lang == 1) r.Recipient = QStringLiteral("Carl Dorn");
+        r.Subject = QStringLiteral("Angebot");
+        r.FileFormat = QStringLiteral("PDF");
+        open({r}, lang);
+        QCOMPARE(sentence(), rows);
+        auto* std = ctl<QLabel>(QStringLiteral("lblStdRule"));
+        QCOMPARE(std->isVisible(), rows.isEmpty());
+        QCOMPARE(std->text(), lang ? QStringLiteral("No criterias set...")
+                                   : QStringLiteral("Keine Kriterien gesetzt..."));
+        // The picture stands between the format and the closing label.
+        auto* pic = ctl<QLabel>(QStringLiteral("picFileFormat"));
+        QCOMPARE(pic->isVisible(), checks[3] == u'1');
+        if (pic->isVisible()) {
+            QVERIFY(pic->x() >=
+                    ctl<QLabel>(QStringLiteral("lblChooseFileFormat"))->geometry().right());
+            QVERIFY(pic->geometry().right() < ctl<QLabel>(QStringLiteral("lblAND4"))->x());
+        }
+        // Unticking the first criterion takes its row away at once.
+        if (checks[0] == u'1' && rows.size() > 1) {
+            ctl<QCheckBox>(QStringLiteral("cbRulesSender"))->click();
+            QCOMPARE(sentence().size(), rows.size() - 1);
+            QVERIFY(sentence().constFirst().at(0).isUpper());
+        }
+    }
+
+    void targetExplained_data() {
+        QTest::addColumn<int>("lang");
+        QTest::addColumn<int>("saveBy");
+        QTest::addColumn<int>("format");
+        QTest::addColumn<QStringList>("formats");
+        QTest::addColumn<QString>("info");
+        const QString today = QDate::currentDate().toString(QStringLiteral("yyyy-MM-dd"));
+        QTest::newRow("date")
+            << 0 << 0 << 1 << QStringList{"TT-MM-JJJJ", "JJJJ-MM-TT", "JJJJ-MM", "JJJJ-KW"}
+            << "Die Anhänge werden im gewählten Basisordner in Unterordner wie '" + today +
+                   "' gespeichert...";
+        QTest::newRow("date in English writes YYYY-WY")
+            << 1 << 0 << 1 << QStringList{"DD-MM-YYYY", "YYYY-MM-DD", "YYYY-MM", "YYYY-WY"}
+            << "Attachments will be saved to the chosen base folder in subfolders like '" + today +
+                   "'...";
+        QTest::newRow("sender's address")
+            << 0 << 1 << 1 << QStringList{"Absender-Name", "E-Mail-Adresse"}
+            << "Die Anhänge werden im gewählten Basisordner in Unterordner wie "
+               "'erika.mustermann#beispiel.de' gespeichert...";
+        QTest::newRow("project")
+            << 1 << 3 << 0 << QStringList{"Kunden"}
+            << "Attachments will be saved directly to the folder associated with the chosen "
+               "project...";
+        QTest::newRow("folder") << 0 << 4 << 0 << QStringList{}
+                                << "Die Anhänge werden direkt im gewählten Ordner gespeichert...";
+    }
+    void targetExplained() {
+        QFETCH(int, lang);
+        QFETCH(int, saveBy);
+        QFETCH(int, format);
+        QFETCH(QStringList, formats);
+        QFETCH(QString, info);
+        AddProject_(QStringLiteral("Kunden"), QStringLiteral("/srv/kunden"));
+        udtRule r = Rule(QStringLiteral("Ziel"), static_cast<int16_t>(saveBy),
+                         saveBy == 3 ? QStringLiteral("Kunden") : QStringLiteral("/srv/ablage"));
+        r.SaveFormat = static_cast<int16_t>(format);
+        open({r}, lang);
+        auto* combo = ctl<QComboBox>(QStringLiteral("clRulesSaveFormat"));
+        QStringList items;
+        for (int i = 0; i < combo->count(); ++i)
+            items << combo->itemText(i);
+        QCOMPARE(items, formats);
+        QCOMPARE(ctl<QLabel>(QStringLiteral("lblSaveInfos"))->text(), info);
+        QCOMPARE(combo->isVisible(), saveBy != 4);
+        QCOMPARE(ctl<QToolButton>(QStringLiteral("btnEditProjects"))->isVisible(), saveBy == 3);
+        QCOMPARE(ctl<QLineEdit>(QStringLiteral("txtRulesFolder"))->isEnabled(), saveBy != 3);
+    }
+
+    void listEdits_data() {
+        QTest::addColumn<QString>("action");
+        QTest::addColumn<QString>("answer");
+        QTest::addColumn<int>("row"); // selected before
+        QTest::addColumn<QStringList>("names");
+        QTest::addColumn<int>("selected");
+        QTest::addColumn<int>("beeps");
+        QTest::addColumn<bool>("changed");
+        const QStringList abc{"A", "B", "C"};
+        QTest::newRow("add selects the new rule")
+            << "btnRulesAdd"
+            << "Neu" << 0 << QStringList{"A", "B", "C", "Neu"} << 3 << 0 << true;
+        QTest::newRow("add of a name in other case selects the existing rule")
+            << "btnRulesAdd"
+            << "b" << 0 << abc << 1 << 1 << false;
+        QTest::newRow("add of 120 characters keeps 100 and selects the first")
+            << "btnRulesAdd" << QString(120, u'x') << 2
+            << QStringList{"A", "B", "C", QString(100, u'x')} << 0 << 0 << true;
+        QTest::newRow("rename may repeat a name")
+            << "btnRuleEdit"
+            << "A" << 2 << QStringList{"A", "B", "A"} << 2 << 1 << true;
+        QTest::newRow("delete the last selects the new last")
+            << "btnRulesDel"
+            << "" << 2 << QStringList{"A", "B"} << 1 << 1 << true;
+        QTest::newRow("delete in the middle keeps the place")
+            << "btnRulesDel"
+            << "" << 0 << QStringList{"B", "C"} << 0 << 1 << true;
+        QTest::newRow("move down") << "spnUpDownDown"
+                                   << "" << 0 << QStringList{"B", "A", "C"} << 1 << 0 << true;
+        QTest::newRow("move the first up beeps") << "spnUpDownUp"
+                                                 << "" << 0 << abc << 0 << 1 << false;
+        QTest::newRow("move the last down beeps") << "spnUpDownDown"
+                                                  << "" << 2 << abc << 2 << 1 << false;
+    }
+    void listEdits() {
+        QFETCH(QString, action);
+        QFETCH(QString, answer);
+        QFETCH(int, row);
+        QFETCH(QStringList, names);
+        QFETCH(int, selected);
+        QFETCH(int, beeps);
+        QFETCH(bool, changed);
+        open({Rule(QStringLiteral("A")), Rule(QStringLiteral("B")), Rule(QStringLiteral("C"))});
+        select(row);
+        if (!answer.isEmpty()) m_user.answerText(answer);
+        ctl<QToolButton>(action)->click();
+        QCOMPARE(RuleNames(), names);
+        QCOMPARE(list()->currentRow(), selected);
+        QCOMPARE(m_user.beeps(), beeps);
+        QCOMPARE(RulesChanged, changed);
+        if (action == u"btnRulesAdd" && changed) {
+            // A new rule saves by date into the documents folder.
+            const udtRule& added = Rules[4];
+            QVERIFY(IsTrue(added.Active));
+            QCOMPARE(added.Folder.get(), GetSpecialFolder(Csidl::Personal));
+        }
+        if (action == u"btnRuleEdit") QCOMPARE(list()->item(row)->text(), answer);
+    }
+
+    void deletingTheOnlyRuleSelectsNothing() {
+        open({Rule(QStringLiteral("Einzige"))});
+        ctl<QToolButton>(QStringLiteral("btnRulesDel"))->click();
+        QCOMPARE(RulesCount, int16_t(0));
+        QCOMPARE(list()->currentRow(), -1);
+        QCOMPARE(ctl<QGroupBox>(QStringLiteral("frRuleOptions"))->title(),
+                 QStringLiteral("Einstellungen für 'Einzige':"));
+        // The editor's clicks now beep and write nothing.
+        ctl<QCheckBox>(QStringLiteral("cbInform"))->click();
+        QCOMPARE(m_user.beeps(), 2);
+    }
+
+    void savingByProject_data() {
+        QTest::addColumn<bool>("withProject");
+        QTest::addColumn<QString>("folder");
+        QTest::newRow("the first project's name at once") << true << "Kunden";
+        QTest::newRow("no project leaves the folder") << false << "/srv/ablage";
+    }
+    void savingByProject() {
+        QFETCH(bool, withProject);
+        QFETCH(QString, folder);
+        if (withProject) {
+            AddProject_(QStringLiteral("Kunden"), QStringLiteral("/srv/kunden"));
+            AddProject_(QStringLiteral("Lieferanten"), QStringLiteral("/srv/lief"));
+        }
+        open({Rule(QStringLiteral("Projektregel"))});
+        ctl<QComboBox>(QStringLiteral("clRulesSaveBy"))->setCurrentIndex(3);
+        QCOMPARE(Rules[1].SaveBy, SaveBy::Project);
+        QCOMPARE(Rules[1].Folder.get(), folder);
+        if (!withProject) return;
+        QCOMPARE(ctl<QLineEdit>(QStringLiteral("txtRulesFolder"))->text(),
+                 QStringLiteral("/srv/kunden"));
+        ctl<QComboBox>(QStringLiteral("clRulesSaveFormat"))->setCurrentIndex(1);
+        QCOMPARE(Rules[1].Folder.get(), QStringLiteral("Lieferanten"));
+        QCOMPARE(ctl<QLineEdit>(QStringLiteral("txtRulesFolder"))->text(),
+                 QStringLiteral("/srv/lief"));
+    }
+
+    void checkRuleAsksPerAttachment_data() {
+        QTest::addColumn<int>("folderRow");
+        QTest::addColumn<QList<int>>("answers");
+        QTest::addColumn<int>("asked");
+        QTest::addColumn<QString>("report");
+        QTest::newRow("all attachments")
+            << 0 << QList<int>{1, 1, 1} << 3 << "1 Übereinstimmung(en) gefunden...";
+        QTest::newRow("ended on the second")
+            << 0 << QList<int>{1, 2} << 2 << "1 Übereinstimmung(en) gefunden...";
+        QTest::newRow("no folder chosen beeps") << -1 << QList<int>{} << 0 << "";
+    }
+    void checkRuleAsksPerAttachment() {
+        QFETCH(int, folderRow);
+        QFETCH(QList<int>, answers);
+        QFETCH(int, asked);
+        QFETCH(QString, report);
+        FakeMailSession session;
+        SetMailSession(&session);
+        FakeFolderPtr store = session.addStore(QStringLiteral("Maildir"), QStringLiteral("/mail"));
+        FakeFolderPtr inbox = store->addFolder(QStringLiteral("Inbox"));
+        FakeMessageData data;
+        data.subject = QStringLiteral("Drei Anhänge");
+        data.senderName = QStringLiteral("Anna Berg");
+        data.senderAddress = QStringLiteral("anna@berg.example");
+        FakeMessagePtr mail = inbox->addMessage(data);
+        for (const char* name : {"a.pdf", "b.pdf", "c.pdf"})
+            mail->addAttachment(QLatin1String(name), "x");
+        udtWatchFolder wf;
+        wf.Active = vbTrue;
+        wf.Name = QStringLiteral("Inbox");
+        wf.EntryID = inbox->EntryID().value;
+        wf.StoreID = inbox->StoreID().value;
+        WatchFolders.push_back(wf);
+        ++WatchFoldersCount;
+        open({Rule(QStringLiteral("Alles"), SaveBy::Folder)});
+        auto* folders = ctl<QComboBox>(QStringLiteral("clFoldersCheckRule"));
+        folders->clear();
+        folders->addItem(QStringLiteral("Inbox"));
+        folders->setCurrentIndex(folderRow);
+        for (int a : answers)
+            m_user.answerMsgBoxEx(a);
+        ctl<QPushButton>(QStringLiteral("btnCheckRule"))->click();
+        const auto questions = m_user.questions(AskedQuestion::Kind::MsgBoxEx);
+        QCOMPARE(int(questions.size()), asked);
+        if (asked > 0) QVERIFY(questions[0].prompt.contains(QStringLiteral("/srv/ablage/a.pdf")));
+        const auto boxes = m_user.questions(AskedQuestion::Kind::MessageBox);
+        QCOMPARE(boxes.empty() ? QString() : boxes.back().prompt, report);
+        QCOMPARE(m_user.beeps(), 1);
+        // The check writes nothing.
+        QCOMPARE(mail->stored.mileage, QString());
+        SetMailSession(nullptr);
+    }
+
+    // The dialog's edit reaches the data file at the program's end, at the offsets of the
+    // record layout.
+    void editedRuleLandsInTheDataFile() {
+        QDir().mkpath(QFileInfo(DataFilePath(QStringLiteral(".rls"))).path());
+        QVERIFY(WriteAll(DataFilePath(QStringLiteral(".rls")), {}));
+        auto session = std::make_shared<FakeMailSession>();
+        session->addStore(QStringLiteral("Maildir"), QStringLiteral("/mail"))
+            ->addFolder(QStringLiteral("Inbox"));
+        HostEnvironment host;
+        host.openSession = [session] { return Result<std::shared_ptr<MailSession>>{session, {}}; };
+        OnConnection(host);
+        QCOMPARE(RulesCount, int16_t(0));
+        m_form = std::make_unique<frmStowaway>();
+        m_form->Form_Load();
+        m_form->show();
+        m_form->showTab(1);
+        m_user.answerText(QStringLiteral("Rechnungen März"));
+        ctl<QToolButton>(QStringLiteral("btnRulesAdd"))->click();
+        m_user.answerText(QStringLiteral("Angebot €"));
+        ctl<QCheckBox>(QStringLiteral("cbRulesSubj"))->click();
+        clickLabel(QStringLiteral("lblChooseSubj"));
+        ctl<QComboBox>(QStringLiteral("clRulesSaveBy"))->setCurrentIndex(1);
+        ctl<QComboBox>(QStringLiteral("clRulesSaveFormat"))->setCurrentIndex(1);
+        ctl<QRadioButton>(QStringLiteral("obFileExists_2"))->click();
+        ctl<QCheckBox>(QStringLiteral("cbRulesHyperlinks"))->click();
+        m_form.reset();
+        OnDisconnection();
+        const QByteArray expected =
+            Record(1025, {{0, Le16(-1)},
+                          {2, Padded("Rechnungen M\xe4rz", 100)},
+                          {406, Le16(-1)},
+                          {408, Padded("Angebot \x80", 100)},
+                          {515, Le16(1)},
+                          {517, Le16(1)},
+                          {519, Padded(GetSpecialFolder(Csidl::Personal).toUtf8(), 200)},
+                          {719, QByteArray(1, '\x02')},
+                          {1023, Le16(-1)}});
+        QCOMPARE(ReadAll(DataFilePath(QStringLiteral(".rls"))), expected);
+        SetMailSession(nullptr);
+    }
+
+  private:
+    static void AddProject_(const QString& name, const QString& folder) {
+        udtProject p;
+        p.Name = name;
+        p.Folder = folder;
+        Projects.push_back(p);
+        ++ProjectsCount;
+    }
+};
+
+STOWAWAY_GUI_TEST_MAIN(TestRulesPage)
+#include "test_rules_page.moc"

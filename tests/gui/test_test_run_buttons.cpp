@@ -1,0 +1,200 @@
+// The run buttons of the Watch tab: their drop-downs and flags, a test or real run over the
+// watched folders, the reset of the processing marks, and the caption by test mode.
+#include "gui_test.h"
+
+#include "dialogs/options/frm_stowaway.h"
+
+#include <QCheckBox>
+#include <QLabel>
+#include <QListWidget>
+#include <QMenu>
+#include <QPushButton>
+#include <QToolButton>
+
+class TestTestRunButtons : public QObject {
+    Q_OBJECT
+  private:
+    ScriptedUserInteraction m_user;
+    std::shared_ptr<FakeMailSession> m_session;
+    std::vector<FakeFolderPtr> m_folders;
+    QTemporaryDir m_target;
+
+    void watch(const QString& name) {
+        FakeFolderPtr folder =
+            m_session->addStore(QStringLiteral("Store ") + name, QStringLiteral("/mail/") + name)
+                ->addFolder(name);
+        FakeMessageData data;
+        data.subject = QStringLiteral("Post für ") + name;
+        data.senderName = QStringLiteral("Anna Berg");
+        data.senderAddress = QStringLiteral("anna@berg.example");
+        folder->addMessage(data)->addAttachment(name + QStringLiteral(".pdf"), "pdf");
+        udtWatchFolder wf;
+        wf.Active = vbTrue;
+        wf.Name = name;
+        wf.EntryID = folder->EntryID().value;
+        wf.StoreID = folder->StoreID().value;
+        WatchFolders.push_back(wf);
+        ++WatchFoldersCount;
+        m_folders.push_back(folder);
+    }
+    // Chooses entry `entry` (1-based) of the drop-down that `button` opens; "" for the ticks.
+    QString choose(frmStowaway& form, const QString& button, int entry) {
+        QString ticked;
+        WhenShown<QMenu>(
+            [&](QMenu* menu) {
+                const QList<QAction*> actions = menu->actions();
+                for (QAction* a : actions)
+                    if (a->isChecked()) ticked += a->text() + u';';
+                QTest::mouseClick(menu, Qt::LeftButton, {},
+                                  menu->actionGeometry(actions.at(entry - 1)).center());
+            },
+            true);
+        Find<QToolButton>(&form, button)->click();
+        return ticked;
+    }
+
+  private slots:
+    void init() {
+        TestEnv::resetAll();
+        m_user = ScriptedUserInteraction();
+        SetUserInteraction(&m_user);
+        SaveSetting(QStringLiteral("PaceSeconds"), QStringLiteral("0"));
+        m_session = std::make_shared<FakeMailSession>();
+        SetMailSession(m_session.get());
+        m_folders.clear();
+        for (const QString& f : QDir(m_target.path()).entryList(QDir::Files))
+            QFile::remove(m_target.filePath(f));
+        watch(QStringLiteral("Eingang"));
+        watch(QStringLiteral("Archiv"));
+        udtRule rule;
+        rule.Active = vbTrue;
+        rule.Name = QStringLiteral("Alles");
+        rule.SaveBy = SaveBy::Folder;
+        rule.Folder = m_target.path();
+        rule.FileExists = FileExists::Replace;
+        Rules.push_back(rule);
+        ++RulesCount;
+    }
+    void cleanup() { SetMailSession(nullptr); }
+
+    void dropDowns_data() {
+        QTest::addColumn<QString>("button");
+        QTest::addColumn<int>("entry");
+        QTest::addColumn<QString>("flag");
+        QTest::newRow("test all folders") << "btnTestDropDown" << 1 << "bTestAllFolders";
+        QTest::newRow("test notifies") << "btnTestDropDown" << 2 << "TestNotifies";
+        QTest::newRow("reset all folders") << "btnResetDropDown" << 1 << "bResetAllFolders";
+        QTest::newRow("set unread") << "btnResetDropDown" << 2 << "bSetUnread";
+    }
+    void dropDowns() {
+        QFETCH(QString, button);
+        QFETCH(int, entry);
+        QFETCH(QString, flag);
+        frmStowaway form;
+        form.Form_Load();
+        form.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&form));
+        const auto value = [&] {
+            return flag == u"bTestAllFolders"    ? form.bTestAllFolders
+                   : flag == u"TestNotifies"     ? TestNotifies
+                   : flag == u"bResetAllFolders" ? form.bResetAllFolders
+                                                 : form.bSetUnread;
+        };
+        QCOMPARE(choose(form, button, entry), QString());
+        QVERIFY(value());
+        // The mark shows the flag, and a second choice clears it.
+        QVERIFY(!choose(form, button, entry).isEmpty());
+        QVERIFY(!value());
+        // The flags outlive a new load of the dialog.
+        choose(form, button, entry);
+        form.Form_Load();
+        QVERIFY(value());
+        TestNotifies = false;
+    }
+
+    void runs_data() {
+        QTest::addColumn<bool>("testMode");
+        QTest::addColumn<bool>("all");
+        QTest::addColumn<QStringList>("saved");
+        QTest::addColumn<QString>("lastAction");
+        QTest::newRow("test run over all folders saves nothing")
+            << true << true << QStringList{} << "Testlauf für 'Archiv', ";
+        QTest::newRow("real run over all folders")
+            << false << true << QStringList{"Archiv.pdf", "Eingang.pdf"}
+            << "Ausführung für 'Archiv', ";
+        QTest::newRow("no folder selected beeps") << false << false << QStringList{} << "";
+    }
+    void runs() {
+        QFETCH(bool, testMode);
+        QFETCH(bool, all);
+        QFETCH(QStringList, saved);
+        QFETCH(QString, lastAction);
+        SaveSetting(QStringLiteral("SWTest"), testMode ? QStringLiteral("1") : QStringLiteral("0"));
+        frmStowaway form;
+        form.Form_Load();
+        form.bTestAllFolders = all;
+        Find<QPushButton>(&form, QStringLiteral("btnTestOrRun"))->click();
+        QCOMPARE(QDir(m_target.path()).entryList(QDir::Files), saved);
+        QVERIFY(lastAction.isEmpty() ? gLastAction.isEmpty() : gLastAction.startsWith(lastAction));
+        QCOMPARE(Find<QLabel>(&form, QStringLiteral("lblLastAction"))->text(), gLastAction);
+        // Without a folder the click only beeps (a run's notifications may beep too).
+        if (!all) QCOMPARE(m_user.beeps(), 1);
+        QVERIFY(!SWRun);
+    }
+
+    void resetClearsTheMarks_data() {
+        QTest::addColumn<bool>("setUnread");
+        QTest::newRow("marks only") << false;
+        QTest::newRow("and unread") << true;
+    }
+    void resetClearsTheMarks() {
+        QFETCH(bool, setUnread);
+        for (const FakeFolderPtr& f : m_folders) {
+            f->messages().front()->stored.mileage = QStringLiteral("QWKStowaway");
+            f->messages().front()->stored.unread = false;
+        }
+        frmStowaway form;
+        form.Form_Load();
+        form.bResetAllFolders = true;
+        form.bSetUnread = setUnread;
+        Find<QPushButton>(&form, QStringLiteral("btnReset"))->click();
+        for (const FakeFolderPtr& f : m_folders) {
+            QCOMPARE(f->messages().front()->stored.mileage, QString());
+            QCOMPARE(f->messages().front()->stored.unread, setUnread);
+        }
+        QCOMPARE(m_user.questions(AskedQuestion::Kind::MessageBox).back().prompt,
+                 QStringLiteral("2 Nachrichte(n) zurückgesetzt..."));
+        QVERIFY(
+            gLastAction.startsWith(QStringLiteral("Bearbeitungsflags zurückgesetzt für 'Archiv'")));
+    }
+
+    void captionFollowsTestMode_data() {
+        QTest::addColumn<int>("lang");
+        QTest::addColumn<QString>("test");
+        QTest::addColumn<QString>("process");
+        QTest::newRow("German") << 0 << "Testen"
+                                << "Ausführen";
+        QTest::newRow("English") << 1 << "Test"
+                                 << "Process";
+    }
+    void captionFollowsTestMode() {
+        QFETCH(int, lang);
+        QFETCH(QString, test);
+        QFETCH(QString, process);
+        SaveSetting(QStringLiteral("CurrLang"), QString::number(lang));
+        CurrLang = static_cast<uint8_t>(lang);
+        frmStowaway form;
+        form.Form_Load();
+        auto* button = Find<QPushButton>(&form, QStringLiteral("btnTestOrRun"));
+        QCOMPARE(button->text(), test);
+        Find<QCheckBox>(&form, QStringLiteral("cbTestmode"))->click();
+        form.UpdateOBs();
+        QCOMPARE(button->text(), process);
+        QCOMPARE(Find<QPushButton>(&form, QStringLiteral("btnReset"))->text(),
+                 lang ? QStringLiteral("Reset processing flags")
+                      : QStringLiteral("Bearbeitungsflags zurücksetzen"));
+    }
+};
+
+STOWAWAY_GUI_TEST_MAIN(TestTestRunButtons)
+#include "test_test_run_buttons.moc"
