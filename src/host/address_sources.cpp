@@ -232,7 +232,7 @@ std::vector<AddressEntry> MailAddresses() {
         e.invalid = !LooksLikeAddress(e.address);
         out.push_back(e);
     };
-    for (int i = 1; i <= WatchFoldersCount; ++i) {
+    for (int i = 1; i <= WatchFolders.count(); ++i) {
         const MailFolderPtr folder = WatchedFolder(session, WatchFolders[static_cast<size_t>(i)]);
         if (!folder) continue;
         for (const MailItemPtr& item : folder->Items().value) {

@@ -72,8 +72,7 @@ class TestDlgChooseAdr : public QObject {
         wf.Name = QStringLiteral("Inbox");
         wf.EntryID = inbox->EntryID().value;
         wf.StoreID = inbox->StoreID().value;
-        WatchFolders.push_back(wf);
-        ++WatchFoldersCount;
+        WatchFolders.append(wf);
     }
     void cleanup() {
         SetMailSession(nullptr);

@@ -14,7 +14,7 @@
 namespace {
 QStringList ProjectNames() {
     QStringList names;
-    for (int i = 1; i <= ProjectsCount; ++i)
+    for (int i = 1; i <= Projects.count(); ++i)
         names << Projects[static_cast<size_t>(i)].Name.get();
     return names;
 }
@@ -36,7 +36,7 @@ class TestFrmProjects : public QObject {
         AddRule(QStringLiteral("Bestellungen"));
         SetRuleField(1, RuleField::SaveBy, QStringLiteral("project"));
         SetRuleField(1, RuleField::Folder, QStringLiteral("Lieferanten"));
-        ProjectsChanged = false;
+        Projects.changed = false;
     }
 
     void edits_data() {
@@ -84,7 +84,7 @@ class TestFrmProjects : public QObject {
         QCOMPARE(form.txtFolder->text(), Projects[static_cast<size_t>(selected + 1)].Folder.get());
         const auto boxes = m_user.questions(AskedQuestion::Kind::MessageBox);
         QCOMPARE(boxes.empty() ? QString() : boxes.back().prompt, box);
-        QCOMPARE(ProjectsChanged, (names != QStringList{"Kunden", "Lieferanten"}));
+        QCOMPARE(Projects.changed, (names != QStringList{"Kunden", "Lieferanten"}));
         // The rule keeps the name it had, whatever became of the project.
         QCOMPARE(Rules[1].Folder.get(), QStringLiteral("Lieferanten"));
     }
@@ -139,7 +139,7 @@ class TestFrmProjects : public QObject {
             form.btnChooseFolder->click();
         }
         QCOMPARE(Projects[1].Folder.get(), stored);
-        QCOMPARE(ProjectsChanged, stored != u"/srv/kunden");
+        QCOMPARE(Projects.changed, stored != u"/srv/kunden");
         const auto boxes = m_user.questions(AskedQuestion::Kind::MessageBox);
         QCOMPARE(boxes.empty() ? QString() : boxes.back().prompt, box);
     }

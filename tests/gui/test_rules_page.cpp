@@ -33,7 +33,7 @@ udtRule Rule(const QString& name, int16_t saveBy = SaveBy::Date,
 
 QStringList RuleNames() {
     QStringList names;
-    for (int i = 1; i <= RulesCount; ++i)
+    for (int i = 1; i <= Rules.count(); ++i)
         names << Rules[static_cast<size_t>(i)].Name.get();
     return names;
 }
@@ -57,7 +57,7 @@ class TestRulesPage : public QObject {
     frmStowaway& open(const std::vector<udtRule>& rules, int lang = 0) {
         CurrLang = static_cast<uint8_t>(lang);
         ReplaceRules(rules);
-        RulesChanged = false;
+        Rules.changed = false;
         m_form = std::make_unique<frmStowaway>();
         m_form->Form_Load();
         m_form->show();
@@ -142,7 +142,7 @@ class TestRulesPage : public QObject {
         QVERIFY(!ctl<QCheckBox>(QStringLiteral("cbRulesHyperlinks"))->isChecked());
         QVERIFY(ctl<QRadioButton>(QStringLiteral("obFileExists_%1").arg(option))->isChecked());
         // Loading wrote nothing: the repair of a damaged value is not a change to save.
-        QVERIFY(!RulesChanged);
+        QVERIFY(!Rules.changed);
         QCOMPARE(int(Rules[2].FileExists), option);
         QCOMPARE(Rules[2].Folder.get(), r.Folder.get());
         QCOMPARE(m_user.beeps(), 0);
@@ -271,7 +271,7 @@ class TestRulesPage : public QObject {
         QMap<QString, QString> expected = before;
         expected[field] = value;
         QCOMPARE(Fields(Rules[2]), expected);
-        QVERIFY(RulesChanged);
+        QVERIFY(Rules.changed);
         QCOMPARE(Fields(Rules[1]), Fields(Rule(QStringLiteral("Other"))));
         QCOMPARE(m_user.beeps(), 0);
     }
@@ -300,8 +300,7 @@ class TestRulesPage : public QObject {
         udtBlockedFormat exe;
         exe.Extension = QStringLiteral("EXE");
         exe.Active = vbTrue;
-        BlockedFormats.push_back(exe);
-        ++BlockedCount;
+        BlockedFormats.append(exe);
         udtRule r = Rule(QStringLiteral("Programme"));
         r.CheckFileFormat = vbTrue;
         r.FileFormat = QStringLiteral("EXE");
@@ -314,7 +313,7 @@ class TestRulesPage : public QObject {
             setText(control, input);
         }
         QCOMPARE(Fields(Rules[1]), before);
-        QVERIFY(!RulesChanged);
+        QVERIFY(!Rules.changed);
         const auto boxes = m_user.questions(AskedQuestion::Kind::MessageBox);
         QCOMPARE(boxes.size(), size_t(1));
         QCOMPARE(boxes[0].prompt, box);
@@ -473,7 +472,7 @@ class TestRulesPage : public QObject {
         QCOMPARE(RuleNames(), names);
         QCOMPARE(list()->currentRow(), selected);
         QCOMPARE(m_user.beeps(), beeps);
-        QCOMPARE(RulesChanged, changed);
+        QCOMPARE(Rules.changed, changed);
         if (action == u"btnRulesAdd" && changed) {
             // A new rule saves by date into the documents folder.
             const udtRule& added = Rules[4];
@@ -486,7 +485,7 @@ class TestRulesPage : public QObject {
     void deletingTheOnlyRuleSelectsNothing() {
         open({Rule(QStringLiteral("Einzige"))});
         ctl<QToolButton>(QStringLiteral("btnRulesDel"))->click();
-        QCOMPARE(RulesCount, int16_t(0));
+        QCOMPARE(Rules.count(), int16_t(0));
         QCOMPARE(list()->currentRow(), -1);
         QCOMPARE(ctl<QGroupBox>(QStringLiteral("frRuleOptions"))->title(),
                  QStringLiteral("Einstellungen für 'Einzige':"));
@@ -553,8 +552,7 @@ class TestRulesPage : public QObject {
         wf.Name = QStringLiteral("Inbox");
         wf.EntryID = inbox->EntryID().value;
         wf.StoreID = inbox->StoreID().value;
-        WatchFolders.push_back(wf);
-        ++WatchFoldersCount;
+        WatchFolders.append(wf);
         open({Rule(QStringLiteral("Alles"), SaveBy::Folder)});
         auto* folders = ctl<QComboBox>(QStringLiteral("clFoldersCheckRule"));
         folders->clear();
@@ -585,7 +583,7 @@ class TestRulesPage : public QObject {
         HostEnvironment host;
         host.openSession = [session] { return Result<std::shared_ptr<MailSession>>{session, {}}; };
         OnConnection(host);
-        QCOMPARE(RulesCount, int16_t(0));
+        QCOMPARE(Rules.count(), int16_t(0));
         m_form = std::make_unique<frmStowaway>();
         m_form->Form_Load();
         m_form->show();
@@ -620,8 +618,7 @@ class TestRulesPage : public QObject {
         udtProject p;
         p.Name = name;
         p.Folder = folder;
-        Projects.push_back(p);
-        ++ProjectsCount;
+        Projects.append(p);
     }
 };
 

@@ -33,8 +33,7 @@ class TestTestRunButtons : public QObject {
         wf.Name = name;
         wf.EntryID = folder->EntryID().value;
         wf.StoreID = folder->StoreID().value;
-        WatchFolders.push_back(wf);
-        ++WatchFoldersCount;
+        WatchFolders.append(wf);
         m_folders.push_back(folder);
     }
     // Chooses entry `entry` (1-based) of the drop-down that `button` opens; "" for the ticks.
@@ -72,8 +71,7 @@ class TestTestRunButtons : public QObject {
         rule.SaveBy = SaveBy::Folder;
         rule.Folder = m_target.path();
         rule.FileExists = FileExists::Replace;
-        Rules.push_back(rule);
-        ++RulesCount;
+        Rules.append(rule);
     }
     void cleanup() { SetMailSession(nullptr); }
 

@@ -21,10 +21,6 @@
 #include <QVBoxLayout>
 
 namespace {
-int ProjectCount() {
-    return ProjectsCount;
-}
-
 QToolButton* Picture(QWidget* parent, const QString& name, const QString& tag, const QIcon& icon) {
     auto* b = Named<QToolButton>(parent, name, tag);
     b->setIcon(icon);
@@ -114,7 +110,7 @@ frmProjects::frmProjects(const QString& selectName, QWidget* parent) : QDialog(p
 
 int frmProjects::selected() const {
     const int row = lstProjects->currentRow();
-    return row >= 0 && row < ProjectCount() ? row + 1 : 0;
+    return row >= 0 && row < Projects.count() ? row + 1 : 0;
 }
 
 void frmProjects::InitProjectsList(const QString& selectName) {
@@ -122,7 +118,7 @@ void frmProjects::InitProjectsList(const QString& selectName) {
     {
         const QSignalBlocker block(lstProjects);
         lstProjects->clear();
-        for (int i = 1; i <= ProjectCount(); ++i) {
+        for (int i = 1; i <= Projects.count(); ++i) {
             const QString name = Projects[static_cast<size_t>(i)].Name.get();
             lstProjects->addItem(name);
             if (found < 0 && name.toLower() == selectName.toLower()) found = i - 1;

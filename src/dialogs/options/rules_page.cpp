@@ -34,10 +34,6 @@
 #include <QVBoxLayout>
 
 namespace {
-int RuleCount() {
-    return RulesCount;
-}
-
 const RuleField kCheckFields[kCriteria] = {RuleField::CheckSender, RuleField::CheckRecp,
                                            RuleField::CheckSubj, RuleField::CheckFileFormat};
 const RuleField kValueFields[kCriteria] = {RuleField::Sender, RuleField::Recipient,
@@ -402,7 +398,7 @@ void RulesPage::InitRulesList(const QString& name) {
     {
         const QSignalBlocker block(lstRules);
         lstRules->clear();
-        for (int i = 1; i <= RuleCount(); ++i) {
+        for (int i = 1; i <= Rules.count(); ++i) {
             udtRule& rule = Rules[static_cast<size_t>(i)];
             const QString ruleName = rule.Name.get();
             rule.Name = ruleName;
@@ -499,7 +495,7 @@ void RulesPage::UpdateRulesText() {
 
 int RulesPage::selectedRule() const {
     const int row = lstRules->currentRow();
-    return row >= 0 && row < RuleCount() ? row + 1 : 0;
+    return row >= 0 && row < Rules.count() ? row + 1 : 0;
 }
 
 bool RulesPage::writeField(RuleField field, const QString& value) {
@@ -568,7 +564,7 @@ void RulesPage::lstRules_Click() {
 }
 
 void RulesPage::lstRules_ItemCheck(int row) {
-    if (m_form.bLoading || row < 0 || row >= RuleCount()) return;
+    if (m_form.bLoading || row < 0 || row >= Rules.count()) return;
     const bool on = lstRules->item(row)->checkState() == Qt::Checked;
     // The row's text changes too (a rename); only a changed mark is an edit.
     if (IsTrue(Rules[static_cast<size_t>(row + 1)].Active) == on) return;
@@ -770,7 +766,7 @@ void RulesPage::fillSaveFormats(int saveBy) {
             LangText(QStringLiteral("E-Mail-Adresse"), QStringLiteral("eMail address")));
         break;
     case SaveBy::Project:
-        for (int i = 1; i <= ProjectsCount; ++i)
+        for (int i = 1; i <= Projects.count(); ++i)
             clRulesSaveFormat->addItem(Projects[static_cast<size_t>(i)].Name.get());
         break;
     default:
@@ -808,7 +804,7 @@ void RulesPage::clRulesSaveFormat_Click() {
     const int row = clRulesSaveFormat->currentIndex();
     if (byProject && row >= 0) {
         const QString name = clRulesSaveFormat->currentText().trimmed();
-        for (int i = 1; i <= ProjectsCount; ++i)
+        for (int i = 1; i <= Projects.count(); ++i)
             if (Projects[static_cast<size_t>(i)].Name.get() == name) {
                 txtRulesFolder->setText(Projects[static_cast<size_t>(i)].Folder.get());
                 break;

@@ -68,14 +68,14 @@ void TestRunButtons::setTestCaption(bool testMode) {
 bool TestRunButtons::pickFolders(bool all, std::vector<int>& indices) {
     indices.clear();
     if (all) {
-        for (int i = 1; i <= WatchFoldersCount; ++i)
+        for (int i = 1; i <= WatchFolders.count(); ++i)
             indices.push_back(i);
         return true;
     }
     // Row r of the Watch tab's list stands for watched folder r + 1.
     const auto* list = m_form.findChild<QAbstractItemView*>(QStringLiteral("lstWatchFolders"));
     const int row = list && list->currentIndex().isValid() ? list->currentIndex().row() : -1;
-    if (row < 0 || row >= WatchFoldersCount) {
+    if (row < 0 || row >= WatchFolders.count()) {
         ui().beep();
         return false;
     }
