@@ -88,7 +88,8 @@ class TestOptionsPage : public QObject {
         QCOMPARE(list->topLevelItemCount(), rowText.isEmpty() ? 51 : 52);
         QCOMPARE(BlockedFormats.count(), stored.isEmpty() ? 51 : 52);
         QCOMPARE(BlockedFormats.changed, !stored.isEmpty());
-        QCOMPARE(m_user.questions().empty() ? QString() : m_user.questions()[0].prompt, said);
+        const auto boxes = m_user.questions(AskedQuestion::Kind::MessageBox);
+        QCOMPARE(boxes.empty() ? QString() : boxes[0].prompt, said);
         if (rowText.isEmpty()) return;
         QTreeWidgetItem* row = list->topLevelItem(51);
         QCOMPARE(row->text(0), rowText);
@@ -217,7 +218,8 @@ class TestOptionsPage : public QObject {
         frmStowaway form;
         form.Form_Load();
         Child<QToolButton>(&form, button)->click();
-        QCOMPARE(m_user.questions().empty() ? QString() : m_user.questions()[0].prompt, said);
+        const auto boxes = m_user.questions(AskedQuestion::Kind::MessageBox);
+        QCOMPARE(boxes.empty() ? QString() : boxes[0].prompt, said);
         QCOMPARE(QFile::exists(LogFilePath()), existsAfter);
         if (button == u"btnCopyToClipboard"_s && exists)
             QCOMPARE(QGuiApplication::clipboard()->text(), u"01.01.2026 - 10:00:00 - Grüße\r\n"_s);

@@ -222,7 +222,7 @@ class TestWatchPage : public QObject {
         for (int i = 0; i < list->count(); ++i)
             QCOMPARE(list->item(i)->checkState() == Qt::Checked, !after[i].startsWith(u'-'));
         QStringList prompts;
-        for (const AskedQuestion& q : m_user.questions())
+        for (const AskedQuestion& q : m_user.questions(AskedQuestion::Kind::MessageBox))
             prompts << q.prompt;
         QCOMPARE(prompts, said.isEmpty() ? QStringList{} : QStringList{said});
         QCOMPARE(list->currentRow(), selected);
