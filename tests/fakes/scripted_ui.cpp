@@ -145,7 +145,7 @@ bool ScriptedUserInteraction::playSound(const QString& sound) {
 bool ScriptedUserInteraction::openWithShell(const QString& target) {
     m_opened << target;
     note(u"open "_s + target);
-    return true;
+    return opens;
 }
 
 void ScriptedUserInteraction::showTrayNotification(const TrayNotification& notification) {

@@ -29,6 +29,8 @@ class ScriptedUserInteraction : public UserInteraction {
     // Input boxes, folder pickers (disk and store) and open-file dialogs share one queue of texts
     // ("" cancels).
     void answerText(const QString& text) { m_texts.push_back(text); }
+    // Whether handing a target to the desktop succeeds.
+    bool opens = true;
 
     const std::vector<AskedQuestion>& questions() const { return m_questions; }
     // The questions of one kind, in order.

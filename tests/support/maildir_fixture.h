@@ -1,6 +1,7 @@
 #pragma once
 // A fresh Maildir store in the test's private home for every test, and small helpers to fill it.
 #include "host/maildir/mail_builder.h"
+#include "host/maildir/maildir_names.h"
 #include "host/maildir/maildir_session.h"
 #include "support/test_env.h"
 
@@ -61,9 +62,14 @@ class MaildirTest : public FreshState {
         return fetched.value;
     }
 
-    static QByteArray readFile(const QString& path) {
-        QFile f(path);
-        return f.open(QIODevice::ReadOnly) ? f.readAll() : QByteArray();
+    static QByteArray readFile(const QString& path) { return ReadFile(path); }
+
+    // Writes `bytes` as an unread mail file in cur/ of the root.
+    QString deliverRaw(const QByteArray& bytes) {
+        const QString path =
+            root + QStringLiteral("/cur/") + NewUniqueName() + QStringLiteral(":2,");
+        EXPECT_TRUE(WriteFile(path, bytes));
+        return path;
     }
 
     QString root;
@@ -71,7 +77,3 @@ class MaildirTest : public FreshState {
   private:
     std::unique_ptr<MaildirSession> session_;
 };
-
-inline std::string S(const QString& text) {
-    return text.toStdString();
-}

@@ -1,10 +1,13 @@
 #include "support/test_env.h"
 
+#include "common/ansi.h"
 #include "common/folders.h"
 #include "data/globals.h"
+#include "data/log.h"
 #include "ui/user_interaction.h"
 
 #include <QDir>
+#include <QRegularExpression>
 #include <QTemporaryDir>
 
 #include <cstdlib>
@@ -55,3 +58,29 @@ QString dataFile(const QString& name) {
 }
 
 } // namespace TestEnv
+
+QByteArray ReadFile(const QString& path) {
+    QFile f(path);
+    return f.open(QIODevice::ReadOnly) ? f.readAll() : QByteArray();
+}
+
+bool WriteFile(const QString& path, const QByteArray& bytes) {
+    QDir().mkpath(QFileInfo(path).path());
+    QFile f(path);
+    return f.open(QIODevice::WriteOnly | QIODevice::Truncate) && f.write(bytes) == bytes.size();
+}
+
+QStringList FolderEntries(const QString& folder) {
+    return QDir(folder).entryList(
+        QDir::AllEntries | QDir::NoDotAndDotDot | QDir::Hidden | QDir::System, QDir::Name);
+}
+
+QStringList LogLinesWithoutStamps() {
+    QStringList lines = FromAnsi(ReadFile(LogFilePath())).split(QStringLiteral("\r\n"));
+    if (!lines.isEmpty() && lines.back().isEmpty()) lines.removeLast();
+    static const QRegularExpression stamp(
+        QStringLiteral("^\\d\\d\\.\\d\\d\\.\\d{4} - \\d\\d:\\d\\d:\\d\\d - "));
+    for (QString& line : lines)
+        line.remove(stamp);
+    return lines;
+}

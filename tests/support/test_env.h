@@ -1,5 +1,6 @@
 #pragma once
 // A private home for the test process, and per-test reset of the global state.
+#include <QByteArray>
 #include <QString>
 #include <QStringList>
 #include <gtest/gtest.h>
@@ -17,6 +18,10 @@ inline void PrintTo(const QStringList& list, std::ostream* os) {
     *os << "\n]";
 }
 
+inline std::string S(const QString& text) {
+    return text.toStdString();
+}
+
 namespace TestEnv {
 // Points HOME, XDG_DATA_HOME, XDG_CONFIG_HOME and XDG_DOCUMENTS_DIR at a fresh temporary folder.
 void setUpProcessHome();
@@ -27,8 +32,17 @@ void resetAll();
 QString dataFile(const QString& name);
 } // namespace TestEnv
 
+// The bytes of a file; empty when it cannot be read.
+QByteArray ReadFile(const QString& path);
+// Writes a file whole, making its folder first.
+bool WriteFile(const QString& path, const QByteArray& bytes = {});
+// Every entry of a folder, hidden ones too, by name.
+QStringList FolderEntries(const QString& folder);
+// The LOG's lines without their time stamps ("dd.mm.yyyy - hh:mm:ss - ").
+QStringList LogLinesWithoutStamps();
+
 // Base fixture: every test starts from a fresh home and start-value globals.
 class FreshState : public testing::Test {
-protected:
+  protected:
     void SetUp() override { TestEnv::resetAll(); }
 };

@@ -1,5 +1,5 @@
 #include "common/exec_prog.h"
-#include "recording_ui.h"
+#include "fakes/scripted_ui.h"
 #include "support/test_env.h"
 
 #include <QDir>
@@ -15,7 +15,7 @@ class ExecProg : public FreshState {
   protected:
     void SetUp() override {
         FreshState::SetUp();
-        ui.install();
+        SetUserInteraction(&ui);
         ASSERT_TRUE(dir.isValid());
     }
     QString path(const QString& name) const { return dir.filePath(name); }
@@ -31,13 +31,14 @@ class ExecProg : public FreshState {
     }
 
     QTemporaryDir dir;
-    RecordingUi ui;
+    ScriptedUserInteraction ui;
 };
 
 TEST_F(ExecProg, StartsAProgramAndSeesItEnd) {
     // The child runs until the test lets it go, so "running" never depends on timing.
     const QString release = path(u"release"_s);
     clsExecProg exec;
+    EXPECT_FALSE(exec.IsRunning()); // nothing started yet
     exec.setProgName(u"/bin/sh"_s);
     exec.setProgParas(u"-c \"while [ ! -e '%1' ]; do sleep 0.02; done\""_s.arg(release));
     exec.ExecProg();
@@ -45,24 +46,19 @@ TEST_F(ExecProg, StartsAProgramAndSeesItEnd) {
     EXPECT_TRUE(exec.IsRunning());
     EXPECT_TRUE(exec.IsRunning());
 
-    QFile(release).open(QIODevice::WriteOnly);
+    WriteFile(release);
     EXPECT_TRUE(WaitUntilEnded(exec));
-    EXPECT_FALSE(exec.IsRunning());
     EXPECT_FALSE(exec.EPError());
-    EXPECT_TRUE(ui.opened.isEmpty());
+    EXPECT_TRUE(ui.opened().isEmpty());
 }
 
 TEST_F(ExecProg, HandsAQuotedPathAsOneArgumentInTheWorkingFolder) {
     // What a rule's application gets: the saved file's full path in double quotes.
     const QString script = path(u"app.sh"_s);
-    {
-        QFile f(script);
-        ASSERT_TRUE(f.open(QIODevice::WriteOnly));
-        f.write("#!/bin/sh\nprintf '%s|%s|%s' \"$#\" \"$1\" \"$(pwd)\" > result.tmp\n"
-                "mv result.tmp result.txt\n");
-        f.close();
-        ASSERT_TRUE(f.setPermissions(QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner));
-    }
+    ASSERT_TRUE(WriteFile(script, "#!/bin/sh\nprintf '%s|%s|%s' \"$#\" \"$1\" \"$(pwd)\" > "
+                                  "result.tmp\nmv result.tmp result.txt\n"));
+    ASSERT_TRUE(
+        QFile::setPermissions(script, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner));
     const QString saved = path(u"Invoice März 2026.pdf"_s);
     clsExecProg exec;
     exec.setProgName(script);
@@ -72,40 +68,33 @@ TEST_F(ExecProg, HandsAQuotedPathAsOneArgumentInTheWorkingFolder) {
     exec.ExecProg();
     ASSERT_FALSE(exec.EPError());
     ASSERT_TRUE(WaitUntilEnded(exec));
-
-    QFile result(path(u"result.txt"_s));
-    ASSERT_TRUE(result.open(QIODevice::ReadOnly));
-    EXPECT_EQ(QString::fromUtf8(result.readAll()),
+    EXPECT_EQ(QString::fromUtf8(ReadFile(path(u"result.txt"_s))),
               u"1|%1|%2"_s.arg(saved, QDir(dir.path()).canonicalPath()));
 }
 
-TEST_F(ExecProg, FailedStartsSetTheError) {
-    const QString missing = path(u"no such program"_s);
-    const QString notExecutable = path(u"plain.txt"_s);
-    QFile(notExecutable).open(QIODevice::WriteOnly);
-    for (const QString& prog : {missing, notExecutable}) {
+TEST_F(ExecProg, WhatCannotStartSetsTheError) {
+    WriteFile(path(u"plain.txt"_s));
+    const struct {
+        QString program;
+        QString workDir;
+    } rows[] = {
+        {path(u"no such program"_s), {}},
+        {path(u"plain.txt"_s), {}}, // not executable
+        {u"/bin/true"_s, path(u"gone"_s)},
+        {{}, {}}, // nothing to start
+    };
+    for (const auto& row : rows) {
         clsExecProg exec;
-        exec.setProgName(prog);
-        exec.setProgParas(u"\"/tmp/some file.pdf\""_s);
+        if (!row.program.isEmpty()) {
+            exec.setProgName(row.program);
+            exec.setProgParas(u"\"/tmp/some file.pdf\""_s);
+        }
+        exec.setWorkDir(row.workDir);
         exec.ExecProg();
-        EXPECT_TRUE(exec.EPError()) << prog.toStdString();
+        EXPECT_TRUE(exec.EPError()) << row.program.toStdString();
         EXPECT_FALSE(exec.IsRunning());
     }
-
-    clsExecProg inMissingFolder;
-    inMissingFolder.setProgName(u"/bin/true"_s);
-    inMissingFolder.setWorkDir(path(u"gone"_s));
-    inMissingFolder.ExecProg();
-    EXPECT_TRUE(inMissingFolder.EPError());
-}
-
-TEST_F(ExecProg, NothingToStartIsAnError) {
-    clsExecProg exec;
-    EXPECT_FALSE(exec.IsRunning()); // nothing started yet
-    EXPECT_TRUE(exec.EPError());
-    exec.ExecProg();
-    EXPECT_TRUE(exec.EPError());
-    EXPECT_TRUE(ui.opened.isEmpty());
+    EXPECT_TRUE(ui.opened().isEmpty());
 }
 
 TEST_F(ExecProg, ADocumentGoesToTheDesktopAndLeavesNoProcess) {
@@ -113,12 +102,12 @@ TEST_F(ExecProg, ADocumentGoesToTheDesktopAndLeavesNoProcess) {
     clsExecProg exec;
     exec.setProgParas(doc);
     exec.ExecProg();
-    EXPECT_EQ(ui.opened, QStringList{doc});
+    EXPECT_EQ(ui.opened(), QStringList{doc});
     EXPECT_FALSE(exec.EPError());
     EXPECT_FALSE(exec.IsRunning());
     EXPECT_TRUE(exec.EPError()); // no process to ask
 
-    ui.openSucceeds = false;
+    ui.opens = false;
     clsExecProg refused;
     refused.setProgParas(doc);
     refused.ExecProg();

@@ -20,9 +20,7 @@ class Files : public FreshState {
     }
     QString path(const QString& name) const { return dir.filePath(name); }
     void write(const QString& name, const QByteArray& bytes) const {
-        QFile f(path(name));
-        ASSERT_TRUE(f.open(QIODevice::WriteOnly));
-        ASSERT_EQ(f.write(bytes), bytes.size());
+        ASSERT_TRUE(WriteFile(path(name), bytes));
     }
 
     ScopedTimeZone tz{kBerlinRule};

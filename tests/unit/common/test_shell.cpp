@@ -1,12 +1,12 @@
-#include "common/folders.h"
 #include "common/lang.h"
 #include "common/shell.h"
 #include "common/wait.h"
-#include "recording_ui.h"
+#include "fakes/scripted_ui.h"
 #include "support/test_env.h"
 
 #include <gtest/gtest.h>
 
+#include <functional>
 #include <vector>
 
 using namespace Qt::StringLiterals;
@@ -16,43 +16,49 @@ class Shell : public FreshState {
   protected:
     void SetUp() override {
         FreshState::SetUp();
-        ui.install();
+        SetUserInteraction(&ui);
     }
-    RecordingUi ui;
+    ScriptedUserInteraction ui;
 };
 
-TEST_F(Shell, OpenWithShellHandsTheTargetToTheDesktop) {
+TEST_F(Shell, OpenHandsTheTargetToTheDesktopAndAFailureOrTheUnavailableBeepsAndSays) {
     OpenWithShell(u"/home/u/Mail Files/plan.pdf"_s);
-    EXPECT_EQ(ui.opened, QStringList{u"/home/u/Mail Files/plan.pdf"_s});
-    EXPECT_EQ(ui.pumps, 1);
-    EXPECT_EQ(ui.beeps, 0);
-    EXPECT_TRUE(ui.boxes.empty());
-}
+    EXPECT_EQ(ui.opened(), QStringList{u"/home/u/Mail Files/plan.pdf"_s});
+    EXPECT_EQ(ui.pumps(), 1);
+    EXPECT_EQ(ui.beeps(), 0);
+    EXPECT_TRUE(ui.questions().empty());
 
-TEST_F(Shell, AFailedOpenBeepsAndSaysSoInGermanOnly) {
-    ui.openSucceeds = false;
-    CurrLang = 1;
-    OpenWithShell(u"/nowhere/x.pdf"_s);
-    EXPECT_EQ(ui.beeps, 1);
-    ASSERT_EQ(ui.boxes.size(), 1u);
-    EXPECT_EQ(ui.boxes[0].prompt, u"Client konnte nicht gestartet werden..."_s);
-    EXPECT_EQ(ui.boxes[0].buttons, MsgButtons::OK);
-    EXPECT_EQ(ui.boxes[0].icon, MsgIcon::Information);
-    EXPECT_EQ(ui.boxes[0].title, u"!!! Problem !!!"_s);
-}
-
-TEST_F(Shell, NotAvailableInBothLanguages) {
-    CurrLang = 0;
-    ShowNotAvailable();
-    CurrLang = 1;
-    ShowNotAvailable();
-    EXPECT_EQ(ui.beeps, 2);
-    ASSERT_EQ(ui.boxes.size(), 2u);
-    EXPECT_EQ(ui.boxes[0].prompt, u"Funktion noch nicht freigegeben..."_s);
-    EXPECT_EQ(ui.boxes[1].prompt, u"Function not available yet..."_s);
-    for (const ShownBox& box : ui.boxes) {
-        EXPECT_EQ(box.icon, MsgIcon::Exclamation);
-        EXPECT_EQ(box.title, u"Quillworks Stowaway v2.50"_s);
+    const struct {
+        const char* what;
+        int lang;
+        std::function<void()> call;
+        QString prompt;
+        MsgIcon icon;
+        QString title;
+    } rows[] = {
+        // A failed open speaks German only.
+        {"failed open", 1,
+         [&] {
+             ui.opens = false;
+             OpenWithShell(u"/nowhere/x.pdf"_s);
+         },
+         u"Client konnte nicht gestartet werden..."_s, MsgIcon::Information, u"!!! Problem !!!"_s},
+        {"not available", 0, ShowNotAvailable, u"Funktion noch nicht freigegeben..."_s,
+         MsgIcon::Exclamation, u"Quillworks Stowaway v2.50"_s},
+        {"not available", 1, ShowNotAvailable, u"Function not available yet..."_s,
+         MsgIcon::Exclamation, u"Quillworks Stowaway v2.50"_s},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.what);
+        CurrLang = uint8_t(row.lang);
+        const int beeps = ui.beeps();
+        row.call();
+        EXPECT_EQ(ui.beeps(), beeps + 1);
+        const AskedQuestion& box = ui.questions().back();
+        EXPECT_EQ(box.prompt, row.prompt);
+        EXPECT_EQ(box.boxButtons, MsgButtons::OK);
+        EXPECT_EQ(box.icon, int(row.icon));
+        EXPECT_EQ(box.title, row.title);
     }
 }
 
@@ -83,14 +89,14 @@ TEST_F(Shell, WaitSecondsPumpsUntilTheTimeHasPassed) {
         {1.0f, {86399.5, 86399.9, 0.2, 0.6}, 2, 3, true}, // across midnight
     };
     for (const auto& c : cases) {
-        ui.pumps = 0;
+        const int pumps = ui.pumps();
         ScriptedClock clock{c.readings};
         const OpError err = WaitSeconds(c.seconds, std::ref(clock));
         EXPECT_EQ(bool(err), c.overflow) << c.seconds;
         if (c.overflow) {
             EXPECT_EQ(err.number, ErrNo::Overflow);
         }
-        EXPECT_EQ(ui.pumps, c.pumps) << c.seconds;
+        EXPECT_EQ(ui.pumps() - pumps, c.pumps) << c.seconds;
         EXPECT_EQ(clock.calls, c.calls) << c.seconds;
     }
 }

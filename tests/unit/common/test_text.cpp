@@ -1,3 +1,4 @@
+#include "common/ansi.h"
 #include "common/text.h"
 
 #include <gtest/gtest.h>
@@ -5,6 +6,18 @@
 using namespace Qt::StringLiterals;
 
 namespace {
+TEST(Ansi, EveryByteSurvivesARoundTripAndUnmappableCharactersBecomeQuestionMarks) {
+    QByteArray all;
+    for (int b = 0; b < 256; ++b)
+        all.append(static_cast<char>(b));
+    EXPECT_EQ(ToAnsi(FromAnsi(all)), all);
+    EXPECT_EQ(ToAnsi(u"Grüße €"_s), QByteArray("Gr\xfc\xdf"
+                                               "e \x80"));
+    EXPECT_EQ(FromAnsi(QByteArray("\x84\x93")), u"„“"_s);
+    EXPECT_EQ(ToAnsi(u"a\u4e2db"_s), QByteArray("a?b"));
+    EXPECT_EQ(ToAnsi(u"x\U0001F600y"_s), QByteArray("x?y"));
+}
+
 TEST(CleanFileName, ReplacesExactlyTheTenCharacters) {
     EXPECT_EQ(CleanFileName(u"a\"b\\c/d:e+f*g?h<i>j|k"_s), u"a_b_c_d_e_f_g_h_i_j_k"_s);
     EXPECT_EQ(CleanFileName(u"Invoice+Copy.pdf"_s), u"Invoice_Copy.pdf"_s);

@@ -1,29 +1,17 @@
 #pragma once
-// Small file helpers and a recording user interaction for the data-layer tests.
+// Record images put together byte by byte, and the inbox a first start finds.
 #include "data/defaults.h"
-#include "ui/user_interaction.h"
+#include "support/test_env.h"
 
 #include <QByteArray>
-#include <QDir>
-#include <QFile>
 #include <QString>
-#include <QStringList>
 
-#include <vector>
-
+// The older names of the shared file helpers.
 inline QByteArray ReadAll(const QString& path) {
-    QFile f(path);
-    return f.open(QIODevice::ReadOnly) ? f.readAll() : QByteArray();
+    return ReadFile(path);
 }
-
 inline bool WriteAll(const QString& path, const QByteArray& bytes) {
-    QFile f(path);
-    return f.open(QIODevice::WriteOnly | QIODevice::Truncate) && f.write(bytes) == bytes.size();
-}
-
-inline QStringList FolderEntries(const QString& folder) {
-    return QDir(folder).entryList(QDir::AllEntries | QDir::NoDotAndDotDot | QDir::Hidden,
-                                  QDir::Name);
+    return WriteFile(path, bytes);
 }
 
 // Puts a record together from (offset, bytes) pairs over a field of NULs.
@@ -54,32 +42,3 @@ inline InboxInfo GoodInbox() {
             QStringLiteral("/home/u/Maildir"),
             QString()};
 }
-
-struct ShownBox {
-    QString prompt;
-    MsgIcon icon;
-    QString title;
-};
-
-class RecordingUi final : public UserInteraction {
-  public:
-    RecordingUi() { SetUserInteraction(this); }
-    ~RecordingUi() override { SetUserInteraction(nullptr); }
-
-    int beeps = 0;
-    std::vector<ShownBox> boxes;
-
-    void beep() override { ++beeps; }
-    MsgAnswer messageBox(const QString& prompt, MsgButtons, MsgIcon icon,
-                         const QString& title) override {
-        boxes.push_back({prompt, icon, title});
-        return MsgAnswer::OK;
-    }
-    int msgBoxEx(const MsgBoxExRequest&) override { return 99; }
-    QString chooseSaveFile(const SaveFileRequest&) override { return {}; }
-    bool playSound(const QString&) override { return false; }
-    bool openWithShell(const QString&) override { return false; }
-    void showTrayNotification(const TrayNotification&) override {}
-    void pumpEvents() override {}
-    void setBusy(bool) override {}
-};

@@ -5,15 +5,9 @@
 #include "host/mime/mime_params.h"
 #include "host/mime/mime_prescan.h"
 
-#include <gtest/gtest.h>
+#include "support/test_env.h"
 
 using namespace Qt::StringLiterals;
-
-namespace {
-std::string S(const QString& s) {
-    return s.toStdString();
-}
-} // namespace
 
 TEST(Base64Content, DecodesAcrossInnerPaddingAndTellsLostBits) {
     struct Case {
