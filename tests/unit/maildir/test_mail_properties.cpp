@@ -9,18 +9,6 @@
 
 using namespace Qt::StringLiterals;
 
-namespace {
-
-QString WriteRaw(const QString& dir, const QByteArray& text) {
-    const QString path = dir + u"/cur/"_s + NewUniqueName() + u":2,"_s;
-    QFile f(path);
-    f.open(QIODevice::WriteOnly);
-    f.write(text);
-    return path;
-}
-
-} // namespace
-
 TEST_F(MaildirTest, HeaderPropertiesOfASampleMail) {
     SampleMail mail;
     mail.fromName = u"Jörg Müller"_s;
@@ -47,6 +35,9 @@ TEST_F(MaildirTest, HeaderPropertiesOfASampleMail) {
     EXPECT_EQ(item->Class().value, ItemClass::Mail);
     EXPECT_EQ(S(item->StoreID().value), S(root));
     EXPECT_EQ(S(item->TypeName()), "MaildirMessage");
+    // No rich text in a MIME mail.
+    EXPECT_EQ(S(item->RTFBody().value), "");
+    EXPECT_TRUE(item->SetRTFBody(u"{\\rtf1}"_s));
 }
 
 TEST_F(MaildirTest, ReceivedTimeIsTheNewestReceivedThenDateThenTheFileTime) {
@@ -65,7 +56,7 @@ TEST_F(MaildirTest, ReceivedTimeIsTheNewestReceivedThenDateThenTheFileTime) {
     };
     const QDateTime fileTime(QDate(2024, 12, 24), QTime(18, 0), Qt::UTC);
     for (const Case& c : cases) {
-        const QString path = WriteRaw(root, (c.headers + "\nbody\n").toUtf8());
+        const QString path = deliverRaw((c.headers + "\nbody\n").toUtf8());
         utimbuf times{fileTime.toSecsSinceEpoch(), fileTime.toSecsSinceEpoch()};
         utime(QFile::encodeName(path).constData(), &times);
         const MailItemPtr item = onlyMail();
@@ -100,7 +91,7 @@ TEST_F(MaildirTest, ClassesOfMailsPostsReportsAndMeetingRequests) {
         QFile::remove(path);
     }
     // A calendar that is the whole mail.
-    WriteRaw(root, "From: a@b\nContent-Type: text/calendar; method=REQUEST\n\nBEGIN:VCALENDAR\n");
+    deliverRaw("From: a@b\nContent-Type: text/calendar; method=REQUEST\n\nBEGIN:VCALENDAR\n");
     EXPECT_EQ(onlyMail()->Class().value, ItemClass::MeetingRequest);
 }
 
@@ -122,33 +113,11 @@ TEST_F(MaildirTest, UnReadIsTheMissingSeenFlagAndSettingItRenames) {
     EXPECT_TRUE(onlyMail()->UnRead().value);
 }
 
-TEST_F(MaildirTest, BodiesAndFormat) {
-    SampleMail plain;
-    plain.textBody = u"Grüße,\nplain text only\n"_s;
-    const QString plainPath = deliver(plain);
-    MailItemPtr item = onlyMail();
-    EXPECT_EQ(item->BodyFormat().value, BodyFormat::Plain);
-    EXPECT_EQ(S(item->Body().value), S(plain.textBody));
-    EXPECT_EQ(S(item->HTMLBody().value), "");
-    EXPECT_EQ(S(item->RTFBody().value), "");
-    EXPECT_TRUE(item->SetRTFBody(u"{\\rtf1}"_s));
-    QFile::remove(plainPath);
-
-    SampleMail html = plain;
-    html.htmlBody = u"<html><body><p>Grüße</p></body></html>"_s;
-    deliver(html);
-    item = onlyMail();
-    EXPECT_EQ(item->BodyFormat().value, BodyFormat::Html);
-    EXPECT_EQ(S(item->HTMLBody().value), S(html.htmlBody));
-    EXPECT_EQ(S(item->Body().value), S(plain.textBody));
-}
-
 TEST_F(MaildirTest, BodyTextInALegacyCharsetAndUnlabelled8Bit) {
-    WriteRaw(root,
-             "From: a@b\nSubject: =?iso-8859-1?q?Gr=FC=DFe?=\nMIME-Version: 1.0\n"
-             "Content-Type: text/plain; charset=iso-8859-1\nContent-Transfer-Encoding: 8bit\n\n"
-             "Gr\xfc\xdf"
-             "e\n");
+    deliverRaw("From: a@b\nSubject: =?iso-8859-1?q?Gr=FC=DFe?=\nMIME-Version: 1.0\n"
+               "Content-Type: text/plain; charset=iso-8859-1\nContent-Transfer-Encoding: 8bit\n\n"
+               "Gr\xfc\xdf"
+               "e\n");
     MailItemPtr item = onlyMail();
     EXPECT_EQ(S(item->Subject().value), "Grüße");
     EXPECT_EQ(S(item->Body().value), "Grüße\n");

@@ -16,10 +16,6 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-QStringList FilesIn(const QString& dir) {
-    return QDir(dir).entryList(QDir::Files | QDir::Hidden, QDir::Name);
-}
-
 void SetFileTime(const QString& path, qint64 seconds) {
     utimbuf t{seconds, seconds};
     utime(QFile::encodeName(path).constData(), &t);
@@ -56,7 +52,7 @@ TEST_F(MaildirTest, SaveWritesANewFileWithTheStampUnderAFreshNameKeepingFlagsAnd
     ASSERT_FALSE(item->SetMileage(u"QWKStowaway"_s));
     ASSERT_FALSE(item->Save());
 
-    const QStringList files = FilesIn(root + u"/cur"_s);
+    const QStringList files = FolderEntries(root + u"/cur"_s);
     ASSERT_EQ(files.size(), 1);
     const MaildirFileName name = ParseMaildirFileName(files[0]);
     EXPECT_NE(name.unique, oldId);
@@ -65,7 +61,7 @@ TEST_F(MaildirTest, SaveWritesANewFileWithTheStampUnderAFreshNameKeepingFlagsAnd
     EXPECT_EQ(S(name.flags), "FS");
     const QString now = root + u"/cur/"_s + files[0];
     EXPECT_EQ(QFileInfo(now).lastModified().toSecsSinceEpoch(), 1700000000);
-    EXPECT_TRUE(FilesIn(root + u"/tmp"_s).isEmpty());
+    EXPECT_TRUE(FolderEntries(root + u"/tmp"_s).isEmpty());
     EXPECT_EQ(S(item->EntryID().value), S(name.unique));
     EXPECT_TRUE(session().ownWrites().containsEntryId(name.unique));
     EXPECT_TRUE(seen.contains(now));
@@ -125,7 +121,7 @@ TEST_F(MaildirTest, DeletedAttachmentsLeaveTheTreeAndTheRestKeepTheirNames) {
     ASSERT_FALSE(second->Delete());
     ASSERT_FALSE(item->Save());
 
-    const QString path = root + u"/cur/"_s + FilesIn(root + u"/cur"_s).at(0);
+    const QString path = root + u"/cur/"_s + FolderEntries(root + u"/cur"_s).at(0);
     EXPECT_EQ(S(PartSummary(ParseWithPython(path)).join(',')),
               "multipart/mixed,text/plain,text/plain keep.txt");
     MaildirSession fresh({{root, {}}});
@@ -161,16 +157,12 @@ TEST_F(MaildirTest, DeletingLeavesValidMimeWhateverTheShape) {
          1, "multipart/mixed,text/plain,text/csv y.csv"},
     };
     for (const Case& c : cases) {
-        const QString path = root + u"/cur/"_s + NewUniqueName() + u":2,"_s;
-        QFile f(path);
-        ASSERT_TRUE(f.open(QIODevice::WriteOnly));
-        f.write(c.mail);
-        f.close();
+        deliverRaw(c.mail);
         const MailItemPtr item = onlyMail();
         ASSERT_TRUE(item) << c.name;
         ASSERT_FALSE(item->AttachmentAt(c.remove).value->Delete()) << c.name;
         ASSERT_FALSE(item->Save()) << c.name;
-        const QStringList files = FilesIn(root + u"/cur"_s);
+        const QStringList files = FolderEntries(root + u"/cur"_s);
         ASSERT_EQ(files.size(), 1) << c.name;
         EXPECT_EQ(S(PartSummary(ParseWithPython(root + u"/cur/"_s + files[0])).join(',')), c.parts)
             << c.name;
@@ -213,7 +205,7 @@ TEST_F(MaildirTest, BodiesAreRewrittenOrAddedInUtf8) {
         EXPECT_EQ(S(c.html ? item->HTMLBody().value : item->Body().value), S(text)) << c.name;
         ASSERT_FALSE(item->Save()) << c.name;
 
-        const QString path = root + u"/cur/"_s + FilesIn(root + u"/cur"_s).at(0);
+        const QString path = root + u"/cur/"_s + FolderEntries(root + u"/cur"_s).at(0);
         const QJsonObject parsed = ParseWithPython(path);
         EXPECT_EQ(S(PartSummary(parsed).join(',')), c.parts) << c.name;
         bool found = false;
@@ -259,12 +251,12 @@ TEST_F(MaildirTest, AMailTouchedByAnotherProgramMeanwhileIsLeftAlone) {
         EXPECT_TRUE(error.description.contains(QLatin1String("by another program")))
             << S(error.description);
         // Nothing recreated, nothing changed, nothing left behind.
-        EXPECT_EQ(FilesIn(root + u"/cur"_s),
+        EXPECT_EQ(FolderEntries(root + u"/cur"_s),
                   other.isEmpty() ? QStringList() : QStringList{QFileInfo(other).fileName()});
         if (!other.isEmpty()) {
             EXPECT_EQ(readFile(other), otherBytes);
         }
-        EXPECT_TRUE(FilesIn(root + u"/tmp"_s).isEmpty());
+        EXPECT_TRUE(FolderEntries(root + u"/tmp"_s).isEmpty());
         if (!other.isEmpty()) QFile::remove(other);
     }
 }
@@ -282,7 +274,7 @@ TEST_F(MaildirTest, StaleTemporaryFilesOfOurOwnGoAtSessionStart) {
         ASSERT_TRUE(f.open(QIODevice::WriteOnly));
     }
     session();
-    EXPECT_EQ(FilesIn(tmp), (QStringList{names[2], names[1]}));
+    EXPECT_EQ(FolderEntries(tmp), (QStringList{names[2], names[1]}));
 }
 
 // A stamp alone keeps the file's own bytes behind one new first line; whatever else would make
@@ -315,18 +307,13 @@ TEST_F(MaildirTest, AStampAloneKeepsTheMailsBytesBehindOneNewLine) {
         SCOPED_TRACE(c.name);
         QDir(root + u"/cur"_s).removeRecursively();
         ASSERT_TRUE(QDir().mkpath(root + u"/cur"_s));
-        const QString path = root + u"/cur/"_s + NewUniqueName() + u":2,"_s;
-        {
-            QFile f(path);
-            ASSERT_TRUE(f.open(QIODevice::WriteOnly));
-            f.write(c.mail);
-        }
+        deliverRaw(c.mail);
         const MailItemPtr item = onlyMail();
         ASSERT_TRUE(item);
         ASSERT_FALSE(item->SetMileage(u"QWKStowaway"_s));
         ASSERT_FALSE(item->Save());
 
-        const QStringList files = FilesIn(root + u"/cur"_s);
+        const QStringList files = FolderEntries(root + u"/cur"_s);
         ASSERT_EQ(files.size(), 1);
         const QString now = root + u"/cur/"_s + files[0];
         const QByteArray written = readFile(now);
