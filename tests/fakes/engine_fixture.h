@@ -19,19 +19,6 @@
 #include <QRegularExpression>
 #include <QTemporaryDir>
 
-// The LOG's lines without their time stamps ("dd.mm.yyyy - hh:mm:ss - ").
-inline QStringList LogLinesWithoutStamps() {
-    QFile f(LogFilePath());
-    if (!f.open(QIODevice::ReadOnly)) return {};
-    QStringList lines = FromAnsi(f.readAll()).split(QStringLiteral("\r\n"));
-    if (!lines.isEmpty() && lines.back().isEmpty()) lines.removeLast();
-    static const QRegularExpression stamp(
-        QStringLiteral("^\\d\\d\\.\\d\\d\\.\\d{4} - \\d\\d:\\d\\d:\\d\\d - "));
-    for (QString& line : lines)
-        line.remove(stamp);
-    return lines;
-}
-
 class EngineTest : public FreshState {
   protected:
     void SetUp() override {
@@ -114,17 +101,6 @@ class EngineTest : public FreshState {
     }
     // A file in the default target folder "out".
     QString outFile(const QString& name) const { return out() + QLatin1Char('/') + name; }
-    static QByteArray read(const QString& path) {
-        QFile f(path);
-        return f.open(QIODevice::ReadOnly) ? f.readAll() : QByteArray();
-    }
-    // Writes `bytes` to `path`, making its folder first.
-    static void write(const QString& path, const QByteArray& bytes = {}) {
-        QDir().mkpath(QFileInfo(path).path());
-        QFile f(path);
-        ASSERT_TRUE(f.open(QIODevice::WriteOnly));
-        f.write(bytes);
-    }
     static QStringList filesIn(const QString& dir) {
         return QDir(dir).entryList(QDir::Files | QDir::Hidden, QDir::Name);
     }

@@ -73,7 +73,6 @@ TEST_F(AddinTest, FirstStartWatchesTheInboxOfTheStoreAndWritesOnlyTheBlockedForm
     EXPECT_EQ(WatchFolders[1].Name.get(), u"Inbox"_s);
     EXPECT_EQ(WatchFolders[1].Path.get(), u"Maildir|Inbox"_s);
     EXPECT_EQ(session->subs.size(), 1u);
-    EXPECT_EQ(Rules.count(), 4);
     EXPECT_EQ(gLastAction, u"Initialisierung..."_s);
     EXPECT_TRUE(user.questions().empty());
 
@@ -88,19 +87,6 @@ TEST_F(AddinTest, FirstStartWatchesTheInboxOfTheStoreAndWritesOnlyTheBlockedForm
     EXPECT_TRUE(log[0].startsWith(u"! Startup Stowaway "_s));
     EXPECT_EQ(log[1], u"! Shutdown..."_s);
     EXPECT_EQ(log[2], QString(75, QLatin1Char('^')));
-}
-
-TEST_F(AddinTest, SettingsAreReadIntoTheGlobalsBeforeTheStart) {
-    SaveSetting(u"CurrLang"_s, u"1x"_s);
-    SaveSetting(u"SWActive"_s, u"1"_s);
-    SaveSetting(u"SWTest"_s, u"-1"_s);
-    SaveSetting(u"NotifyTime"_s, u"12 seconds"_s);
-    OnConnection(host);
-    EXPECT_EQ(CurrLang, 1);
-    EXPECT_TRUE(SWActive);
-    EXPECT_FALSE(SWTest); // only "1" is yes
-    EXPECT_EQ(NotifyTime, 12);
-    EXPECT_EQ(Rules[1].Name.get(), u"Test rule #1"_s);
 }
 
 TEST_F(AddinTest, AStoreThatCannotBeOpenedLeavesTheAddinInertAfterOneMessage) {
@@ -147,13 +133,6 @@ class WatcherTest : public AddinTest {
     }
     int mails = 0;
 };
-
-TEST_F(WatcherTest, WhileDeactivatedANewItemGivesExactlyTwoLogLines) {
-    SWActive = false;
-    session->deliver(inbox, newMail());
-    EXPECT_EQ(LogLinesWithoutStamps(), QStringList({u"ItemAdd/Start - Maildir|Inbox"_s,
-                                                    u"! ItemAdd/Stowaway is deactivated..."_s}));
-}
 
 TEST_F(WatcherTest, OnlyMailsAndPostsReachTheDriver) {
     SWActive = true;

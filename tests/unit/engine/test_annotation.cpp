@@ -39,37 +39,68 @@ QString Entities(QString text) {
 }
 } // namespace
 
-TEST_F(Annotation, HtmlGetsLinksBeforeTheClosingBodyTag) {
-    deletingRule(true);
-    const FakeMessagePtr mail =
-        mailWith(BodyFormat::Html, u"  <html><body><p>Hi</p></BODY></html>  "_s);
+// Each body format gets the block of saved files in its own form: "%T" stands for the line of
+// tildes, "%A"/"%C" for the two saved paths, "%a"/"%c" for them in HTML, "%LA"/"%LC" for links.
+TEST_F(Annotation, EachBodyFormatGetsTheBlockInItsOwnForm) {
+    const struct {
+        const char* what;
+        int format;
+        int lang;
+        bool links;
+        QString body;
+        QString expected;
+    } rows[] = {
+        {"HTML with links, before the closing body tag", BodyFormat::Html, 0, true,
+         u"  <html><body><p>Hi</p></BODY></html>  "_s,
+         u"<html><body><p>Hi</p><br>%T<br>Quillworks Stowaway v2.50 &bull; Gespeicherte "
+         "Anh&auml;nge: <br><br><a href=\"%LA\">%a</a><br><a href=\"%LC\">%c</a><br></BODY>"
+         "</html>"_s},
+        {"HTML without links, in English", BodyFormat::Html, 1, false, u"<body>x</body>"_s,
+         u"<body>x<br>%T<br>Quillworks Stowaway v2.50 &bull; Saved attachments: <br><br>%a<br>"
+         "%c<br></body>"_s},
+        {"plain text with links, at its end", BodyFormat::Plain, 0, true, u"  Hello\r\nBye  "_s,
+         u"Hello\r\nBye\r\n\r\n%T\r\nQuillworks Stowaway v2.50 · Gespeicherte Anhänge: "
+         "\r\n\r\n%LA\r\n%LC\r\n\r\n\r\n"_s},
+        {"any other format is plain; without links the paths", 7, 0, false, u"Hello"_s,
+         u"Hello\r\n\r\n%T\r\nQuillworks Stowaway v2.50 · Gespeicherte Anhänge: \r\n\r\n%A\r\n"
+         "%C\r\n\r\n\r\n"_s},
+        {"rich text, before the last brace", BodyFormat::RichText, 0, true, u"{\\rtf1 Hello}"_s,
+         u"{\\rtf1 Hello%T\\par Quillworks Stowaway v2.50 · Gespeicherte Anhänge: \\par \\par "
+         "%LA\\par %LC\\par \\par }"_s},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.what);
+        TestEnv::resetAll();
+        SetUserInteraction(&user);
+        SaveSetting(u"PaceSeconds"_s, u"0"_s);
+        CurrLang = uint8_t(row.lang);
+        deletingRule(row.links);
+        const FakeMessagePtr mail = mailWith(row.format, row.body);
 
-    EXPECT_TRUE(runFolder());
+        EXPECT_TRUE(runFolder());
 
-    const QString block =
-        u"<br>"_s + kTilde +
-        u"<br>Quillworks Stowaway v2.50 &bull; Gespeicherte Anh&auml;nge: <br><br>"_s +
-        u"<a href=\""_s + linked(u"a b.pdf"_s) + u"\">"_s + Entities(saved(u"a b.pdf"_s)) +
-        u"</a><br>"_s + u"<a href=\""_s + linked(u"c.pdf"_s) + u"\">"_s +
-        Entities(saved(u"c.pdf"_s)) + u"</a><br>"_s;
-    EXPECT_EQ(mail->stored.htmlBody, u"<html><body><p>Hi</p>"_s + block + u"</BODY></html>"_s);
-    EXPECT_EQ(mail->stored.internetCodepage, 28591);
-    const QStringList& calls = mail->fails.calls();
-    EXPECT_LT(calls.lastIndexOf(u"SetInternetCodepage"_s), calls.lastIndexOf(u"SetHTMLBody"_s));
-    EXPECT_EQ(mail->saves, 1); // removal and list land together
-    EXPECT_TRUE(mail->stored.attachments.empty());
-}
-
-TEST_F(Annotation, HtmlWithoutLinksInEnglish) {
-    CurrLang = 1;
-    deletingRule(false);
-    const FakeMessagePtr mail = mailWith(BodyFormat::Html, u"<body>x</body>"_s);
-    EXPECT_TRUE(runFolder());
-    EXPECT_EQ(mail->stored.htmlBody,
-              u"<body>x<br>"_s + kTilde +
-                  u"<br>Quillworks Stowaway v2.50 &bull; Saved attachments: <br><br>"_s +
-                  Entities(saved(u"a b.pdf"_s)) + u"<br>"_s + Entities(saved(u"c.pdf"_s)) +
-                  u"<br></body>"_s);
+        const QString expected = QString(row.expected)
+                                     .replace(u"%T"_s, kTilde)
+                                     .replace(u"%LA"_s, linked(u"a b.pdf"_s))
+                                     .replace(u"%LC"_s, linked(u"c.pdf"_s))
+                                     .replace(u"%A"_s, saved(u"a b.pdf"_s))
+                                     .replace(u"%C"_s, saved(u"c.pdf"_s))
+                                     .replace(u"%a"_s, Entities(saved(u"a b.pdf"_s)))
+                                     .replace(u"%c"_s, Entities(saved(u"c.pdf"_s)));
+        const FakeMessageData& d = mail->stored;
+        EXPECT_EQ(row.format == BodyFormat::Html       ? d.htmlBody
+                  : row.format == BodyFormat::RichText ? d.rtfBody
+                                                       : d.body,
+                  expected);
+        if (row.format == BodyFormat::Html) {
+            EXPECT_EQ(d.internetCodepage, 28591);
+            const QStringList& calls = mail->fails.calls();
+            EXPECT_LT(calls.lastIndexOf(u"SetInternetCodepage"_s),
+                      calls.lastIndexOf(u"SetHTMLBody"_s));
+        }
+        EXPECT_EQ(mail->saves, 1); // removal and list land together
+        EXPECT_TRUE(d.attachments.empty());
+    }
 }
 
 TEST_F(Annotation, AnHtmlBodyWithoutItsClosingTagIsReplacedByTheBlock) {
@@ -89,35 +120,6 @@ TEST_F(Annotation, AnHtmlBodyWithoutItsClosingTagIsReplacedByTheBlock) {
                            u"<br>"_s;
     EXPECT_EQ(second->stored.htmlBody, first->stored.htmlBody + block2);
     EXPECT_FALSE(second->stored.htmlBody.contains(u"two"_s));
-}
-
-TEST_F(Annotation, PlainTextGetsTheListAtItsEnd) {
-    deletingRule(true);
-    const FakeMessagePtr mail = mailWith(BodyFormat::Plain, u"  Hello\r\nBye  "_s);
-    EXPECT_TRUE(runFolder());
-    EXPECT_EQ(mail->stored.body, u"Hello\r\nBye"_s + kCrLf + kCrLf + kTilde + kCrLf +
-                                     u"Quillworks Stowaway v2.50 · Gespeicherte Anhänge: "_s +
-                                     kCrLf + kCrLf + linked(u"a b.pdf"_s) + kCrLf +
-                                     linked(u"c.pdf"_s) + kCrLf + kCrLf + kCrLf);
-}
-
-TEST_F(Annotation, PlainTextWithoutLinksListsThePaths) {
-    deletingRule(false);
-    const FakeMessagePtr mail = mailWith(7, u"Hello"_s); // any other format is plain
-    EXPECT_TRUE(runFolder());
-    EXPECT_TRUE(mail->stored.body.endsWith(saved(u"a b.pdf"_s) + kCrLf + saved(u"c.pdf"_s) + kCrLf +
-                                           kCrLf + kCrLf));
-}
-
-TEST_F(Annotation, RichTextGetsParagraphsBeforeTheLastBrace) {
-    deletingRule(true);
-    const FakeMessagePtr mail = mailWith(BodyFormat::RichText, u"{\\rtf1 Hello}"_s);
-    EXPECT_TRUE(runFolder());
-    const QString par = u"\\par "_s;
-    EXPECT_EQ(mail->stored.rtfBody, u"{\\rtf1 Hello"_s + kTilde + par +
-                                        u"Quillworks Stowaway v2.50 · Gespeicherte Anhänge: "_s +
-                                        par + par + linked(u"a b.pdf"_s) + par +
-                                        linked(u"c.pdf"_s) + par + par + u"}"_s);
 }
 
 TEST_F(Annotation, WithoutDeletionTheMailIsOnlyStampedAndSaved) {

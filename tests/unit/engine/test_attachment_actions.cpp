@@ -15,63 +15,79 @@ class Conflicts : public EngineTest {
     }
 };
 
-TEST_F(Conflicts, ReplaceOverwritesAndSoDoesAnUnknownPolicy) {
-    for (int policy : {1, 7}) {
-        TestEnv::resetAll();
-        SetUserInteraction(&user);
-        SaveSetting(u"PaceSeconds"_s, u"0"_s);
-        ruleWithPolicy(policy);
-        write(outFile(u"a.pdf"_s), "old");
-        addMail(u"m"_s, {u"a.pdf"_s});
-        EXPECT_TRUE(runFolder());
-        EXPECT_EQ(read(outFile(u"a.pdf"_s)), QByteArray("a.pdf content")) << policy;
-        EXPECT_EQ(filesIn(out()).size(), 1);
-    }
-}
+struct PolicyCase {
+    const char* name;
+    int policy;
+    QStringList existing; // each holds "old"; the first is the one the mail's file clashes with
+    QStringList attachments;
+    const char* files;    // the target folder afterwards, comma-joined, as a pattern
+    const char* first;    // what the first existing file holds afterwards
+    const char* recorded; // the protocol's attachments, newest first, comma-joined, as a pattern
+    const char* log = ""; // a LOG line that must be there
+};
 
-TEST_F(Conflicts, NumberingGivesTwoAttachmentsOfOneNameTwoFilesAndTwoRecords) {
-    ruleWithPolicy(2);
-    write(outFile(u"a.pdf"_s), "old");
-    addMail(u"m"_s, {u"a.pdf"_s, u"a.pdf"_s});
-    EXPECT_TRUE(runFolder());
-    EXPECT_EQ(filesIn(out()), QStringList({u"a -0002.pdf"_s, u"a -0003.pdf"_s, u"a.pdf"_s}));
-    EXPECT_EQ(read(outFile(u"a.pdf"_s)), QByteArray("old"));
-    const auto records = proto();
-    ASSERT_EQ(records.size(), 2u);
-    EXPECT_EQ(records[0].Attachment.get(), u"a -0003.pdf"_s);
-    EXPECT_EQ(records[1].Attachment.get(), u"a -0002.pdf"_s);
-}
+class Policies : public Conflicts, public testing::WithParamInterface<PolicyCase> {};
 
-TEST_F(Conflicts, ExhaustedNumbersSkipTheAttachmentWithoutARecord) {
+TEST_P(Policies, SettleAClashWithAnExistingFile) {
+    const PolicyCase& c = GetParam();
     DoProto = true;
-    ruleWithPolicy(2);
-    write(outFile(u"a.pdf"_s), "old");
-    write(outFile(u"a -9999.pdf"_s), "old");
-    addMail(u"m"_s, {u"a.pdf"_s, u"b.pdf"_s});
+    ruleWithPolicy(c.policy);
+    for (const QString& name : c.existing)
+        WriteFile(outFile(name), "old");
+    addMail(u"m"_s, c.attachments);
+
     EXPECT_TRUE(runFolder());
-    EXPECT_TRUE(logLines().contains(u"GetNextNumberName= ''..."_s));
-    ASSERT_EQ(proto().size(), 1u);
-    EXPECT_EQ(proto()[0].Attachment.get(), u"b.pdf"_s);
+
+    const auto whole = [](const char* pattern) {
+        return QRegularExpression(u"^(?:"_s + QString::fromUtf8(pattern) + u")$"_s);
+    };
+    const QString files = filesIn(out()).join(u", "_s);
+    EXPECT_TRUE(whole(c.files).match(files).hasMatch()) << S(files);
+    EXPECT_EQ(ReadFile(outFile(c.existing[0])), QByteArray(c.first));
+    QStringList recorded;
+    for (const udtProtoEntry& record : proto())
+        recorded << record.Attachment.get();
+    EXPECT_TRUE(whole(c.recorded).match(recorded.join(u", "_s)).hasMatch())
+        << S(recorded.join(u", "_s));
+    if (*c.log) EXPECT_TRUE(logLines().contains(QString::fromUtf8(c.log)));
 }
 
-TEST_F(Conflicts, DateNamesKeepTheOldFile) {
-    ruleWithPolicy(3);
-    write(outFile(u"a.PDF"_s), "old");
-    addMail(u"m"_s, {u"a.PDF"_s});
-    EXPECT_TRUE(runFolder());
-    const QStringList files = filesIn(out());
-    ASSERT_EQ(files.size(), 2);
-    EXPECT_TRUE(QRegularExpression(u"^a \\d{4}-\\d\\d-\\d\\d \\d\\d-\\d\\d-\\d\\d\\.pdf$"_s)
-                    .match(files[0])
-                    .hasMatch())
-        << files[0].toStdString();
-    EXPECT_EQ(read(outFile(u"a.PDF"_s)), QByteArray("old"));
-}
+INSTANTIATE_TEST_SUITE_P(
+    FileExists, Policies,
+    testing::Values(
+        PolicyCase{"Replace", 1, {"a.pdf"}, {"a.pdf"}, "a\\.pdf", "a.pdf content", "a\\.pdf"},
+        PolicyCase{
+            "UnknownReplaces", 7, {"a.pdf"}, {"a.pdf"}, "a\\.pdf", "a.pdf content", "a\\.pdf"},
+        // Two attachments of one name: two numbered files and two records.
+        PolicyCase{"Number",
+                   2,
+                   {"a.pdf"},
+                   {"a.pdf", "a.pdf"},
+                   "a -0002\\.pdf, a -0003\\.pdf, a\\.pdf",
+                   "old",
+                   "a -0003\\.pdf, a -0002\\.pdf"},
+        // Numbers used up: the attachment is skipped without a record.
+        PolicyCase{"NumbersUsedUp",
+                   2,
+                   {"a.pdf", "a -9999.pdf"},
+                   {"a.pdf", "b.pdf"},
+                   "a -9999\\.pdf, a\\.pdf, b\\.pdf",
+                   "old",
+                   "b\\.pdf",
+                   "GetNextNumberName= ''..."},
+        PolicyCase{"DateName",
+                   3,
+                   {"a.PDF"},
+                   {"a.PDF"},
+                   "a \\d{4}-\\d\\d-\\d\\d \\d\\d-\\d\\d-\\d\\d\\.pdf, a\\.PDF",
+                   "old",
+                   "a \\d{4}-\\d\\d-\\d\\d \\d\\d-\\d\\d-\\d\\d\\.pdf"}),
+    [](const testing::TestParamInfo<PolicyCase>& info) { return info.param.name; });
 
 TEST_F(Conflicts, TheSaveDialogIsAskedAndItsChoiceIsTakenWhereverItLies) {
     CurrLang = 1;
     ruleWithPolicy(0);
-    write(outFile(u"Scan.PDF"_s), "old");
+    WriteFile(outFile(u"Scan.PDF"_s), "old");
     addMail(u"m"_s, {u"Scan.PDF"_s});
     const QString elsewhere = root + u"/elsewhere/chosen.bin"_s;
     QDir().mkpath(root + u"/elsewhere"_s);
@@ -88,14 +104,14 @@ TEST_F(Conflicts, TheSaveDialogIsAskedAndItsChoiceIsTakenWhereverItLies) {
     EXPECT_EQ(r.fileName, u"Scan.PDF"_s);
     EXPECT_EQ(r.defaultExt, u"pdf"_s);
     EXPECT_EQ(r.filterIndex, 1);
-    EXPECT_EQ(read(elsewhere), QByteArray("Scan.PDF content"));
-    EXPECT_EQ(read(outFile(u"Scan.PDF"_s)), QByteArray("old"));
+    EXPECT_EQ(ReadFile(elsewhere), QByteArray("Scan.PDF content"));
+    EXPECT_EQ(ReadFile(outFile(u"Scan.PDF"_s)), QByteArray("old"));
     EXPECT_EQ(proto()[0].Attachment.get(), u"chosen.bin"_s);
 }
 
 TEST_F(Conflicts, CancellingTheDialogSkipsTheAttachmentOrStopsTheRun) {
     ruleWithPolicy(0);
-    write(outFile(u"a.pdf"_s), "old");
+    WriteFile(outFile(u"a.pdf"_s), "old");
     const FakeMessagePtr mail = addMail(u"m"_s, {u"a.pdf"_s, u"b.pdf"_s});
     user.answerSaveFile(QString());
     user.answerMsgBoxEx(1); // "Anhang abbrechen"
@@ -108,8 +124,8 @@ TEST_F(Conflicts, CancellingTheDialogSkipsTheAttachmentOrStopsTheRun) {
                                "den gesamten Vorgang abbrechen?"_s);
     EXPECT_EQ(asked[0].buttons, QStringList({u"Anhang abbrechen"_s, u"Komplett abbrechen"_s}));
     EXPECT_EQ(asked[0].icon, 32);
-    EXPECT_EQ(read(outFile(u"b.pdf"_s)), QByteArray("b.pdf content"));
-    EXPECT_EQ(read(outFile(u"a.pdf"_s)), QByteArray("old"));
+    EXPECT_EQ(ReadFile(outFile(u"b.pdf"_s)), QByteArray("b.pdf content"));
+    EXPECT_EQ(ReadFile(outFile(u"a.pdf"_s)), QByteArray("old"));
     ASSERT_EQ(proto().size(), 1u); // the skipped one leaves no record
     EXPECT_EQ(mail->stored.mileage, u"QWKStowaway"_s);
 

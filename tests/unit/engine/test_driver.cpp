@@ -270,12 +270,12 @@ TEST_F(EngineTest, TheTestDialogDescribesEachAttachmentAndCanEndTheRun) {
 TEST_F(EngineTest, ATestRunSavesNothingButWritesRecordsAndShowsTheSummary) {
     addRule(u"R"_s);
     const FakeMessagePtr mail = addMail(u"m"_s, {u"a.pdf"_s});
-    write(outFile(u"a.pdf"_s), "old");
+    WriteFile(outFile(u"a.pdf"_s), "old");
     user.answerMsgBoxEx(1);
 
     EXPECT_TRUE(runFolder(true));
 
-    EXPECT_EQ(read(outFile(u"a.pdf"_s)), QByteArray("old"));
+    EXPECT_EQ(ReadFile(outFile(u"a.pdf"_s)), QByteArray("old"));
     EXPECT_TRUE(mail->stored.mileage.isEmpty());
     EXPECT_EQ(mail->saves, 0);
     ASSERT_EQ(proto().size(), 1u);

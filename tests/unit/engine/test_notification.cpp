@@ -170,17 +170,13 @@ TEST_F(EngineTest, ProgressBarsShowShares) {
                            u"main 0  0.00"_s, u"sub 1 0.00"_s, u"sub 1 0.75"_s, u"sub 0 0.00"_s}));
 }
 
-TEST_F(EngineTest, LastActionTexts) {
-    EXPECT_EQ(LastActionStart(), u"Initialisierung..."_s);
-    EXPECT_EQ(LastActionNewMail(u"Inbox"_s), u"Neue Nachricht(en) in 'Inbox'..."_s);
-    EXPECT_EQ(LastActionNewPost(u"News"_s), u"Neue(r) Post(s) in 'News'..."_s);
-    const QRegularExpression germanRun(
-        u"^Ausführung für 'Inbox', \\w+, \\d+\\. \\w+ \\d{4}, \\d{1,2}:\\d\\d$"_s);
-    EXPECT_TRUE(germanRun.match(LastActionRealRun(u"Inbox"_s)).hasMatch());
+// The fixed texts are checked where the watchers and commands show them; here the dated ones.
+TEST_F(EngineTest, LastActionTextsCarryTheDate) {
+    EXPECT_TRUE(QRegularExpression(
+                    u"^Ausführung für 'Inbox', \\w+, \\d+\\. \\w+ \\d{4}, \\d{1,2}:\\d\\d$"_s)
+                    .match(LastActionRealRun(u"Inbox"_s))
+                    .hasMatch());
     CurrLang = 1;
-    EXPECT_EQ(LastActionStart(), u"Initialize..."_s);
-    EXPECT_EQ(LastActionNewMail(u"Inbox"_s), u"New mail(s) in 'Inbox'..."_s);
-    EXPECT_EQ(LastActionNewPost(u"News"_s), u"New post(s) in 'News'..."_s);
     EXPECT_TRUE(LastActionTestRun(u"Inbox"_s).startsWith(u"Test run on 'Inbox', "_s));
     EXPECT_TRUE(LastActionFlagsReset(u"Inbox"_s).startsWith(u"Flags resetted for 'Inbox', "_s));
 }
