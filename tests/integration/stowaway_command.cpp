@@ -110,9 +110,39 @@ bool StowawayCommandTest::WaitFor(QProcess& program, const std::function<bool()>
 }
 
 SampleMail StowawayCommandTest::MailWithFile(const QString& subject, const QString& fileName) {
+    return MailWithFiles(subject, {fileName});
+}
+
+SampleMail StowawayCommandTest::MailWithFiles(const QString& subject, const QStringList& names) {
     SampleMail mail;
     mail.subject = subject;
-    mail.attachments.push_back(
-        SampleAttachment::file(fileName, "application/pdf", "%PDF-1.4 " + subject.toUtf8()));
+    for (const QString& name : names)
+        mail.attachments.push_back(
+            SampleAttachment::file(name, "application/pdf", "%PDF-1.4 " + subject.toUtf8()));
     return mail;
+}
+
+QStringList StowawayCommandTest::mailFiles() const {
+    QStringList files;
+    for (const char* sub : {"/new", "/cur"}) {
+        QDirIterator it(root + QLatin1String(sub), QDir::Files | QDir::Hidden);
+        while (it.hasNext())
+            files << it.next();
+    }
+    return files;
+}
+
+QMultiMap<QString, int> StowawayCommandTest::stampsBySubject() const {
+    QMultiMap<QString, int> stamps;
+    for (const QString& path : mailFiles()) {
+        const QByteArray mail = readFile(path);
+        const qsizetype at = mail.indexOf("Subject: ") + 9;
+        const QString subject = QString::fromUtf8(mail.mid(at, mail.indexOf('\n', at) - at));
+        stamps.insert(subject.trimmed(), int(mail.count("X-Mileage: QWKStowaway")));
+    }
+    return stamps;
+}
+
+bool StowawayCommandTest::stamped(const QString& subject) const {
+    return stampsBySubject().values(subject) == QList<int>{1};
 }

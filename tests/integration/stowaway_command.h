@@ -50,6 +50,15 @@ class StowawayCommandTest : public MaildirTest {
     static bool WaitFor(QProcess& program, const std::function<bool()>& done);
     // A mail with one PDF file whose bytes name the subject.
     static SampleMail MailWithFile(const QString& subject, const QString& fileName);
+    // The same with any number of such files.
+    static SampleMail MailWithFiles(const QString& subject, const QStringList& fileNames);
+
+    // Every mail file of the Inbox, in new/ and cur/.
+    QStringList mailFiles() const;
+    // For each mail of the Inbox by its subject, how many times it carries the stamp.
+    QMultiMap<QString, int> stampsBySubject() const;
+    // Whether the one mail of that subject carries the stamp once.
+    bool stamped(const QString& subject) const;
 
     // Put in front of the program on its command line (a wrapper such as setpriv or unshare).
     QStringList launcher;

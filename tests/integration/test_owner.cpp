@@ -49,22 +49,6 @@ class OwnerTest : public StowawayCommandTest {
         EXPECT_EQ(program.exitCode(), expectedCode) << program.readAllStandardError().toStdString();
     }
 
-    // How many times each mail of the Inbox carries the stamp, by subject.
-    QMap<QString, int> stampsBySubject() const {
-        QMap<QString, int> stamps;
-        for (const char* sub : {"/new", "/cur"}) {
-            QDirIterator it(root + QLatin1String(sub), QDir::Files);
-            while (it.hasNext()) {
-                const QByteArray mail = readFile(it.next());
-                const int at = mail.indexOf("Subject: ");
-                const QString subject =
-                    QString::fromUtf8(mail.mid(at + 9, mail.indexOf('\n', at) - at - 9)).trimmed();
-                stamps[subject] += static_cast<int>(mail.count("X-Mileage: QWKStowaway"));
-            }
-        }
-        return stamps;
-    }
-
     int stampedMails() const {
         int n = 0;
         for (int count : stampsBySubject())
@@ -139,7 +123,7 @@ TEST_F(OwnerTest, CommandsBesideTheServiceLoseNothingAndDoNothingTwice) {
     // Every file once where it belongs: no numbered second copy, nothing missing.
     EXPECT_EQ(sorted(filesUnder(target).keys()), sorted(inbox));
     EXPECT_EQ(sorted(filesUnder(extrasTarget).keys()), sorted(old));
-    const QMap<QString, int> stamps = stampsBySubject();
+    const auto stamps = stampsBySubject();
     for (auto it = stamps.cbegin(); it != stamps.cend(); ++it)
         EXPECT_EQ(it.value(), 1) << S(it.key());
     // Every saved file is recorded once: the owner kept one protocol for all.
@@ -165,7 +149,7 @@ TEST_F(OwnerTest, AKilledOwnerLeavesTheDataFolderToTheNextCommand) {
     EXPECT_FALSE(again.err.contains(u"waiting"_s)) << S(again.err);
 
     EXPECT_EQ(sorted(filesUnder(target).keys()), sorted(inbox));
-    const QMap<QString, int> stamps = stampsBySubject();
+    const auto stamps = stampsBySubject();
     for (auto it = stamps.cbegin(); it != stamps.cend(); ++it)
         EXPECT_EQ(it.value(), 1) << S(it.key());
     // The killed owner's last second of records may be gone; none is there twice.

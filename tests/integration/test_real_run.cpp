@@ -52,15 +52,6 @@ QByteArray PythonAttachment(const QString& path, const QString& name) {
     return {};
 }
 
-// The mail files of the Inbox, by their path.
-QStringList InboxFiles(const QString& root) {
-    QStringList files;
-    for (const char* sub : {"/cur", "/new"})
-        for (const QString& name : QDir(root + QLatin1String(sub)).entryList(QDir::Files))
-            files << root + QLatin1String(sub) + QLatin1Char('/') + name;
-    return files;
-}
-
 QString Flags(const QString& path) {
     const qsizetype info = path.lastIndexOf(u":2,"_s);
     return info < 0 ? QString() : path.mid(info + 3);
@@ -189,7 +180,7 @@ TEST_F(RealRunTest, RemovalWithLinksRewritesHtmlAndPlainMailsSoundlyUnderNewName
          {}},
         {u"Chunked base64"_s, u"FR"_s, u"See the attached text."_s, {u"fox.txt"_s}, {}},
     };
-    const QStringList before = InboxFiles(root);
+    const QStringList before = mailFiles();
     ASSERT_EQ(before.size(), int(cases.size()));
 
     udtRule rule = Rule(u"Take out"_s, 4, 0, target());
@@ -199,7 +190,7 @@ TEST_F(RealRunTest, RemovalWithLinksRewritesHtmlAndPlainMailsSoundlyUnderNewName
     const CommandResult r = runStowaway({u"run"_s, u"1"_s});
     ASSERT_EQ(r.exitCode, 0) << S(r.err);
 
-    const QStringList after = InboxFiles(root);
+    const QStringList after = mailFiles();
     ASSERT_EQ(after.size(), before.size());
     for (const QString& path : before)
         EXPECT_FALSE(after.contains(path)) << "still under its old name: " << S(path);

@@ -39,24 +39,6 @@ class WatchDeliveryTest : public StowawayCommandTest {
         ASSERT_EQ(maildrop.exitCode(), 0) << maildrop.readAllStandardError().toStdString();
     }
 
-    // The mail files of the Inbox whose text contains `marker`.
-    QStringList mailsWith(const QByteArray& marker) const {
-        QStringList found;
-        for (const char* sub : {"/new", "/cur"}) {
-            QDirIterator it(root + QLatin1String(sub), QDir::Files);
-            while (it.hasNext()) {
-                const QString path = it.next();
-                if (readFile(path).contains(marker)) found << path;
-            }
-        }
-        return found;
-    }
-
-    bool stamped(const QByteArray& subject) const {
-        const QStringList files = mailsWith("Subject: " + subject);
-        return files.size() == 1 && readFile(files[0]).contains("X-Mileage: QWKStowaway");
-    }
-
     QStringList savedFiles() const {
         return QDir(target).entryList(QDir::Files | QDir::Hidden, QDir::Name);
     }
@@ -73,18 +55,22 @@ TEST_F(WatchDeliveryTest, ADeliveredMailIsProcessedOnceAndTheProgramStopsCleanly
 
     deliverWithMaildrop(MailWithFile(QStringLiteral("First"), QStringLiteral("first.pdf")));
     ASSERT_TRUE(WaitFor(*watch, [&] {
-        return stamped("First") && savedFiles().contains(QStringLiteral("first.pdf"));
+        return stamped(QStringLiteral("First")) &&
+               savedFiles().contains(QStringLiteral("first.pdf"));
     })) << S(logText());
     EXPECT_EQ(savedFiles(), QStringList{QStringLiteral("first.pdf")});
 
     // Another name for the same mail, as a mail client gives it, raises a new event; then an
     // unrelated mail. Once that one is done, the rename has been looked at too.
-    const QString first = mailsWith("Subject: First").value(0);
+    QString first;
+    for (const QString& path : mailFiles())
+        if (readFile(path).contains("Subject: First")) first = path;
     const QString renamed = root + QStringLiteral("/cur/1700000000.renamed.host:2,");
     ASSERT_TRUE(QFile::rename(first, renamed));
     deliverWithMaildrop(MailWithFile(QStringLiteral("Second"), QStringLiteral("second.pdf")));
     ASSERT_TRUE(WaitFor(*watch, [&] {
-        return stamped("Second") && savedFiles().contains(QStringLiteral("second.pdf"));
+        return stamped(QStringLiteral("Second")) &&
+               savedFiles().contains(QStringLiteral("second.pdf"));
     })) << S(logText());
 
     watch->terminate();
@@ -129,8 +115,7 @@ TEST_F(WatchDeliveryTest, AtATerminalANotificationIsPrintedAndTheWatchGoesOn) {
             WriteMailToMaildir(root, MailWithFile(subject, subject + QStringLiteral(".pdf")), inNew)
                 .ok());
         ASSERT_TRUE(WaitFor(*watch, [&] {
-            return stamped(subject.toUtf8()) &&
-                   savedFiles().contains(subject + QStringLiteral(".pdf"));
+            return stamped(subject) && savedFiles().contains(subject + QStringLiteral(".pdf"));
         })) << watch->peek(1 << 16).toStdString();
     }
     EXPECT_TRUE(watch->peek(1 << 16).contains("First.pdf")) << watch->peek(1 << 16).toStdString();

@@ -89,65 +89,54 @@ TEST_F(Dates, NowIsThePresentMoment) {
     EXPECT_LE(now, after.addMSecs(1));
 }
 
-struct FormatCase {
-    const char* pattern;
-    const char* german;
-    const char* english;
-};
-
 TEST_F(Dates, EveryPatternInBothLanguages) {
     const QDateTime afternoon = Local(2026, 11, 21, 14, 5, 9); // a Saturday
-    const FormatCase cases[] = {
-        {"dd-mm-yyyy", "21-11-2026", "21-11-2026"},
-        {"yyyy-mm-dd", "2026-11-21", "2026-11-21"},
-        {"yyyy-mm", "2026-11", "2026-11"},
-        {"yyyy-ww", "2026-47", "2026-47"},
-        {"yyyy-mm-dd hh-nn-ss", "2026-11-21 14-05-09", "2026-11-21 14-05-09"},
-        {"dd.mm.yyyy", "21.11.2026", "21.11.2026"},
-        {"dd.mm.yyyy - hh:mm:ss", "21.11.2026 - 14:05:09", "21.11.2026 - 14:05:09"},
-        {"Long Date", "Samstag, 21. November 2026", "Saturday, November 21, 2026"},
-        {"Short Date", "21.11.2026", "11/21/2026"},
-        {"hh:nn:ss", "14:05:09", "14:05:09"},
-        {"hh:nn", "14:05", "14:05"},
-        {"h:nn", "14:05", "14:05"},
-        {"General Date", "21.11.2026 14:05:09", "11/21/2026 2:05:09 PM"},
-        {"no such pattern", "21.11.2026 14:05:09", "11/21/2026 2:05:09 PM"},
+    const QDateTime morning = Local(2026, 3, 1, 9, 7, 3);      // a Sunday
+    const struct {
+        QDateTime date; // invalid: `days` instead
+        const char* pattern;
+        const char* german; // null: not asked
+        const char* english;
+        double days = 0;
+    } cases[] = {
+        {afternoon, "dd-mm-yyyy", "21-11-2026", "21-11-2026"},
+        {afternoon, "yyyy-mm-dd", "2026-11-21", "2026-11-21"},
+        {afternoon, "yyyy-mm", "2026-11", "2026-11"},
+        {afternoon, "yyyy-ww", "2026-47", "2026-47"},
+        {afternoon, "yyyy-mm-dd hh-nn-ss", "2026-11-21 14-05-09", "2026-11-21 14-05-09"},
+        {afternoon, "dd.mm.yyyy", "21.11.2026", "21.11.2026"},
+        {afternoon, "dd.mm.yyyy - hh:mm:ss", "21.11.2026 - 14:05:09", "21.11.2026 - 14:05:09"},
+        {afternoon, "Long Date", "Samstag, 21. November 2026", "Saturday, November 21, 2026"},
+        {afternoon, "Short Date", "21.11.2026", "11/21/2026"},
+        {afternoon, "hh:nn:ss", "14:05:09", "14:05:09"},
+        {afternoon, "hh:nn", "14:05", "14:05"},
+        {afternoon, "h:nn", "14:05", "14:05"},
+        {afternoon, "General Date", "21.11.2026 14:05:09", "11/21/2026 2:05:09 PM"},
+        {afternoon, "no such pattern", "21.11.2026 14:05:09", "11/21/2026 2:05:09 PM"},
+        // Short fields and the twelve-hour clock.
+        {morning, "Long Date", "Sonntag, 1. März 2026", "Sunday, March 1, 2026"},
+        {morning, "h:nn", "9:07", nullptr},
+        {morning, "dd-mm-yyyy", "01-03-2026", nullptr},
+        {morning, "General Date", "01.03.2026 09:07:03", "3/1/2026 9:07:03 AM"},
+        {Local(2026, 3, 1, 0, 30), "h:nn", "0:30", nullptr},
+        {Local(2026, 3, 1, 0, 5), "General Date", nullptr, "3/1/2026 12:05:00 AM"},
+        {Local(2026, 3, 1, 12, 0, 1), "General Date", nullptr, "3/1/2026 12:00:01 PM"},
+        // General Date leaves out an empty part.
+        {{}, "General Date", "21.11.2026", "11/21/2026", 46347.0},
+        {{}, "General Date", "18:00:00", "6:00:00 PM", 0.75},
     };
-    for (const FormatCase& c : cases) {
+    for (const auto& c : cases) {
         const QString pattern = QString::fromUtf8(c.pattern);
-        CurrLang = 0;
-        EXPECT_EQ(FormatDate(afternoon, pattern), QString::fromUtf8(c.german)) << c.pattern;
-        EXPECT_EQ(FormatDate(DateToOle(afternoon), pattern), QString::fromUtf8(c.german))
-            << c.pattern;
-        CurrLang = 1;
-        EXPECT_EQ(FormatDate(afternoon, pattern), QString::fromUtf8(c.english)) << c.pattern;
+        const double days = c.date.isValid() ? DateToOle(c.date) : c.days;
+        SCOPED_TRACE(c.pattern + (" at " + std::to_string(days)));
+        for (const auto& [lang, expected] : {std::pair{0, c.german}, {1, c.english}}) {
+            if (!expected) continue;
+            CurrLang = uint8_t(lang);
+            if (c.date.isValid())
+                EXPECT_EQ(FormatDate(c.date, pattern), QString::fromUtf8(expected));
+            EXPECT_EQ(FormatDate(days, pattern), QString::fromUtf8(expected));
+        }
     }
-}
-
-TEST_F(Dates, ShortFieldsAndTheTwelveHourClock) {
-    const QDateTime morning = Local(2026, 3, 1, 9, 7, 3); // a Sunday
-    CurrLang = 0;
-    EXPECT_EQ(FormatDate(morning, u"Long Date"_s), QString::fromUtf8("Sonntag, 1. März 2026"));
-    EXPECT_EQ(FormatDate(morning, u"h:nn"_s), u"9:07"_s);
-    EXPECT_EQ(FormatDate(morning, u"dd-mm-yyyy"_s), u"01-03-2026"_s);
-    EXPECT_EQ(FormatDate(morning, u"General Date"_s), u"01.03.2026 09:07:03"_s);
-    EXPECT_EQ(FormatDate(Local(2026, 3, 1, 0, 30), u"h:nn"_s), u"0:30"_s);
-
-    CurrLang = 1;
-    EXPECT_EQ(FormatDate(morning, u"Long Date"_s), u"Sunday, March 1, 2026"_s);
-    EXPECT_EQ(FormatDate(morning, u"General Date"_s), u"3/1/2026 9:07:03 AM"_s);
-    EXPECT_EQ(FormatDate(Local(2026, 3, 1, 0, 5), u"General Date"_s), u"3/1/2026 12:05:00 AM"_s);
-    EXPECT_EQ(FormatDate(Local(2026, 3, 1, 12, 0, 1), u"General Date"_s),
-              u"3/1/2026 12:00:01 PM"_s);
-}
-
-TEST_F(Dates, GeneralDateLeavesOutAnEmptyPart) {
-    CurrLang = 0;
-    EXPECT_EQ(FormatDate(46347.0, u"General Date"_s), u"21.11.2026"_s);
-    EXPECT_EQ(FormatDate(0.75, u"General Date"_s), u"18:00:00"_s);
-    CurrLang = 1;
-    EXPECT_EQ(FormatDate(46347.0, u"General Date"_s), u"11/21/2026"_s);
-    EXPECT_EQ(FormatDate(0.75, u"General Date"_s), u"6:00:00 PM"_s);
 }
 
 TEST_F(Dates, WeeksStartOnSundayAndFirstJanuaryIsWeekOne) {
