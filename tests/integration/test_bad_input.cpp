@@ -45,43 +45,38 @@ void PrintTo(const BadInput& c, std::ostream* os) {
     *os << c.name;
 }
 
-QByteArray MailHead(const QByteArray& subject, const QByteArray& contentType) {
-    return "From: Sample Sender <sender@example.org>\nTo: Sample Recipient "
-           "<recipient@example.net>\nSubject: " +
-           subject + "\nDate: Tue, 04 Mar 2025 10:14:00 +0100\nMessage-ID: <" +
-           subject.toLower().replace(' ', '-') + "@example.org>\nMIME-Version: 1.0\n" +
-           "Content-Type: " + contentType + "\n";
-}
-
-QByteArray Attachment(const QByteArray& boundary, const QByteArray& name,
-                      const QByteArray& content) {
-    return "--" + boundary + "\nContent-Type: application/octet-stream\nContent-Disposition: " +
-           "attachment; filename=\"" + name + "\"\nContent-Transfer-Encoding: base64\n\n" +
-           content.toBase64() + "\n";
+// A mail with `files` (name, content) beside a text body; the bad ones are built here because of
+// their size.
+QByteArray MailOf(const QString& subject, const QString& text,
+                  const std::vector<std::pair<QString, QByteArray>>& files) {
+    SampleMail mail;
+    mail.subject = subject;
+    mail.textBody = text;
+    for (const auto& [name, content] : files)
+        mail.attachments.push_back(
+            SampleAttachment::file(name, "application/octet-stream", content));
+    return BuildSampleMail(mail);
 }
 
 QByteArray HugeHeader() {
-    return MailHead("Huge header", "multipart/mixed; boundary=\"h\"") +
-           "X-Filler: " + QByteArray(11 * 1024 * 1024, 'x') + "\n\n" +
-           Attachment("h", "huge.pdf", "%PDF") + "--h--\n";
+    return MailOf(QStringLiteral("Huge header ") + QString(11 * 1024 * 1024, QLatin1Char('x')),
+                  QStringLiteral("x"), {{QStringLiteral("huge.pdf"), "%PDF"}});
 }
 
 QByteArray ManyParts() {
-    QByteArray mail = MailHead("Many parts", "multipart/mixed; boundary=\"p\"") + "\n";
-    for (int i = 0; i < 10050; ++i)
-        mail += "--p\nContent-Type: text/plain\n\nx\n";
-    return mail + Attachment("p", "many.pdf", "%PDF") + "--p--\n";
+    std::vector<std::pair<QString, QByteArray>> parts(10050, {QString(), "x"});
+    parts.emplace_back(QStringLiteral("many.pdf"), "%PDF");
+    return MailOf(QStringLiteral("Many parts"), QStringLiteral("x"), parts);
 }
 
 QByteArray BigAttachment() {
-    return MailHead("Big attachment", "multipart/mixed; boundary=\"g\"") + "\n" +
-           Attachment("g", "big.bin", QByteArray(400 * 1024, 'b')) + "--g--\n";
+    return MailOf(QStringLiteral("Big attachment"), QStringLiteral("x"),
+                  {{QStringLiteral("big.bin"), QByteArray(400 * 1024, 'b')}});
 }
 
 QByteArray BigBody() {
-    return MailHead("Big body", "multipart/mixed; boundary=\"t\"") +
-           "\n--t\nContent-Type: text/plain\n\n" + QByteArray(400 * 1024, 't') + "\n" +
-           Attachment("t", "small.pdf", "%PDF") + "--t--\n";
+    return MailOf(QStringLiteral("Big body"), QString(400 * 1024, QLatin1Char('t')),
+                  {{QStringLiteral("small.pdf"), "%PDF"}});
 }
 
 QString Hash(const QString& path) {
