@@ -122,24 +122,14 @@ TEST_F(StowawayCommandTest, TheDemoStartsAfreshEachTimeAndLeavesTheUsersDataAlon
     EXPECT_FALSE(QFile::exists(DataFilePath(u".rls"_s)));
 }
 
-TEST_F(StowawayCommandTest, AnMbsyncTreeIsReadWithItsInboxAsTheInbox) {
+// How such a tree is listed, and what is no store, the Maildir tests show; here a run on one.
+TEST_F(StowawayCommandTest, ARunOnAnMbsyncTreeTakesItsInbox) {
     root = TestEnv::home() + u"/Mail/account"_s; // INBOX beside the other folders, none on top
     const QString target = TestEnv::home() + u"/Saved"_s;
-    SampleMail mail;
-    mail.attachments.push_back(SampleAttachment::file(u"a.pdf"_s, "application/pdf", "%PDF"));
-    deliver(mail, u"INBOX"_s);
+    deliver(MailWithFile(u"m"_s, u"a.pdf"_s), u"INBOX"_s);
     folder(u"Sent"_s);
     useOnlyRule(SaveAllRule(target));
-
-    CommandResult r = runStowaway({u"folders"_s});
-    EXPECT_EQ(r.exitCode, 0) << S(r.err);
-    EXPECT_TRUE(r.out.contains(u"1. account|INBOX"_s)) << S(r.out);
-    r = runStowaway({u"run"_s, u"1"_s});
+    const CommandResult r = runStowaway({u"run"_s, u"1"_s});
     EXPECT_EQ(r.exitCode, 0) << S(r.err);
     EXPECT_EQ(QStringList(filesUnder(target).keys()), QStringList{u"a.pdf"_s});
-
-    root = TestEnv::home() + u"/Documents"_s;
-    QDir().mkpath(root + u"/Letters"_s);
-    r = runStowaway({u"folders"_s});
-    EXPECT_TRUE(r.err.contains(u"expected a Maildir"_s)) << S(r.err);
 }

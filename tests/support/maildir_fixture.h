@@ -62,13 +62,13 @@ class MaildirTest : public FreshState {
         return fetched.value;
     }
 
-    static QByteArray readFile(const QString& path) { return ReadFile(path); }
+    static QByteArray readFile(const QString& path) { return FileBytes(path); }
 
     // Writes `bytes` as an unread mail file in cur/ of the root.
     QString deliverRaw(const QByteArray& bytes) {
         const QString path =
             root + QStringLiteral("/cur/") + NewUniqueName() + QStringLiteral(":2,");
-        EXPECT_TRUE(WriteFile(path, bytes));
+        EXPECT_TRUE(PutFile(path, bytes));
         return path;
     }
 

@@ -59,12 +59,12 @@ QString dataFile(const QString& name) {
 
 } // namespace TestEnv
 
-QByteArray ReadFile(const QString& path) {
+QByteArray FileBytes(const QString& path) {
     QFile f(path);
     return f.open(QIODevice::ReadOnly) ? f.readAll() : QByteArray();
 }
 
-bool WriteFile(const QString& path, const QByteArray& bytes) {
+bool PutFile(const QString& path, const QByteArray& bytes) {
     QDir().mkpath(QFileInfo(path).path());
     QFile f(path);
     return f.open(QIODevice::WriteOnly | QIODevice::Truncate) && f.write(bytes) == bytes.size();
@@ -76,7 +76,7 @@ QStringList FolderEntries(const QString& folder) {
 }
 
 QStringList LogLinesWithoutStamps() {
-    QStringList lines = FromAnsi(ReadFile(LogFilePath())).split(QStringLiteral("\r\n"));
+    QStringList lines = FromAnsi(FileBytes(LogFilePath())).split(QStringLiteral("\r\n"));
     if (!lines.isEmpty() && lines.back().isEmpty()) lines.removeLast();
     static const QRegularExpression stamp(
         QStringLiteral("^\\d\\d\\.\\d\\d\\.\\d{4} - \\d\\d:\\d\\d:\\d\\d - "));

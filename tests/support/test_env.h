@@ -33,9 +33,9 @@ QString dataFile(const QString& name);
 } // namespace TestEnv
 
 // The bytes of a file; empty when it cannot be read.
-QByteArray ReadFile(const QString& path);
+QByteArray FileBytes(const QString& path);
 // Writes a file whole, making its folder first.
-bool WriteFile(const QString& path, const QByteArray& bytes = {});
+bool PutFile(const QString& path, const QByteArray& bytes = {});
 // Every entry of a folder, hidden ones too, by name.
 QStringList FolderEntries(const QString& folder);
 // The LOG's lines without their time stamps ("dd.mm.yyyy - hh:mm:ss - ").

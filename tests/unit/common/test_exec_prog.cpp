@@ -46,7 +46,7 @@ TEST_F(ExecProg, StartsAProgramAndSeesItEnd) {
     EXPECT_TRUE(exec.IsRunning());
     EXPECT_TRUE(exec.IsRunning());
 
-    WriteFile(release);
+    PutFile(release);
     EXPECT_TRUE(WaitUntilEnded(exec));
     EXPECT_FALSE(exec.EPError());
     EXPECT_TRUE(ui.opened().isEmpty());
@@ -55,8 +55,8 @@ TEST_F(ExecProg, StartsAProgramAndSeesItEnd) {
 TEST_F(ExecProg, HandsAQuotedPathAsOneArgumentInTheWorkingFolder) {
     // What a rule's application gets: the saved file's full path in double quotes.
     const QString script = path(u"app.sh"_s);
-    ASSERT_TRUE(WriteFile(script, "#!/bin/sh\nprintf '%s|%s|%s' \"$#\" \"$1\" \"$(pwd)\" > "
-                                  "result.tmp\nmv result.tmp result.txt\n"));
+    ASSERT_TRUE(PutFile(script, "#!/bin/sh\nprintf '%s|%s|%s' \"$#\" \"$1\" \"$(pwd)\" > "
+                                "result.tmp\nmv result.tmp result.txt\n"));
     ASSERT_TRUE(
         QFile::setPermissions(script, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner));
     const QString saved = path(u"Invoice März 2026.pdf"_s);
@@ -68,12 +68,12 @@ TEST_F(ExecProg, HandsAQuotedPathAsOneArgumentInTheWorkingFolder) {
     exec.ExecProg();
     ASSERT_FALSE(exec.EPError());
     ASSERT_TRUE(WaitUntilEnded(exec));
-    EXPECT_EQ(QString::fromUtf8(ReadFile(path(u"result.txt"_s))),
+    EXPECT_EQ(QString::fromUtf8(FileBytes(path(u"result.txt"_s))),
               u"1|%1|%2"_s.arg(saved, QDir(dir.path()).canonicalPath()));
 }
 
 TEST_F(ExecProg, WhatCannotStartSetsTheError) {
-    WriteFile(path(u"plain.txt"_s));
+    PutFile(path(u"plain.txt"_s));
     const struct {
         QString program;
         QString workDir;

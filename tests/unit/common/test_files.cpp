@@ -20,7 +20,7 @@ class Files : public FreshState {
     }
     QString path(const QString& name) const { return dir.filePath(name); }
     void write(const QString& name, const QByteArray& bytes) const {
-        ASSERT_TRUE(WriteFile(path(name), bytes));
+        ASSERT_TRUE(PutFile(path(name), bytes));
     }
 
     ScopedTimeZone tz{kBerlinRule};

@@ -8,10 +8,10 @@
 
 // The older names of the shared file helpers.
 inline QByteArray ReadAll(const QString& path) {
-    return ReadFile(path);
+    return FileBytes(path);
 }
 inline bool WriteAll(const QString& path, const QByteArray& bytes) {
-    return WriteFile(path, bytes);
+    return PutFile(path, bytes);
 }
 
 // Puts a record together from (offset, bytes) pairs over a field of NULs.

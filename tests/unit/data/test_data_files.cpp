@@ -23,7 +23,7 @@ QString Path(const char* ext) {
 }
 
 QString LogText() {
-    return QString::fromLatin1(ReadFile(LogFilePath()));
+    return QString::fromLatin1(FileBytes(LogFilePath()));
 }
 
 QString Documents() {
@@ -124,9 +124,9 @@ TEST_F(DataFiles, AnUnreachableInboxBeepsWarnsAndGivesAnInactiveRecord) {
 }
 
 TEST_F(DataFiles, ExistingFilesAreReadAndCountsFollowTheirLength) {
-    WriteFile(Path(".rls"), QByteArray());                  // emptied by the user: no samples
-    WriteFile(Path(".prt"), QByteArray(1313 * 3 + 7, 'x')); // an incomplete tail is dropped
-    WriteFile(Path(".prj"), Record(350, {{0, Padded("Alpha", 100)}}) + Record(350, {}));
+    PutFile(Path(".rls"), QByteArray());                  // emptied by the user: no samples
+    PutFile(Path(".prt"), QByteArray(1313 * 3 + 7, 'x')); // an incomplete tail is dropped
+    PutFile(Path(".prj"), Record(350, {{0, Padded("Alpha", 100)}}) + Record(350, {}));
     Rules.changed = Projects.changed = ProtoEntries.changed = true;
 
     LoadData(GoodInbox);
@@ -140,7 +140,7 @@ TEST_F(DataFiles, ExistingFilesAreReadAndCountsFollowTheirLength) {
 
     ProtoEntries.changed = true;
     SaveData();
-    EXPECT_EQ(ReadFile(Path(".prt")), QByteArray(1313 * 3, 'x'));
+    EXPECT_EQ(FileBytes(Path(".prt")), QByteArray(1313 * 3, 'x'));
 }
 
 TEST_F(DataFiles, LoadAndSaveKeepEveryByteOfARule) {
@@ -149,20 +149,20 @@ TEST_F(DataFiles, LoadAndSaveKeepEveryByteOfARule) {
     for (int i = 0; i < rule.size(); ++i)
         rule[i] = static_cast<char>((i * 7 + 3) % 256);
     const QByteArray fresh = EncodeRule(udtRule{});
-    WriteFile(Path(".rls"), rule + fresh);
+    PutFile(Path(".rls"), rule + fresh);
 
     LoadData(GoodInbox);
     ASSERT_EQ(Rules.count(), 2);
     EXPECT_EQ(Rules[2].Reserved.raw(), QString(49, QChar(0)));
     Rules.changed = true;
     SaveData();
-    EXPECT_EQ(ReadFile(Path(".rls")), rule + fresh);
+    EXPECT_EQ(FileBytes(Path(".rls")), rule + fresh);
     EXPECT_FALSE(Rules.changed);
 }
 
 TEST_F(DataFiles, DeletedBlockedFormatsComeBackWholeAsStored) {
-    WriteFile(Path(".ble"),
-              Record(37, {{0, "ZIP"}, {3, Padded("Archiv", 30)}, {33, Le16(0)}, {35, Le16(0)}}));
+    PutFile(Path(".ble"),
+            Record(37, {{0, "ZIP"}, {3, Padded("Archiv", 30)}, {33, Le16(0)}, {35, Le16(0)}}));
     LoadData(GoodInbox);
     ASSERT_EQ(BlockedFormats.count(), 1);
     EXPECT_EQ(BlockedFormats[1].Extension.get(), u"ZIP"_s);
@@ -175,7 +175,7 @@ TEST_F(DataFiles, DeletedBlockedFormatsComeBackWholeAsStored) {
         EXPECT_EQ(BlockedFormats[i].Active, vbTrue) << i;
         EXPECT_EQ(BlockedFormats[i].System, vbTrue) << i;
     }
-    const QByteArray file = ReadFile(Path(".ble"));
+    const QByteArray file = FileBytes(Path(".ble"));
     ASSERT_EQ(file.size(), 51 * 37);
     EXPECT_EQ(
         file.mid(18 * 37, 37),
@@ -224,7 +224,7 @@ TEST_F(DataFiles, TooManyRulesForTheCountLeaveTheTableEmptyAndTheFileKept) {
 }
 
 TEST_F(DataFiles, AFailedSaveKeepsTheOldFileAndTheChange) {
-    WriteFile(Path(".prj"), Record(350, {{0, Padded("Alt", 100)}}));
+    PutFile(Path(".prj"), Record(350, {{0, Padded("Alt", 100)}}));
     LoadData(GoodInbox);
     Projects[1].Name = u"Neu"_s;
     Projects.changed = true;
@@ -240,24 +240,24 @@ TEST_F(DataFiles, AFailedSaveKeepsTheOldFileAndTheChange) {
         // Permissions do not stop root; a data folder below a regular file fails for everybody.
         const QByteArray saved = qgetenv("XDG_DATA_HOME");
         const QString blocker = TestEnv::home() + u"/blocker"_s;
-        WriteFile(blocker, "x");
+        PutFile(blocker, "x");
         qputenv("XDG_DATA_HOME", QFile::encodeName(blocker + u"/share"_s));
         SaveData();
         qputenv("XDG_DATA_HOME", saved);
-        EXPECT_EQ(ReadFile(blocker), QByteArray("x"));
+        EXPECT_EQ(FileBytes(blocker), QByteArray("x"));
     }
     EXPECT_TRUE(Projects.changed);
-    EXPECT_EQ(ReadFile(Path(".prj")), Record(350, {{0, Padded("Alt", 100)}}));
+    EXPECT_EQ(FileBytes(Path(".prj")), Record(350, {{0, Padded("Alt", 100)}}));
     EXPECT_EQ(Leftovers(folder), QStringList());
 }
 
 TEST(ReplaceFileAtomically, ReplacesContentAndModeAndNamesTheFailure) {
     QTemporaryDir dir;
     const QString path = dir.filePath(u"f"_s);
-    WriteFile(path, "old");
+    PutFile(path, "old");
     QFile::setPermissions(path, QFile::ReadOwner | QFile::WriteOwner);
     ASSERT_TRUE(ReplaceFileAtomically(path, "new"));
-    EXPECT_EQ(ReadFile(path), QByteArray("new"));
+    EXPECT_EQ(FileBytes(path), QByteArray("new"));
     EXPECT_FALSE(QFileInfo(path).permissions() & (QFile::ReadGroup | QFile::ReadOther));
 
     QString why;

@@ -20,7 +20,7 @@ void ExpectLines(const QStringList& messages) {
     QString pattern = u"^"_s;
     for (const QString& m : messages)
         pattern += kStamp + QRegularExpression::escape(m) + u"\r\n"_s;
-    const QString text = QString::fromLatin1(ReadFile(LogFilePath()));
+    const QString text = QString::fromLatin1(FileBytes(LogFilePath()));
     EXPECT_TRUE(QRegularExpression(pattern + u"$"_s).match(text).hasMatch()) << text.toStdString();
 }
 } // namespace
@@ -50,7 +50,7 @@ TEST_F(Log, MarksAndLineFormat) {
 
 TEST_F(Log, TextIsWindows1252) {
     WriteLog("! Größe: 5 € – 中");
-    EXPECT_TRUE(ReadFile(LogFilePath())
+    EXPECT_TRUE(FileBytes(LogFilePath())
                     .endsWith("! Gr\xf6\xdf"
                               "e: 5 \x80 \x96 ?\r\n"));
 }

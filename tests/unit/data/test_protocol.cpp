@@ -47,7 +47,7 @@ TEST_F(Protocol, NewestEntryFirstAndSavedByTheEventLoop) {
 
     const QString path = DataFilePath(u".prt"_s);
     WaitForFileSize(path, 3 * 1313);
-    const QByteArray bytes = ReadFile(path);
+    const QByteArray bytes = FileBytes(path);
     ASSERT_EQ(bytes.size(), 3 * 1313);
     EXPECT_EQ(bytes.mid(308, 5), QByteArray("c.pdf"));
     EXPECT_EQ(bytes.mid(2 * 1313 + 308, 5), QByteArray("a.pdf"));

@@ -16,7 +16,7 @@ class Settings : public FreshState {};
 namespace {
 void WriteStore(const QByteArray& text) {
     QDir().mkpath(QFileInfo(SettingsFilePath()).path());
-    WriteFile(SettingsFilePath(), text);
+    PutFile(SettingsFilePath(), text);
 }
 
 // Globals far from their start values, so a reader that skips one shows.
@@ -61,9 +61,10 @@ TEST_F(Settings, AGarbageFileGivesTheDefaultsAndIsSetAsideAtTheNextWrite) {
 
     SaveSetting(u"SoundName"_s, u"Glocke"_s);
     EXPECT_EQ(GetSetting(u"SoundName"_s, QString()), u"Glocke"_s);
-    EXPECT_TRUE(ReadFile(SettingsFilePath() + u".damaged"_s).endsWith(garbage));
-    EXPECT_EQ(ReadFile(SettingsFilePath()).trimmed(), QByteArray("[OlStowaway]\nSoundName=Glocke"));
-    EXPECT_TRUE(ReadFile(LogFilePath()).contains("! Settings: "));
+    EXPECT_TRUE(FileBytes(SettingsFilePath() + u".damaged"_s).endsWith(garbage));
+    EXPECT_EQ(FileBytes(SettingsFilePath()).trimmed(),
+              QByteArray("[OlStowaway]\nSoundName=Glocke"));
+    EXPECT_TRUE(FileBytes(LogFilePath()).contains("! Settings: "));
 }
 
 TEST_F(Settings, YesNoIsOnlyOneAndNumbersAreLeading) {
@@ -98,8 +99,8 @@ TEST_F(Settings, ValuesAreTextInTheirOwnApplicationAndSection) {
     EXPECT_EQ(GetSetting(u"LastPath"_s, QString()), u"/home/u/A, B/Größe"_s);
     EXPECT_EQ(GetSetting(u"Other"_s, u"Sect"_s, u"LastPath"_s, QString()), u"o"_s);
     EXPECT_EQ(GetSetting(u"Other"_s, u"Else"_s, u"LastPath"_s, u"d"_s), u"d"_s);
-    EXPECT_TRUE(ReadFile(SettingsFilePath()).contains("[OlStowaway]"));
-    EXPECT_TRUE(ReadFile(TestEnv::home() + u"/.config/Other/Other.conf"_s).contains("[Sect]"));
+    EXPECT_TRUE(FileBytes(SettingsFilePath()).contains("[OlStowaway]"));
+    EXPECT_TRUE(FileBytes(TestEnv::home() + u"/.config/Other/Other.conf"_s).contains("[Sect]"));
 
     // A hand-written value with a comma is still one text.
     WriteStore("[OlStowaway]\nSoundName=Moog 1, loud\n");
@@ -108,7 +109,7 @@ TEST_F(Settings, ValuesAreTextInTheirOwnApplicationAndSection) {
 
 TEST_F(Settings, AnUnwritableStoreIsIgnored) {
     // A regular file where the store's folder belongs fails for every user.
-    WriteFile(TestEnv::home() + u"/.config"_s, "not a folder");
+    PutFile(TestEnv::home() + u"/.config"_s, "not a folder");
     SaveSetting(u"SWActive"_s, u"1"_s);
     EXPECT_FALSE(GetBoolSetting(u"SWActive"_s, u"0"_s));
 }

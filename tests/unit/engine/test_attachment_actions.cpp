@@ -33,7 +33,7 @@ TEST_P(Policies, SettleAClashWithAnExistingFile) {
     DoProto = true;
     ruleWithPolicy(c.policy);
     for (const QString& name : c.existing)
-        WriteFile(outFile(name), "old");
+        PutFile(outFile(name), "old");
     addMail(u"m"_s, c.attachments);
 
     EXPECT_TRUE(runFolder());
@@ -43,7 +43,7 @@ TEST_P(Policies, SettleAClashWithAnExistingFile) {
     };
     const QString files = filesIn(out()).join(u", "_s);
     EXPECT_TRUE(whole(c.files).match(files).hasMatch()) << S(files);
-    EXPECT_EQ(ReadFile(outFile(c.existing[0])), QByteArray(c.first));
+    EXPECT_EQ(FileBytes(outFile(c.existing[0])), QByteArray(c.first));
     QStringList recorded;
     for (const udtProtoEntry& record : proto())
         recorded << record.Attachment.get();
@@ -87,7 +87,7 @@ INSTANTIATE_TEST_SUITE_P(
 TEST_F(Conflicts, TheSaveDialogIsAskedAndItsChoiceIsTakenWhereverItLies) {
     CurrLang = 1;
     ruleWithPolicy(0);
-    WriteFile(outFile(u"Scan.PDF"_s), "old");
+    PutFile(outFile(u"Scan.PDF"_s), "old");
     addMail(u"m"_s, {u"Scan.PDF"_s});
     const QString elsewhere = root + u"/elsewhere/chosen.bin"_s;
     QDir().mkpath(root + u"/elsewhere"_s);
@@ -104,14 +104,14 @@ TEST_F(Conflicts, TheSaveDialogIsAskedAndItsChoiceIsTakenWhereverItLies) {
     EXPECT_EQ(r.fileName, u"Scan.PDF"_s);
     EXPECT_EQ(r.defaultExt, u"pdf"_s);
     EXPECT_EQ(r.filterIndex, 1);
-    EXPECT_EQ(ReadFile(elsewhere), QByteArray("Scan.PDF content"));
-    EXPECT_EQ(ReadFile(outFile(u"Scan.PDF"_s)), QByteArray("old"));
+    EXPECT_EQ(FileBytes(elsewhere), QByteArray("Scan.PDF content"));
+    EXPECT_EQ(FileBytes(outFile(u"Scan.PDF"_s)), QByteArray("old"));
     EXPECT_EQ(proto()[0].Attachment.get(), u"chosen.bin"_s);
 }
 
 TEST_F(Conflicts, CancellingTheDialogSkipsTheAttachmentOrStopsTheRun) {
     ruleWithPolicy(0);
-    WriteFile(outFile(u"a.pdf"_s), "old");
+    PutFile(outFile(u"a.pdf"_s), "old");
     const FakeMessagePtr mail = addMail(u"m"_s, {u"a.pdf"_s, u"b.pdf"_s});
     user.answerSaveFile(QString());
     user.answerMsgBoxEx(1); // "Anhang abbrechen"
@@ -124,8 +124,8 @@ TEST_F(Conflicts, CancellingTheDialogSkipsTheAttachmentOrStopsTheRun) {
                                "den gesamten Vorgang abbrechen?"_s);
     EXPECT_EQ(asked[0].buttons, QStringList({u"Anhang abbrechen"_s, u"Komplett abbrechen"_s}));
     EXPECT_EQ(asked[0].icon, 32);
-    EXPECT_EQ(ReadFile(outFile(u"b.pdf"_s)), QByteArray("b.pdf content"));
-    EXPECT_EQ(ReadFile(outFile(u"a.pdf"_s)), QByteArray("old"));
+    EXPECT_EQ(FileBytes(outFile(u"b.pdf"_s)), QByteArray("b.pdf content"));
+    EXPECT_EQ(FileBytes(outFile(u"a.pdf"_s)), QByteArray("old"));
     ASSERT_EQ(proto().size(), 1u); // the skipped one leaves no record
     EXPECT_EQ(mail->stored.mileage, u"QWKStowaway"_s);
 

@@ -267,25 +267,6 @@ TEST_F(EngineTest, TheTestDialogDescribesEachAttachmentAndCanEndTheRun) {
     EXPECT_EQ(mail->saves, 0);
 }
 
-TEST_F(EngineTest, ATestRunSavesNothingButWritesRecordsAndShowsTheSummary) {
-    addRule(u"R"_s);
-    const FakeMessagePtr mail = addMail(u"m"_s, {u"a.pdf"_s});
-    WriteFile(outFile(u"a.pdf"_s), "old");
-    user.answerMsgBoxEx(1);
-
-    EXPECT_TRUE(runFolder(true));
-
-    EXPECT_EQ(ReadFile(outFile(u"a.pdf"_s)), QByteArray("old"));
-    EXPECT_TRUE(mail->stored.mileage.isEmpty());
-    EXPECT_EQ(mail->saves, 0);
-    ASSERT_EQ(proto().size(), 1u);
-    EXPECT_EQ(proto()[0].State.get(), u"TS"_s);
-    // No conflict handling in a test run: the first path is shown.
-    EXPECT_TRUE(user.questions(Kind::SaveFile).empty());
-    EXPECT_EQ(user.questions(Kind::MessageBox).back().prompt,
-              u"1 Nachricht(en) in 'Inbox' bearbeitet."_s);
-}
-
 struct SummaryCase {
     const char* name;
     int lang;

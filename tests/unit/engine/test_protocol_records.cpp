@@ -62,7 +62,7 @@ TEST_F(EngineTest, AProjectNameCarriesOverToALaterRuleOfTheCall) {
     EXPECT_TRUE(records[0].Folder.get().isEmpty());
     EXPECT_EQ(records[0].Attachment.get(), u"a.pdf"_s);
     EXPECT_EQ(records[0].State.get(), u"S"_s);
-    EXPECT_EQ(ReadFile(root + u"/alpha/a.pdf"_s), QByteArray("a.pdf content"));
+    EXPECT_EQ(FileBytes(root + u"/alpha/a.pdf"_s), QByteArray("a.pdf content"));
 }
 
 TEST_F(EngineTest, TheNewestRecordIsFirstAcrossMailsAndRecipientsFollowTheRule) {

@@ -111,24 +111,24 @@ TEST_F(EngineTest, ProjectAndFolderRules) {
 
 TEST_F(EngineTest, NumberingTakesTheNextNumberAboveTheHighestOfFourDigits) {
     const QString dir = out() + QLatin1Char('/');
-    WriteFile(dir + u"a.pdf"_s);
+    PutFile(dir + u"a.pdf"_s);
     EXPECT_EQ(GetNextNumberName(dir + u"a.pdf"_s), dir + u"a -0002.pdf"_s);
 
     // Neither three nor five digits count.
-    WriteFile(dir + u"a -12.pdf"_s);
-    WriteFile(dir + u"a -12345.pdf"_s);
+    PutFile(dir + u"a -12.pdf"_s);
+    PutFile(dir + u"a -12345.pdf"_s);
     EXPECT_EQ(GetNextNumberName(dir + u"a.pdf"_s), dir + u"a -0002.pdf"_s);
 
     // Any extension counts, and so does a longer name that starts the same.
-    WriteFile(dir + u"a -0007.txt"_s);
+    PutFile(dir + u"a -0007.txt"_s);
     EXPECT_EQ(GetNextNumberName(dir + u"a.pdf"_s), dir + u"a -0008.pdf"_s);
-    WriteFile(dir + u"ab -0011.doc"_s);
+    PutFile(dir + u"ab -0011.doc"_s);
     EXPECT_EQ(GetNextNumberName(dir + u"a.pdf"_s), dir + u"a -0012.pdf"_s);
 
     // The extension is lower case, the base name keeps its case; no extension ends in a point.
-    WriteFile(dir + u"Report.PDF"_s);
+    PutFile(dir + u"Report.PDF"_s);
     EXPECT_EQ(GetNextNumberName(dir + u"Report.PDF"_s), dir + u"Report -0002.pdf"_s);
-    WriteFile(dir + u"README"_s);
+    PutFile(dir + u"README"_s);
     EXPECT_EQ(GetNextNumberName(dir + u"README"_s), dir + u"README -0002."_s);
     EXPECT_TRUE(user.questions().empty());
 }
@@ -136,8 +136,8 @@ TEST_F(EngineTest, NumberingTakesTheNextNumberAboveTheHighestOfFourDigits) {
 TEST_F(EngineTest, NumberingStopsAt9999WithAMessage) {
     CurrLang = 1;
     const QString dir = out() + QLatin1Char('/');
-    WriteFile(dir + u"a.pdf"_s);
-    WriteFile(dir + u"a -9999.pdf"_s);
+    PutFile(dir + u"a.pdf"_s);
+    PutFile(dir + u"a -9999.pdf"_s);
     EXPECT_TRUE(GetNextNumberName(dir + u"a.pdf"_s).isEmpty());
     ASSERT_EQ(user.questions().size(), 1u);
     EXPECT_EQ(user.questions()[0].prompt,
@@ -153,7 +153,7 @@ TEST_F(EngineTest, DateNamesCarryTheTimeAndAvoidATakenName) {
     const QRegularExpression form(QRegularExpression::escape(dir) +
                                   u"Scan \\d{4}-\\d\\d-\\d\\d \\d\\d-\\d\\d-\\d\\d\\.tiff"_s);
     EXPECT_TRUE(form.match(first).hasMatch()) << first.toStdString();
-    WriteFile(first);
+    PutFile(first);
     const QString second = GetNextDateName(dir + u"Scan.TIFF"_s);
     EXPECT_TRUE(form.match(second).hasMatch());
     EXPECT_NE(second, first);
