@@ -42,7 +42,6 @@ TEST_F(EngineTest, TwoRulesOnOneMailRunOneAfterTheOtherOverTheFirstAttachmentCou
     EXPECT_EQ(filesIn(out(u"all"_s)), QStringList{u"b.txt"_s});
     const QStringList& calls = mail->fails.calls();
     EXPECT_GT(calls.lastIndexOf(u"AttachmentAt(2)"_s), calls.indexOf(u"Save"_s));
-    EXPECT_EQ(calls.count(u"AttachmentCount"_s) >= 1, true);
 
     EXPECT_EQ(mail->stored.mileage, kStamp);
     ASSERT_EQ(mail->stored.attachments.size(), 1u);
