@@ -62,6 +62,22 @@ class MaildirTest : public FreshState {
         return fetched.value;
     }
 
+    // The one mail file of cur/ (empty, and a failure, when there is not exactly one).
+    QString onlyFile() const {
+        const QStringList files = FolderEntries(root + QStringLiteral("/cur"));
+        EXPECT_EQ(files.size(), 1) << S(files.join(QLatin1Char(' ')));
+        return files.size() == 1 ? root + QStringLiteral("/cur/") + files[0] : QString();
+    }
+
+    // The only mail of the Inbox as a session of its own reads it from disk.
+    MailItemPtr reread() {
+        fresh_ =
+            std::make_unique<MaildirSession>(std::vector<MaildirSession::StoreSpec>{{root, {}}});
+        const auto items = fresh_->GetDefaultInbox().value->Items().value;
+        EXPECT_EQ(items.size(), 1u);
+        return items.size() == 1 ? items[0] : nullptr;
+    }
+
     static QByteArray readFile(const QString& path) { return FileBytes(path); }
 
     // Writes `bytes` as an unread mail file in cur/ of the root.
@@ -76,4 +92,5 @@ class MaildirTest : public FreshState {
 
   private:
     std::unique_ptr<MaildirSession> session_;
+    std::unique_ptr<MaildirSession> fresh_;
 };
