@@ -4,12 +4,16 @@
 #include "fakes/engine_fixture.h"
 #include "support/test_env.h"
 
+#include <QAbstractItemModel>
 #include <QApplication>
+#include <QComboBox>
 #include <QElapsedTimer>
+#include <QListWidget>
 #include <QTest>
 #include <QTimer>
 
 #include <functional>
+#include <initializer_list>
 
 #define STOWAWAY_GUI_TEST_MAIN(TestClass)                                                          \
     int main(int argc, char** argv) {                                                              \
@@ -37,9 +41,36 @@ template <class W> void WhenShown(std::function<void(W*)> act, bool popup = fals
     timer->start(10);
 }
 
-// The control of that objectName below `root`; a warning names a missing one.
-template <class W> W* Find(QObject* root, const QString& name) {
+// The control of that objectName below `root`; a missing one ends the test binary.
+template <class W = QWidget> W* Child(QObject* root, const QString& name) {
     W* w = root->findChild<W*>(name);
-    if (!w) qWarning("no control %s", qPrintable(name));
+    if (!w) qFatal("no control %s", qPrintable(name));
     return w;
+}
+
+// A data-driven test's table as structs, one line a row: each row's `name` names it, and the
+// test takes it with QFETCH(Type, row).
+template <class Row> void Rows(std::initializer_list<Row> rows) {
+    QTest::addColumn<Row>("row");
+    for (const Row& r : rows)
+        QTest::newRow(r.name) << r;
+}
+
+// The texts of a list or a combo box's items, or of one column of a model, top to bottom.
+inline QStringList Texts(const QAbstractItemModel* model, int column = 0) {
+    QStringList out;
+    for (int r = 0; r < model->rowCount(); ++r)
+        out << model->index(r, column).data().toString();
+    return out;
+}
+inline QStringList Texts(const QComboBox* box) {
+    return Texts(box->model(), box->modelColumn());
+}
+inline QStringList Texts(const QListWidget* list) {
+    return Texts(list->model());
+}
+
+// The prompt of the last question or message the scripted user was shown, "" for none.
+inline QString LastPrompt(const ScriptedUserInteraction& user) {
+    return user.questions().empty() ? QString() : user.questions().back().prompt;
 }

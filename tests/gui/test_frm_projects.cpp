@@ -78,7 +78,7 @@ class TestFrmProjects : public QObject {
             else
                 m_user.answerText(a);
         }
-        Find<QToolButton>(&form, button)->click();
+        Child<QToolButton>(&form, button)->click();
         QCOMPARE(ProjectNames(), names);
         QCOMPARE(form.lstProjects->currentRow(), selected);
         QCOMPARE(form.txtFolder->text(), Projects[static_cast<size_t>(selected + 1)].Folder.get());

@@ -53,7 +53,7 @@ class TestFrmSenderRecp : public QObject {
         frmSenderRecp form;
         form.show();
         form.txtInput->setText(term);
-        Find<QPushButton>(&form, button)->click();
+        Child<QPushButton>(&form, button)->click();
         QCOMPARE(form.Term, result);
         QCOMPARE(form.isVisible(), stays);
         QCOMPARE(m_user.beeps(), stays ? 1 : 0);

@@ -25,12 +25,6 @@ void MakeSounds(const QStringList& names) {
     }
 }
 
-template <class W> W* Child(QWidget* form, const QString& name) {
-    W* w = form->findChild<W*>(name);
-    if (!w) qWarning("no control %s", qPrintable(name));
-    return w;
-}
-
 // Every text and tooltip of the form's buttons, labels, frames and tabs, and the combo lists.
 QStringList AllTexts(QWidget* form) {
     QStringList out{form->windowTitle()};

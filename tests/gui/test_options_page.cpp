@@ -18,12 +18,6 @@
 using namespace Qt::StringLiterals;
 
 namespace {
-template <class W> W* Child(QWidget* form, const QString& name) {
-    W* w = form->findChild<W*>(name);
-    if (!w) qFatal("no control %s", qPrintable(name));
-    return w;
-}
-
 QTreeWidgetItem* RowOf(QTreeWidget* list, const QString& text) {
     const QList<QTreeWidgetItem*> found = list->findItems(text, Qt::MatchExactly, 0);
     return found.isEmpty() ? nullptr : found.back();

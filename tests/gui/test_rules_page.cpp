@@ -20,6 +20,8 @@
 #include <QRadioButton>
 #include <QToolButton>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 udtRule Rule(const QString& name, int16_t saveBy = SaveBy::Date,
              const QString& folder = QStringLiteral("/srv/ablage")) {
@@ -30,6 +32,42 @@ udtRule Rule(const QString& name, int16_t saveBy = SaveBy::Date,
     r.Folder = folder;
     return r;
 }
+
+struct SelectRow {
+    const char* name;
+    int saveBy, fileExists;
+    QString saveFormatText, folderText;
+    int option;
+};
+struct FieldRow {
+    const char* name;
+    QString control, input; // input: text, answer, index; empty for a click
+    QString field, value;
+};
+struct RefusalRow {
+    const char* name;
+    QString control, input, box;
+};
+struct SentenceRow {
+    const char* name;
+    int lang;
+    QString checks; // sender, recipient, subject, format
+    QStringList rows;
+};
+struct TargetRow {
+    const char* name;
+    int lang, saveBy, format;
+    QStringList formats;
+    QString info;
+};
+struct ListRow {
+    const char* name;
+    QString action, answer;
+    int row; // selected before
+    QStringList names;
+    int selected, beeps;
+    bool changed;
+};
 
 QStringList RuleNames() {
     QStringList names;
@@ -65,7 +103,7 @@ class TestRulesPage : public QObject {
         if (!QTest::qWaitForWindowExposed(m_form.get())) qWarning("form not exposed");
         return *m_form;
     }
-    template <class W> W* ctl(const QString& name) { return Find<W>(m_form.get(), name); }
+    template <class W> W* ctl(const QString& name) { return Child<W>(m_form.get(), name); }
     QListWidget* list() { return ctl<QListWidget>(QStringLiteral("lstRules")); }
     void select(int row) { list()->setCurrentRow(row); }
     void setText(const QString& name, const QString& text) {
@@ -97,24 +135,17 @@ class TestRulesPage : public QObject {
     void cleanup() { m_form.reset(); }
 
     void selectingFillsTheEditorWithoutWriting_data() {
-        QTest::addColumn<int>("saveBy");
-        QTest::addColumn<int>("fileExists");
-        QTest::addColumn<QString>("saveFormatText");
-        QTest::addColumn<QString>("folderText");
-        QTest::addColumn<int>("option");
-        QTest::newRow("by date") << 0 << 2 << "JJJJ-MM"
-                                 << "/srv/ablage" << 2;
-        QTest::newRow("by project shows its folder") << 3 << 3 << "Kunden"
-                                                     << "/srv/kunden" << 3;
-        QTest::newRow("damaged FileExists shows the first option") << 0 << 7 << "JJJJ-MM"
-                                                                   << "/srv/ablage" << 0;
+        // clang-format off
+        Rows<SelectRow>({
+            {"by date", 0, 2, u"JJJJ-MM"_s, u"/srv/ablage"_s, 2},
+            {"by project shows its folder", 3, 3, u"Kunden"_s, u"/srv/kunden"_s, 3},
+            {"damaged FileExists shows the first option", 0, 7, u"JJJJ-MM"_s, u"/srv/ablage"_s, 0},
+        });
+        // clang-format on
     }
     void selectingFillsTheEditorWithoutWriting() {
-        QFETCH(int, saveBy);
-        QFETCH(int, fileExists);
-        QFETCH(QString, saveFormatText);
-        QFETCH(QString, folderText);
-        QFETCH(int, option);
+        QFETCH(SelectRow, row);
+        const auto& [name, saveBy, fileExists, saveFormatText, folderText, option] = row;
         AddProject_(QStringLiteral("Kunden"), QStringLiteral("/srv/kunden"));
         udtRule r = Rule(QStringLiteral("Second"), static_cast<int16_t>(saveBy),
                          saveBy == 3 ? QStringLiteral("Kunden") : QStringLiteral("/srv/ablage"));
@@ -149,99 +180,39 @@ class TestRulesPage : public QObject {
     }
 
     void eachControlWritesItsField_data() {
-        QTest::addColumn<QString>("control");
-        QTest::addColumn<QString>("input"); // text, answer, index; empty for a click
-        QTest::addColumn<QString>("field");
-        QTest::addColumn<QString>("value");
-        QTest::newRow("sender check") << "cbRulesSender"
-                                      << ""
-                                      << "CheckSender"
-                                      << "1";
-        QTest::newRow("recipient check") << "cbRulesRecipient"
-                                         << ""
-                                         << "CheckRecp"
-                                         << "1";
-        QTest::newRow("subject check") << "cbRulesSubj"
-                                       << ""
-                                       << "CheckSubj"
-                                       << "1";
-        QTest::newRow("format check") << "cbRulesFileFormat"
-                                      << ""
-                                      << "CheckFileFormat"
-                                      << "1";
-        QTest::newRow("delete") << "cbRulesDelAttach"
-                                << ""
-                                << "DelAttach"
-                                << "1";
-        QTest::newRow("notify") << "cbInform"
-                                << ""
-                                << "Notify"
-                                << "1";
-        QTest::newRow("links") << "cbRulesHyperlinks"
-                               << ""
-                               << "Hyperlink"
-                               << "1";
-        QTest::newRow("file exists") << "obFileExists_2"
-                                     << ""
-                                     << "FileExists"
-                                     << "2";
-        QTest::newRow("date format") << "clRulesSaveFormat"
-                                     << "3"
-                                     << "SaveFormat"
-                                     << "3";
-        QTest::newRow("save by folder") << "clRulesSaveBy"
-                                        << "4"
-                                        << "SaveBy"
-                                        << "4";
-        QTest::newRow("folder box") << "txtRulesFolder"
-                                    << "/srv/neu"
-                                    << "Folder"
-                                    << "/srv/neu";
-        QTest::newRow("folder box cuts at 200") << "txtRulesFolder"
-                                                << "/" + QString(250, u'x') << "Folder"
-                                                << "/" + QString(199, u'x');
-        QTest::newRow("application") << "txtRulesRunApp"
-                                     << "xdg-open"
-                                     << "Execute"
-                                     << "xdg-open";
-        QTest::newRow("no application") << "txtRulesRunApp"
-                                        << ""
-                                        << "Execute"
-                                        << "";
-        QTest::newRow("subject text") << "lblChooseSubj"
-                                      << "Angebot"
-                                      << "Subject"
-                                      << "Angebot";
-        QTest::newRow("format upper-cased") << "lblChooseFileFormat"
-                                            << "pdf"
-                                            << "FileFormat"
-                                            << "PDF";
-        QTest::newRow("format cut at 5") << "lblChooseFileFormat"
-                                         << "tiffxx"
-                                         << "FileFormat"
-                                         << "TIFFX";
-        QTest::newRow("sender through the dialog") << "lblChooseSender"
-                                                   << "@firma.de"
-                                                   << "Sender"
-                                                   << "@firma.de";
-        QTest::newRow("recipient through the dialog") << "lblChooseRecipient"
-                                                      << "Carl Dorn"
-                                                      << "Recipient"
-                                                      << "Carl Dorn";
-        QTest::newRow("base folder chosen") << "btnChooseFolder"
-                                            << "/srv/gewaehlt"
-                                            << "Folder"
-                                            << "/srv/gewaehlt";
-        QTest::newRow("check mark") << "lstRules"
-                                    << ""
-                                    << "Active"
-                                    << "0";
+        // clang-format off
+        Rows<FieldRow>({
+            {"sender check", u"cbRulesSender"_s, u""_s, u"CheckSender"_s, u"1"_s},
+            {"recipient check", u"cbRulesRecipient"_s, u""_s, u"CheckRecp"_s, u"1"_s},
+            {"subject check", u"cbRulesSubj"_s, u""_s, u"CheckSubj"_s, u"1"_s},
+            {"format check", u"cbRulesFileFormat"_s, u""_s, u"CheckFileFormat"_s, u"1"_s},
+            {"delete", u"cbRulesDelAttach"_s, u""_s, u"DelAttach"_s, u"1"_s},
+            {"notify", u"cbInform"_s, u""_s, u"Notify"_s, u"1"_s},
+            {"links", u"cbRulesHyperlinks"_s, u""_s, u"Hyperlink"_s, u"1"_s},
+            {"file exists", u"obFileExists_2"_s, u""_s, u"FileExists"_s, u"2"_s},
+            {"date format", u"clRulesSaveFormat"_s, u"3"_s, u"SaveFormat"_s, u"3"_s},
+            {"save by folder", u"clRulesSaveBy"_s, u"4"_s, u"SaveBy"_s, u"4"_s},
+            {"folder box", u"txtRulesFolder"_s, u"/srv/neu"_s, u"Folder"_s, u"/srv/neu"_s},
+            {"folder box cuts at 200", u"txtRulesFolder"_s, u"/"_s + QString(250, u'x'),
+             u"Folder"_s, u"/"_s + QString(199, u'x')},
+            {"application", u"txtRulesRunApp"_s, u"xdg-open"_s, u"Execute"_s, u"xdg-open"_s},
+            {"no application", u"txtRulesRunApp"_s, u""_s, u"Execute"_s, u""_s},
+            {"subject text", u"lblChooseSubj"_s, u"Angebot"_s, u"Subject"_s, u"Angebot"_s},
+            {"format upper-cased", u"lblChooseFileFormat"_s, u"pdf"_s, u"FileFormat"_s, u"PDF"_s},
+            {"format cut at 5", u"lblChooseFileFormat"_s, u"tiffxx"_s, u"FileFormat"_s, u"TIFFX"_s},
+            {"sender through the dialog", u"lblChooseSender"_s, u"@firma.de"_s, u"Sender"_s,
+             u"@firma.de"_s},
+            {"recipient through the dialog", u"lblChooseRecipient"_s, u"Carl Dorn"_s,
+             u"Recipient"_s, u"Carl Dorn"_s},
+            {"base folder chosen", u"btnChooseFolder"_s, u"/srv/gewaehlt"_s, u"Folder"_s,
+             u"/srv/gewaehlt"_s},
+            {"check mark", u"lstRules"_s, u""_s, u"Active"_s, u"0"_s},
+        });
+        // clang-format on
     }
     void eachControlWritesItsField() {
-        QFETCH(QString, control);
-        QFETCH(QString, input);
-        QFETCH(QString, field);
-        QFETCH(QString, value);
+        QFETCH(FieldRow, row);
+        const auto& [name, control, input, field, value] = row;
         udtRule r = Rule(QStringLiteral("Rechnungen"));
         r.Execute = QStringLiteral("old-program");
         open({Rule(QStringLiteral("Other")), r});
@@ -277,26 +248,19 @@ class TestRulesPage : public QObject {
     }
 
     void refusedInputChangesNothing_data() {
-        QTest::addColumn<QString>("control");
-        QTest::addColumn<QString>("input");
-        QTest::addColumn<QString>("box");
-        QTest::newRow("empty folder") << "txtRulesFolder"
-                                      << ""
-                                      << "Feld darf nicht leer sein!";
-        QTest::newRow("program for a blocked format")
-            << "txtRulesRunApp"
-            << "xdg-open"
-            << "Dateien dieses Typs sind blockiert und können nicht ausgeführt oder geöffnet "
-               "werden!";
-        QTest::newRow("format with a dot") << "lblChooseFileFormat"
-                                           << ".pdf"
-                                           << "FileFormat takes a file extension without its dot, "
-                                              "such as PDF; '.PDF' is not one";
+        // clang-format off
+        Rows<RefusalRow>({
+            {"empty folder", u"txtRulesFolder"_s, u""_s, u"Feld darf nicht leer sein!"_s},
+            {"program for a blocked format", u"txtRulesRunApp"_s, u"xdg-open"_s,
+             u"Dateien dieses Typs sind blockiert und können nicht ausgeführt oder geöffnet werden!"_s},
+            {"format with a dot", u"lblChooseFileFormat"_s, u".pdf"_s,
+             u"FileFormat takes a file extension without its dot, such as PDF; '.PDF' is not one"_s},
+        });
+        // clang-format on
     }
     void refusedInputChangesNothing() {
-        QFETCH(QString, control);
-        QFETCH(QString, input);
-        QFETCH(QString, box);
+        QFETCH(RefusalRow, row);
+        const auto& [name, control, input, box] = row;
         udtBlockedFormat exe;
         exe.Extension = QStringLiteral("EXE");
         exe.Active = vbTrue;
@@ -321,29 +285,23 @@ class TestRulesPage : public QObject {
     }
 
     void ruleSentence_data() {
-        QTest::addColumn<int>("lang");
-        QTest::addColumn<QString>("checks"); // sender, recipient, subject, format
-        QTest::addColumn<QStringList>("rows");
-        QTest::newRow("one criterion ends in a full stop")
-            << 0 << "1000" << QStringList{"Der Absender ist|anna@berg.example|."};
-        QTest::newRow("two join with and")
-            << 1 << "0110"
-            << QStringList{"The recipient is|Carl Dorn|and", "the subject contains|Angebot|."};
-        QTest::newRow("three in English")
-            << 1 << "1011"
-            << QStringList{"The sender is|anna@berg.example|,", "the subject contains|Angebot|and",
-                           "the attachment format is|PDF|."};
-        QTest::newRow("four, an empty field shows its placeholder")
-            << 0 << "1111"
-            << QStringList{"Der Absender ist|anna@berg.example|,",
-                           "der Empfänger ist|Empfänger wählen|,",
-                           "der Betreff enthält|Angebot|und", "der Anhang ist im Format|PDF|."};
-        QTest::newRow("none") << 1 << "0000" << QStringList{};
+        // clang-format off
+        Rows<SentenceRow>({
+            {"one criterion ends in a full stop", 0, u"1000"_s,
+             {u"Der Absender ist|anna@berg.example|."_s}},
+            {"two join with and", 1, u"0110"_s,
+             {u"The recipient is|Carl Dorn|and"_s, u"the subject contains|Angebot|."_s}},
+            {"three in English", 1, u"1011"_s,
+             {u"The sender is|anna@berg.example|,"_s, u"the subject contains|Angebot|and"_s, u"the attachment format is|PDF|."_s}},
+            {"four, an empty field shows its placeholder", 0, u"1111"_s,
+             {u"Der Absender ist|anna@berg.example|,"_s, u"der Empfänger ist|Empfänger wählen|,"_s, u"der Betreff enthält|Angebot|und"_s, u"der Anhang ist im Format|PDF|."_s}},
+            {"none", 1, u"0000"_s, {}},
+        });
+        // clang-format on
     }
     void ruleSentence() {
-        QFETCH(int, lang);
-        QFETCH(QString, checks);
-        QFETCH(QStringList, rows);
+        QFETCH(SentenceRow, row);
+        const auto& [name, lang, checks, rows] = row;
         udtRule r = Rule(QStringLiteral("Satz"));
         r.CheckSender = ToVb(checks[0] == u'1');
         r.CheckRecp = ToVb(checks[1] == u'1');
@@ -376,47 +334,33 @@ class TestRulesPage : public QObject {
     }
 
     void targetExplained_data() {
-        QTest::addColumn<int>("lang");
-        QTest::addColumn<int>("saveBy");
-        QTest::addColumn<int>("format");
-        QTest::addColumn<QStringList>("formats");
-        QTest::addColumn<QString>("info");
-        const QString today = QDate::currentDate().toString(QStringLiteral("yyyy-MM-dd"));
-        QTest::newRow("date")
-            << 0 << 0 << 1 << QStringList{"TT-MM-JJJJ", "JJJJ-MM-TT", "JJJJ-MM", "JJJJ-KW"}
-            << "Die Anhänge werden im gewählten Basisordner in Unterordner wie '" + today +
-                   "' gespeichert...";
-        QTest::newRow("date in English writes YYYY-WY")
-            << 1 << 0 << 1 << QStringList{"DD-MM-YYYY", "YYYY-MM-DD", "YYYY-MM", "YYYY-WY"}
-            << "Attachments will be saved to the chosen base folder in subfolders like '" + today +
-                   "'...";
-        QTest::newRow("sender's address")
-            << 0 << 1 << 1 << QStringList{"Absender-Name", "E-Mail-Adresse"}
-            << "Die Anhänge werden im gewählten Basisordner in Unterordner wie "
-               "'erika.mustermann#beispiel.de' gespeichert...";
-        QTest::newRow("project")
-            << 1 << 3 << 0 << QStringList{"Kunden"}
-            << "Attachments will be saved directly to the folder associated with the chosen "
-               "project...";
-        QTest::newRow("folder") << 0 << 4 << 0 << QStringList{}
-                                << "Die Anhänge werden direkt im gewählten Ordner gespeichert...";
+        const QString today = QDate::currentDate().toString(u"yyyy-MM-dd"_s);
+        // clang-format off
+        Rows<TargetRow>({
+            {"date", 0, 0, 1, {u"TT-MM-JJJJ"_s, u"JJJJ-MM-TT"_s, u"JJJJ-MM"_s, u"JJJJ-KW"_s},
+             u"Die Anhänge werden im gewählten Basisordner in Unterordner wie '"_s + today + u"' gespeichert..."_s},
+            {"date in English writes YYYY-WY", 1, 0, 1,
+             {u"DD-MM-YYYY"_s, u"YYYY-MM-DD"_s, u"YYYY-MM"_s, u"YYYY-WY"_s},
+             u"Attachments will be saved to the chosen base folder in subfolders like '"_s + today + u"'..."_s},
+            {"sender's address", 0, 1, 1, {u"Absender-Name"_s, u"E-Mail-Adresse"_s},
+             u"Die Anhänge werden im gewählten Basisordner in Unterordner wie 'erika.mustermann#beispiel.de' gespeichert..."_s},
+            {"project", 1, 3, 0, {u"Kunden"_s},
+             u"Attachments will be saved directly to the folder associated with the chosen project..."_s},
+            {"folder", 0, 4, 0, {},
+             u"Die Anhänge werden direkt im gewählten Ordner gespeichert..."_s},
+        });
+        // clang-format on
     }
     void targetExplained() {
-        QFETCH(int, lang);
-        QFETCH(int, saveBy);
-        QFETCH(int, format);
-        QFETCH(QStringList, formats);
-        QFETCH(QString, info);
+        QFETCH(TargetRow, row);
+        const auto& [name, lang, saveBy, format, formats, info] = row;
         AddProject_(QStringLiteral("Kunden"), QStringLiteral("/srv/kunden"));
         udtRule r = Rule(QStringLiteral("Ziel"), static_cast<int16_t>(saveBy),
                          saveBy == 3 ? QStringLiteral("Kunden") : QStringLiteral("/srv/ablage"));
         r.SaveFormat = static_cast<int16_t>(format);
         open({r}, lang);
         auto* combo = ctl<QComboBox>(QStringLiteral("clRulesSaveFormat"));
-        QStringList items;
-        for (int i = 0; i < combo->count(); ++i)
-            items << combo->itemText(i);
-        QCOMPARE(items, formats);
+        QCOMPARE(Texts(combo), formats);
         QCOMPARE(ctl<QLabel>(QStringLiteral("lblSaveInfos"))->text(), info);
         QCOMPARE(combo->isVisible(), saveBy != 4);
         QCOMPARE(ctl<QToolButton>(QStringLiteral("btnEditProjects"))->isVisible(), saveBy == 3);
@@ -424,49 +368,32 @@ class TestRulesPage : public QObject {
     }
 
     void listEdits_data() {
-        QTest::addColumn<QString>("action");
-        QTest::addColumn<QString>("answer");
-        QTest::addColumn<int>("row"); // selected before
-        QTest::addColumn<QStringList>("names");
-        QTest::addColumn<int>("selected");
-        QTest::addColumn<int>("beeps");
-        QTest::addColumn<bool>("changed");
-        const QStringList abc{"A", "B", "C"};
-        QTest::newRow("add selects the new rule")
-            << "btnRulesAdd"
-            << "Neu" << 0 << QStringList{"A", "B", "C", "Neu"} << 3 << 0 << true;
-        QTest::newRow("add of a name in other case selects the existing rule")
-            << "btnRulesAdd"
-            << "b" << 0 << abc << 1 << 1 << false;
-        QTest::newRow("add of 120 characters keeps 100 and selects the first")
-            << "btnRulesAdd" << QString(120, u'x') << 2
-            << QStringList{"A", "B", "C", QString(100, u'x')} << 0 << 0 << true;
-        QTest::newRow("rename may repeat a name")
-            << "btnRuleEdit"
-            << "A" << 2 << QStringList{"A", "B", "A"} << 2 << 1 << true;
-        QTest::newRow("delete the last selects the new last")
-            << "btnRulesDel"
-            << "" << 2 << QStringList{"A", "B"} << 1 << 1 << true;
-        QTest::newRow("delete in the middle keeps the place")
-            << "btnRulesDel"
-            << "" << 0 << QStringList{"B", "C"} << 0 << 1 << true;
-        QTest::newRow("move down") << "spnUpDownDown"
-                                   << "" << 0 << QStringList{"B", "A", "C"} << 1 << 0 << true;
-        QTest::newRow("move the first up beeps") << "spnUpDownUp"
-                                                 << "" << 0 << abc << 0 << 1 << false;
-        QTest::newRow("move the last down beeps") << "spnUpDownDown"
-                                                  << "" << 2 << abc << 2 << 1 << false;
+        const QStringList abc{u"A"_s, u"B"_s, u"C"_s};
+        // clang-format off
+        Rows<ListRow>({
+            {"add selects the new rule", u"btnRulesAdd"_s, u"Neu"_s, 0,
+             {u"A"_s, u"B"_s, u"C"_s, u"Neu"_s}, 3, 0, true},
+            {"add of a name in other case selects the existing rule", u"btnRulesAdd"_s, u"b"_s, 0,
+             abc, 1, 1, false},
+            {"add of 120 characters keeps 100 and selects the first", u"btnRulesAdd"_s,
+             QString(120, u'x'), 2, {u"A"_s, u"B"_s, u"C"_s, QString(100, u'x')}, 0, 0, true},
+            {"rename may repeat a name", u"btnRuleEdit"_s, u"A"_s, 2, {u"A"_s, u"B"_s, u"A"_s}, 2,
+             1, true},
+            {"delete the last selects the new last", u"btnRulesDel"_s, u""_s, 2, {u"A"_s, u"B"_s},
+             1, 1, true},
+            {"delete in the middle keeps the place", u"btnRulesDel"_s, u""_s, 0, {u"B"_s, u"C"_s},
+             0, 1, true},
+            {"move down", u"spnUpDownDown"_s, u""_s, 0, {u"B"_s, u"A"_s, u"C"_s}, 1, 0, true},
+            {"move the first up beeps", u"spnUpDownUp"_s, u""_s, 0, abc, 0, 1, false},
+            {"move the last down beeps", u"spnUpDownDown"_s, u""_s, 2, abc, 2, 1, false},
+        });
+        // clang-format on
     }
     void listEdits() {
-        QFETCH(QString, action);
-        QFETCH(QString, answer);
-        QFETCH(int, row);
-        QFETCH(QStringList, names);
-        QFETCH(int, selected);
-        QFETCH(int, beeps);
-        QFETCH(bool, changed);
+        QFETCH(ListRow, row);
+        const auto& [name, action, answer, start, names, selected, beeps, changed] = row;
         open({Rule(QStringLiteral("A")), Rule(QStringLiteral("B")), Rule(QStringLiteral("C"))});
-        select(row);
+        select(start);
         if (!answer.isEmpty()) m_user.answerText(answer);
         ctl<QToolButton>(action)->click();
         QCOMPARE(RuleNames(), names);
@@ -479,7 +406,7 @@ class TestRulesPage : public QObject {
             QVERIFY(IsTrue(added.Active));
             QCOMPARE(added.Folder.get(), GetSpecialFolder(Csidl::Personal));
         }
-        if (action == u"btnRuleEdit") QCOMPARE(list()->item(row)->text(), answer);
+        if (action == u"btnRuleEdit") QCOMPARE(list()->item(start)->text(), answer);
     }
 
     void deletingTheOnlyRuleSelectsNothing() {

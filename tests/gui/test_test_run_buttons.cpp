@@ -48,7 +48,7 @@ class TestTestRunButtons : public QObject {
                                   menu->actionGeometry(actions.at(entry - 1)).center());
             },
             true);
-        Find<QToolButton>(&form, button)->click();
+        Child<QToolButton>(&form, button)->click();
         return ticked;
     }
 
@@ -131,12 +131,12 @@ class TestTestRunButtons : public QObject {
         frmStowaway form;
         form.Form_Load();
         form.bTestAllFolders = all;
-        if (!all) Find<QListWidget>(&form, QStringLiteral("lstWatchFolders"))->setCurrentRow(-1);
+        if (!all) Child<QListWidget>(&form, QStringLiteral("lstWatchFolders"))->setCurrentRow(-1);
         const int beepsBefore = m_user.beeps();
-        Find<QPushButton>(&form, QStringLiteral("btnTestOrRun"))->click();
+        Child<QPushButton>(&form, QStringLiteral("btnTestOrRun"))->click();
         QCOMPARE(QDir(m_target.path()).entryList(QDir::Files), saved);
         QVERIFY(lastAction.isEmpty() ? gLastAction.isEmpty() : gLastAction.startsWith(lastAction));
-        QCOMPARE(Find<QLabel>(&form, QStringLiteral("lblLastAction"))->text(), gLastAction);
+        QCOMPARE(Child<QLabel>(&form, QStringLiteral("lblLastAction"))->text(), gLastAction);
         // Without a folder the click only beeps (a run's notifications may beep too).
         if (!all) QCOMPARE(m_user.beeps() - beepsBefore, 1);
         QVERIFY(!SWRun);
@@ -157,7 +157,7 @@ class TestTestRunButtons : public QObject {
         form.Form_Load();
         form.bResetAllFolders = true;
         form.bSetUnread = setUnread;
-        Find<QPushButton>(&form, QStringLiteral("btnReset"))->click();
+        Child<QPushButton>(&form, QStringLiteral("btnReset"))->click();
         for (const FakeFolderPtr& f : m_folders) {
             QCOMPARE(f->messages().front()->stored.mileage, QString());
             QCOMPARE(f->messages().front()->stored.unread, setUnread);
@@ -186,12 +186,12 @@ class TestTestRunButtons : public QObject {
         SaveSetting(QStringLiteral("SWActive"), QStringLiteral("1")); // test mode needs it
         frmStowaway form;
         form.Form_Load();
-        auto* button = Find<QPushButton>(&form, QStringLiteral("btnTestOrRun"));
+        auto* button = Child<QPushButton>(&form, QStringLiteral("btnTestOrRun"));
         QCOMPARE(button->text(), test);
-        Find<QCheckBox>(&form, QStringLiteral("cbTestmode"))->click();
+        Child<QCheckBox>(&form, QStringLiteral("cbTestmode"))->click();
         form.UpdateOBs();
         QCOMPARE(button->text(), process);
-        QCOMPARE(Find<QPushButton>(&form, QStringLiteral("btnReset"))->text(),
+        QCOMPARE(Child<QPushButton>(&form, QStringLiteral("btnReset"))->text(),
                  lang ? QStringLiteral("Reset processing flags")
                       : QStringLiteral("Bearbeitungsflags zurücksetzen"));
     }

@@ -22,11 +22,28 @@
 using namespace Qt::StringLiterals;
 
 namespace {
-template <class W> W* Child(QWidget* form, const QString& name) {
-    W* w = form->findChild<W*>(name);
-    if (!w) qFatal("no control %s", qPrintable(name));
-    return w;
-}
+struct WatchRow {
+    const char* name;
+    QStringList rows;   // paths; a leading "-" for an inactive row
+    QString action;     // add:PATH, del:ROW, uncheck:ROW, check:ROW, gone:ROW
+    bool yes;           // the answer to a question
+    QStringList after;  // the paths after, with "-" as above
+    QString said;       // the question or message, "" for none
+    int selected;       // current row after
+    QString folderPath; // lblFolderPath after
+};
+struct FilterRow {
+    const char* name;
+    int filter;
+    QStringList values;
+    QString heading;   // of the third column
+    QStringList shown; // under clSelect's first value
+};
+struct OpenRow {
+    const char* name;
+    int row; // 3: the error of row 2 as a saved file
+    QString button, said, opened;
+};
 
 // A record of the store's folder whose path is `path` under any case, as an add would make it.
 udtWatchFolder Watched(const QString& path, bool active = true) {
@@ -70,13 +87,6 @@ void MakeProtocol() {
                                u"Bills"_s, u"! disk full"_s),
                          Entry(45998.5, u"a.pdf"_s, u"anna"_s, u"me"_s, u"Alpha"_s, u"/s/Bills/"_s,
                                u"Bills"_s, u"S"_s)});
-}
-
-QStringList Items(QComboBox* box) {
-    QStringList out;
-    for (int i = 0; i < box->count(); ++i)
-        out << box->itemText(i);
-    return out;
 }
 
 // Each shown row as "attachment/third column".
@@ -139,63 +149,45 @@ class TestWatchPage : public QObject {
 
     // The watch list: rows before, what the user does and answers, and what follows.
     void watchList_data() {
-        QTest::addColumn<QStringList>("rows");   // paths; a leading "-" for an inactive row
-        QTest::addColumn<QString>("action");     // add:PATH, del:ROW, uncheck:ROW, check:ROW
-        QTest::addColumn<bool>("yes");           // the answer to a question
-        QTest::addColumn<QStringList>("after");  // the paths after, with "-" as above
-        QTest::addColumn<QString>("said");       // the question or message, "" for none
-        QTest::addColumn<int>("selected");       // current row after
-        QTest::addColumn<QString>("folderPath"); // lblFolderPath after
-        const QStringList inbox{u"Maildir|Inbox"_s};
-        QTest::newRow("add a folder: watched, none selected, the former path kept")
-            << inbox << "add:Maildir|Work|Offers" << true
-            << QStringList{u"Maildir|Inbox"_s, u"Maildir|Work|Offers"_s} << "" << -1
-            << "Maildir|Inbox";
-        QTest::newRow("add a folder watched under other case")
-            << QStringList{u"maildir|WORK"_s, u"Maildir|Inbox"_s} << "add:Maildir|Work" << true
-            << QStringList{u"maildir|WORK"_s, u"Maildir|Inbox"_s}
-            << "'WORK' wird bereits überwacht..." << 0 << "maildir|WORK";
-        QTest::newRow("add the store's top")
-            << inbox << "add:Maildir" << true << inbox << "Ordner ist kein Nachrichtenordner!" << 0
-            << "Maildir|Inbox";
-        QTest::newRow("picker cancelled")
-            << inbox << "add:" << true << inbox << "" << 0 << "Maildir|Inbox";
-        QTest::newRow("remove the only row")
-            << inbox << "del:0" << true << QStringList{} << "Ordner 'Inbox' wirklich entfernen?"
-            << -1 << "Maildir|Inbox";
-        QTest::newRow("remove answered no")
-            << inbox << "del:0" << false << inbox << "Ordner 'Inbox' wirklich entfernen?" << 0
-            << "Maildir|Inbox";
-        QTest::newRow("remove the last row selects the new last")
-            << QStringList{u"Maildir|Inbox"_s, u"Maildir|Work"_s} << "del:1" << true << inbox
-            << "Ordner 'Work' wirklich entfernen?" << 0 << "Maildir|Inbox";
-        QTest::newRow("clear a mark, answered no: restored, asked once")
-            << inbox << "uncheck:0" << false << inbox
-            << "Möchten Sie den Ordner 'Inbox' wirklich aus der Überwachung nehmen?" << 0
-            << "Maildir|Inbox";
-        QTest::newRow("clear a mark, answered yes")
-            << inbox << "uncheck:0" << true << QStringList{u"-Maildir|Inbox"_s}
-            << "Möchten Sie den Ordner 'Inbox' wirklich aus der Überwachung nehmen?" << 0
-            << "Maildir|Inbox";
-        QTest::newRow("a row whose folder a command removed meanwhile: the list is refilled")
-            << QStringList{u"Maildir|Inbox"_s, u"Maildir|Work"_s} << "gone:0" << true
-            << QStringList{u"Maildir|Work"_s} << "" << 0 << "Maildir|Work";
-        QTest::newRow("setting a mark asks nothing")
-            << QStringList{u"-Maildir|Inbox"_s} << "check:0" << false << inbox << "" << 0
-            << "Maildir|Inbox";
+        const QStringList inbox{u"Maildir|Inbox"_s},
+            inboxWork{u"Maildir|Inbox"_s, u"Maildir|Work"_s};
+        const QString uncheck =
+            u"Möchten Sie den Ordner 'Inbox' wirklich aus der Überwachung nehmen?"_s;
+        // clang-format off
+        Rows<WatchRow>({
+            {"add a folder: watched, none selected, the former path kept", inbox,
+             u"add:Maildir|Work|Offers"_s, true, {u"Maildir|Inbox"_s, u"Maildir|Work|Offers"_s},
+             u""_s, -1, u"Maildir|Inbox"_s},
+            {"add a folder watched under other case", {u"maildir|WORK"_s, u"Maildir|Inbox"_s},
+             u"add:Maildir|Work"_s, true, {u"maildir|WORK"_s, u"Maildir|Inbox"_s},
+             u"'WORK' wird bereits überwacht..."_s, 0, u"maildir|WORK"_s},
+            {"add the store's top", inbox, u"add:Maildir"_s, true, inbox,
+             u"Ordner ist kein Nachrichtenordner!"_s, 0, u"Maildir|Inbox"_s},
+            {"picker cancelled", inbox, u"add:"_s, true, inbox, u""_s, 0, u"Maildir|Inbox"_s},
+            {"remove the only row", inbox, u"del:0"_s, true, {},
+             u"Ordner 'Inbox' wirklich entfernen?"_s, -1, u"Maildir|Inbox"_s},
+            {"remove answered no", inbox, u"del:0"_s, false, inbox,
+             u"Ordner 'Inbox' wirklich entfernen?"_s, 0, u"Maildir|Inbox"_s},
+            {"remove the last row selects the new last", inboxWork, u"del:1"_s, true, inbox,
+             u"Ordner 'Work' wirklich entfernen?"_s, 0, u"Maildir|Inbox"_s},
+            {"clear a mark, answered no: restored, asked once", inbox, u"uncheck:0"_s, false, inbox,
+             uncheck, 0, u"Maildir|Inbox"_s},
+            {"clear a mark, answered yes", inbox, u"uncheck:0"_s, true, {u"-Maildir|Inbox"_s},
+             uncheck, 0, u"Maildir|Inbox"_s},
+            {"a row whose folder a command removed meanwhile: the list is refilled", inboxWork,
+             u"gone:0"_s, true, {u"Maildir|Work"_s}, u""_s, 0, u"Maildir|Work"_s},
+            {"setting a mark asks nothing", {u"-Maildir|Inbox"_s}, u"check:0"_s, false, inbox,
+             u""_s, 0, u"Maildir|Inbox"_s},
+        });
+        // clang-format on
     }
     void watchList() {
-        QFETCH(QStringList, rows);
-        QFETCH(QString, action);
-        QFETCH(bool, yes);
-        QFETCH(QStringList, after);
-        QFETCH(QString, said);
-        QFETCH(int, selected);
-        QFETCH(QString, folderPath);
+        QFETCH(WatchRow, row);
+        const auto& [name, rows, action, yes, after, said, selected, folderPath] = row;
         WatchFolders.clear();
-        for (const QString& row : rows)
+        for (const QString& path : rows)
             WatchFolders.append(
-                Watched(row.startsWith(u'-') ? row.mid(1) : row, !row.startsWith(u'-')));
+                Watched(path.startsWith(u'-') ? path.mid(1) : path, !path.startsWith(u'-')));
         frmStowaway form;
         form.Form_Load();
         auto* list = Child<QListWidget>(&form, u"lstWatchFolders"_s);
@@ -233,35 +225,31 @@ class TestWatchPage : public QObject {
     // Each filter of clFilter: its values in clSelect, the third column's heading, and what
     // the first value shows.
     void protoFilters_data() {
-        QTest::addColumn<int>("filter");
-        QTest::addColumn<QStringList>("values");
-        QTest::addColumn<QString>("heading");
-        QTest::addColumn<QStringList>("shown"); // under clSelect's first value
-        QTest::newRow("0 no filter") << 0 << QStringList{} << "Von" << QStringList{};
-        QTest::newRow("2 sender: no empty one, case kept")
-            << 2 << QStringList{u"Anna"_s, u"Bob"_s, u"anna"_s} << "Von"
-            << QStringList{u"a.pdf/Anna"_s};
-        QTest::newRow("3 recipient") << 3 << QStringList{u"me"_s, u"you"_s} << "An"
-                                     << QStringList{u"a.pdf/me"_s, u"c.exe/me"_s, u"a.pdf/me"_s};
-        QTest::newRow("4 project") << 4 << QStringList{u"Alpha"_s, u"Beta"_s} << "Projekt"
-                                   << QStringList{u"a.pdf/Alpha"_s, u"a.pdf/Alpha"_s};
-        QTest::newRow("5 file name") << 5 << QStringList{u"a.pdf"_s, u"b.doc"_s, u"c.exe"_s}
-                                     << "Von" << QStringList{u"a.pdf/Anna"_s, u"a.pdf/anna"_s};
-        QTest::newRow("6 format") << 6 << QStringList{u"PDF"_s, u"DOC"_s, u"EXE"_s} << "Von"
-                                  << QStringList{u"a.pdf/Anna"_s, u"a.pdf/anna"_s};
-        QTest::newRow("7 folder: one name for two folders")
-            << 7 << QStringList{u"Offers"_s, u"Bills"_s} << "Ordner"
-            << QStringList{u"a.pdf/Offers"_s, u"b.doc/Offers"_s};
-        QTest::newRow("8 rule: no SpecialRule") << 8 << QStringList{u"Offers"_s, u"Bills"_s}
-                                                << "Regel" << QStringList{u"a.pdf/Offers"_s};
-        QTest::newRow("9 state") << 9 << QStringList{u"S"_s, u"T S"_s, u"! disk full"_s} << "Von"
-                                 << QStringList{u"a.pdf/Anna"_s, u"a.pdf/anna"_s};
+        // clang-format off
+        Rows<FilterRow>({
+            {"0 no filter", 0, {}, u"Von"_s, {}},
+            {"2 sender: no empty one, case kept", 2, {u"Anna"_s, u"Bob"_s, u"anna"_s}, u"Von"_s,
+             {u"a.pdf/Anna"_s}},
+            {"3 recipient", 3, {u"me"_s, u"you"_s}, u"An"_s,
+             {u"a.pdf/me"_s, u"c.exe/me"_s, u"a.pdf/me"_s}},
+            {"4 project", 4, {u"Alpha"_s, u"Beta"_s}, u"Projekt"_s,
+             {u"a.pdf/Alpha"_s, u"a.pdf/Alpha"_s}},
+            {"5 file name", 5, {u"a.pdf"_s, u"b.doc"_s, u"c.exe"_s}, u"Von"_s,
+             {u"a.pdf/Anna"_s, u"a.pdf/anna"_s}},
+            {"6 format", 6, {u"PDF"_s, u"DOC"_s, u"EXE"_s}, u"Von"_s,
+             {u"a.pdf/Anna"_s, u"a.pdf/anna"_s}},
+            {"7 folder: one name for two folders", 7, {u"Offers"_s, u"Bills"_s}, u"Ordner"_s,
+             {u"a.pdf/Offers"_s, u"b.doc/Offers"_s}},
+            {"8 rule: no SpecialRule", 8, {u"Offers"_s, u"Bills"_s}, u"Regel"_s,
+             {u"a.pdf/Offers"_s}},
+            {"9 state", 9, {u"S"_s, u"T S"_s, u"! disk full"_s}, u"Von"_s,
+             {u"a.pdf/Anna"_s, u"a.pdf/anna"_s}},
+        });
+        // clang-format on
     }
     void protoFilters() {
-        QFETCH(int, filter);
-        QFETCH(QStringList, values);
-        QFETCH(QString, heading);
-        QFETCH(QStringList, shown);
+        QFETCH(FilterRow, row);
+        const auto& [name, filter, values, heading, shown] = row;
         MakeProtocol();
         frmStowaway form;
         form.Form_Load();
@@ -271,7 +259,7 @@ class TestWatchPage : public QObject {
         QCOMPARE(clFilter->count(), 10);
         QCOMPARE(Shown(lvProto).size(), 4);
         clFilter->setCurrentIndex(filter);
-        QCOMPARE(Items(clSelect), QStringList{u"<Alles>"_s} + values);
+        QCOMPARE(Texts(clSelect), QStringList{u"<Alles>"_s} + values);
         QCOMPARE(clSelect->currentIndex(), 0);
         QCOMPARE(Shown(lvProto).size(), 4); // "<Alles>" shows every entry
         QCOMPARE(lvProto->model()->headerData(2, Qt::Horizontal).toString(), heading);
@@ -304,49 +292,33 @@ class TestWatchPage : public QObject {
 
     // Opening an entry's file or folder: refused for a test run, an error, a blocked format.
     void protoOpen_data() {
-        QTest::addColumn<int>("row");
-        QTest::addColumn<QString>("button");
-        QTest::addColumn<QString>("said");
-        QTest::addColumn<QString>("opened");
         const QString nothing = u"Dies war ein Testlauf oder es ist ein Fehler aufgetreten, es "
                                 u"wurde kein Anhang gespeichert!"_s;
-        QTest::newRow("a saved file") << 0 << "btnProtoView"
-                                      << ""
-                                      << "/s/one/Offers/a.pdf";
-        QTest::newRow("its folder") << 0 << "btnProtoOpenFolder"
-                                    << ""
-                                    << "/s/one/Offers";
-        QTest::newRow("a test run") << 1 << "btnProtoView" << nothing << "";
-        QTest::newRow("a test run's folder") << 1 << "btnProtoOpenFolder" << nothing << "";
-        QTest::newRow("an error") << 2 << "btnProtoView" << nothing << "";
+        // clang-format off
+        Rows<OpenRow>({
+            {"a saved file", 0, u"btnProtoView"_s, u""_s, u"/s/one/Offers/a.pdf"_s},
+            {"its folder", 0, u"btnProtoOpenFolder"_s, u""_s, u"/s/one/Offers"_s},
+            {"a test run", 1, u"btnProtoView"_s, nothing, u""_s},
+            {"a test run's folder", 1, u"btnProtoOpenFolder"_s, nothing, u""_s},
+            {"an error", 2, u"btnProtoView"_s, nothing, u""_s},
+            {"a blocked format", 3, u"btnProtoView"_s,
+             u"Dateien dieses Typs sind blockiert und können nicht geöffnet werden!"_s, u""_s},
+        });
+        // clang-format on
     }
     void protoOpen() {
-        QFETCH(int, row);
-        QFETCH(QString, button);
-        QFETCH(QString, said);
-        QFETCH(QString, opened);
+        QFETCH(OpenRow, row);
         MakeProtocol();
-        frmStowaway form;
-        form.Form_Load();
-        auto* lvProto = Child<QTreeView>(&form, u"lvProto"_s);
-        lvProto->setCurrentIndex(lvProto->model()->index(row, 0));
-        Child<QToolButton>(&form, button)->click();
-        QCOMPARE(m_user.questions().empty() ? QString() : m_user.questions()[0].prompt, said);
-        QCOMPARE(m_user.opened().isEmpty() ? QString() : m_user.opened()[0], opened);
-    }
-
-    void blockedFormatIsNotOpened() {
-        MakeProtocol();
-        ProtoEntries[3].State = u"S"_s; // c.exe, saved
+        // c.exe, saved this time, of a blocked format.
+        if (row.row == 3) ProtoEntries[3].State = u"S"_s;
         BlockedFormats.assign({AddBlockedFormat(u"EXE"_s, u"Program"_s, true)});
         frmStowaway form;
         form.Form_Load();
         auto* lvProto = Child<QTreeView>(&form, u"lvProto"_s);
-        lvProto->setCurrentIndex(lvProto->model()->index(2, 0));
-        Child<QToolButton>(&form, u"btnProtoView"_s)->click();
-        QCOMPARE(m_user.questions().at(0).prompt,
-                 u"Dateien dieses Typs sind blockiert und können nicht geöffnet werden!"_s);
-        QVERIFY(m_user.opened().isEmpty());
+        lvProto->setCurrentIndex(lvProto->model()->index(std::min(row.row, 2), 0));
+        Child<QToolButton>(&form, row.button)->click();
+        QCOMPARE(LastPrompt(m_user), row.said);
+        QCOMPARE(m_user.opened().isEmpty() ? QString() : m_user.opened()[0], row.opened);
     }
 
     void selectEntryFromElsewhere() {
