@@ -15,6 +15,8 @@
 #include <functional>
 #include <initializer_list>
 
+using namespace Qt::StringLiterals;
+
 #define STOWAWAY_GUI_TEST_MAIN(TestClass)                                                          \
     int main(int argc, char** argv) {                                                              \
         TestEnv::setUpProcessHome();                                                               \

@@ -16,8 +16,6 @@
 #include <QToolButton>
 #include <QTreeView>
 
-using namespace Qt::StringLiterals;
-
 namespace {
 SampleMail Mail(const QString& subject, const std::vector<std::pair<QString, qsizetype>>& files) {
     SampleMail m;

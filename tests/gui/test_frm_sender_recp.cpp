@@ -16,7 +16,7 @@ class TestFrmSenderRecp : public QObject {
     ScriptedUserInteraction m_user;
 
     static QString writeCard(const QByteArray& text) {
-        const QString path = TestEnv::home() + QStringLiteral("/export.vcf");
+        const QString path = TestEnv::home() + u"/export.vcf"_s;
         QFile f(path);
         if (!f.open(QIODevice::WriteOnly)) return {};
         f.write(text);
@@ -88,7 +88,7 @@ class TestFrmSenderRecp : public QObject {
         QFETCH(QString, box);
         frmSenderRecp form;
         form.show();
-        form.setTerm(QStringLiteral("vorher"));
+        form.setTerm(u"vorher"_s);
         form.obNameEMail[address ? 1 : 0]->setChecked(true);
         m_user.answerText(card.isEmpty() ? QString() : writeCard(card));
         QTest::mouseClick(form.btnChooseSender, Qt::LeftButton, Qt::ControlModifier);
@@ -99,13 +99,13 @@ class TestFrmSenderRecp : public QObject {
     }
 
     void addressBookTakesTheChosenRow() {
-        const QString folder = TestEnv::home() + QStringLiteral("/cards");
+        const QString folder = TestEnv::home() + u"/cards"_s;
         QDir().mkpath(folder);
-        QFile f(folder + QStringLiteral("/anna.vcf"));
+        QFile f(folder + u"/anna.vcf"_s);
         QVERIFY(f.open(QIODevice::WriteOnly));
         f.write("BEGIN:VCARD\nFN:Anna Berg\nEMAIL:anna@berg.example\nEND:VCARD\n");
         f.close();
-        SaveSetting(QStringLiteral("VCardFolders"), folder);
+        SaveSetting(u"VCardFolders"_s, folder);
         frmSenderRecp form;
         form.show();
         form.obNameEMail[1]->setChecked(true);
@@ -114,7 +114,7 @@ class TestFrmSenderRecp : public QObject {
             d->btnOK->click();
         });
         QTest::mouseClick(form.btnChooseSender, Qt::LeftButton);
-        QCOMPARE(form.txtInput->text(), QStringLiteral("anna@berg.example"));
+        QCOMPARE(form.txtInput->text(), u"anna@berg.example"_s);
     }
 };
 

@@ -20,11 +20,9 @@
 #include <QRadioButton>
 #include <QToolButton>
 
-using namespace Qt::StringLiterals;
-
 namespace {
 udtRule Rule(const QString& name, int16_t saveBy = SaveBy::Date,
-             const QString& folder = QStringLiteral("/srv/ablage")) {
+             const QString& folder = u"/srv/ablage"_s) {
     udtRule r;
     r.Active = vbTrue;
     r.Name = name;
@@ -104,7 +102,7 @@ class TestRulesPage : public QObject {
         return *m_form;
     }
     template <class W> W* ctl(const QString& name) { return Child<W>(m_form.get(), name); }
-    QListWidget* list() { return ctl<QListWidget>(QStringLiteral("lstRules")); }
+    QListWidget* list() { return ctl<QListWidget>(u"lstRules"_s); }
     void select(int row) { list()->setCurrentRow(row); }
     void setText(const QString& name, const QString& text) {
         auto* box = ctl<QLineEdit>(name);
@@ -115,14 +113,14 @@ class TestRulesPage : public QObject {
     void clickLabel(const QString& name) { QTest::mouseClick(ctl<QLabel>(name), Qt::LeftButton); }
     // The sentence as it stands in the panel: each row's captions, top to bottom.
     QStringList sentence() {
-        auto* panel = ctl<QWidget>(QStringLiteral("pnlRuleText"));
+        auto* panel = ctl<QWidget>(u"pnlRuleText"_s);
         QMap<int, QMap<int, QString>> rows;
         for (QLabel* l : panel->findChildren<QLabel*>())
             if (l->isVisible() && !l->text().isEmpty() && l->objectName() != u"lblStdRule")
                 rows[l->y()][l->x()] = l->text();
         QStringList out;
         for (const auto& row : rows)
-            out << row.values().join(QLatin1Char('|'));
+            out << row.values().join(u'|');
         return out;
     }
 
@@ -146,32 +144,28 @@ class TestRulesPage : public QObject {
     void selectingFillsTheEditorWithoutWriting() {
         QFETCH(SelectRow, row);
         const auto& [name, saveBy, fileExists, saveFormatText, folderText, option] = row;
-        AddProject_(QStringLiteral("Kunden"), QStringLiteral("/srv/kunden"));
-        udtRule r = Rule(QStringLiteral("Second"), static_cast<int16_t>(saveBy),
-                         saveBy == 3 ? QStringLiteral("Kunden") : QStringLiteral("/srv/ablage"));
+        AddProject_(u"Kunden"_s, u"/srv/kunden"_s);
+        udtRule r = Rule(u"Second"_s, static_cast<int16_t>(saveBy),
+                         saveBy == 3 ? u"Kunden"_s : u"/srv/ablage"_s);
         r.SaveFormat = saveBy == 0 ? 2 : saveBy == 1 ? 1 : 0;
         r.FileExists = static_cast<uint8_t>(fileExists);
         r.CheckSubj = vbTrue;
-        r.Subject = QStringLiteral("Rechnung");
-        r.Execute = QStringLiteral("xdg-open");
+        r.Subject = u"Rechnung"_s;
+        r.Execute = u"xdg-open"_s;
         r.Notify = vbTrue;
-        open({Rule(QStringLiteral("First")), r});
+        open({Rule(u"First"_s), r});
         select(1);
-        QCOMPARE(ctl<QGroupBox>(QStringLiteral("frRuleOptions"))->title(),
-                 QStringLiteral("Einstellungen für 'Second':"));
-        QVERIFY(ctl<QCheckBox>(QStringLiteral("cbRulesSubj"))->isChecked());
-        QVERIFY(!ctl<QCheckBox>(QStringLiteral("cbRulesSender"))->isChecked());
-        QCOMPARE(ctl<QLineEdit>(QStringLiteral("txtRulesSubj"))->text(),
-                 QStringLiteral("Rechnung"));
-        QCOMPARE(ctl<QComboBox>(QStringLiteral("clRulesSaveBy"))->currentIndex(), saveBy);
-        QCOMPARE(ctl<QComboBox>(QStringLiteral("clRulesSaveFormat"))->currentText(),
-                 saveFormatText);
-        QCOMPARE(ctl<QLineEdit>(QStringLiteral("txtRulesFolder"))->text(), folderText);
-        QCOMPARE(ctl<QLineEdit>(QStringLiteral("txtRulesRunApp"))->text(),
-                 QStringLiteral("xdg-open"));
-        QVERIFY(ctl<QCheckBox>(QStringLiteral("cbInform"))->isChecked());
-        QVERIFY(!ctl<QCheckBox>(QStringLiteral("cbRulesHyperlinks"))->isChecked());
-        QVERIFY(ctl<QRadioButton>(QStringLiteral("obFileExists_%1").arg(option))->isChecked());
+        QCOMPARE(ctl<QGroupBox>(u"frRuleOptions"_s)->title(), u"Einstellungen für 'Second':"_s);
+        QVERIFY(ctl<QCheckBox>(u"cbRulesSubj"_s)->isChecked());
+        QVERIFY(!ctl<QCheckBox>(u"cbRulesSender"_s)->isChecked());
+        QCOMPARE(ctl<QLineEdit>(u"txtRulesSubj"_s)->text(), u"Rechnung"_s);
+        QCOMPARE(ctl<QComboBox>(u"clRulesSaveBy"_s)->currentIndex(), saveBy);
+        QCOMPARE(ctl<QComboBox>(u"clRulesSaveFormat"_s)->currentText(), saveFormatText);
+        QCOMPARE(ctl<QLineEdit>(u"txtRulesFolder"_s)->text(), folderText);
+        QCOMPARE(ctl<QLineEdit>(u"txtRulesRunApp"_s)->text(), u"xdg-open"_s);
+        QVERIFY(ctl<QCheckBox>(u"cbInform"_s)->isChecked());
+        QVERIFY(!ctl<QCheckBox>(u"cbRulesHyperlinks"_s)->isChecked());
+        QVERIFY(ctl<QRadioButton>(u"obFileExists_%1"_s.arg(option))->isChecked());
         // Loading wrote nothing: the repair of a damaged value is not a change to save.
         QVERIFY(!Rules.changed);
         QCOMPARE(int(Rules[2].FileExists), option);
@@ -213,9 +207,9 @@ class TestRulesPage : public QObject {
     void eachControlWritesItsField() {
         QFETCH(FieldRow, row);
         const auto& [name, control, input, field, value] = row;
-        udtRule r = Rule(QStringLiteral("Rechnungen"));
-        r.Execute = QStringLiteral("old-program");
-        open({Rule(QStringLiteral("Other")), r});
+        udtRule r = Rule(u"Rechnungen"_s);
+        r.Execute = u"old-program"_s;
+        open({Rule(u"Other"_s), r});
         select(1);
         const QMap<QString, QString> before = Fields(Rules[2]);
         QObject* w = m_form->findChild<QObject*>(control);
@@ -243,7 +237,7 @@ class TestRulesPage : public QObject {
         expected[field] = value;
         QCOMPARE(Fields(Rules[2]), expected);
         QVERIFY(Rules.changed);
-        QCOMPARE(Fields(Rules[1]), Fields(Rule(QStringLiteral("Other"))));
+        QCOMPARE(Fields(Rules[1]), Fields(Rule(u"Other"_s)));
         QCOMPARE(m_user.beeps(), 0);
     }
 
@@ -262,12 +256,12 @@ class TestRulesPage : public QObject {
         QFETCH(RefusalRow, row);
         const auto& [name, control, input, box] = row;
         udtBlockedFormat exe;
-        exe.Extension = QStringLiteral("EXE");
+        exe.Extension = u"EXE"_s;
         exe.Active = vbTrue;
         BlockedFormats.append(exe);
-        udtRule r = Rule(QStringLiteral("Programme"));
+        udtRule r = Rule(u"Programme"_s);
         r.CheckFileFormat = vbTrue;
-        r.FileFormat = QStringLiteral("EXE");
+        r.FileFormat = u"EXE"_s;
         open({r});
         const QMap<QString, QString> before = Fields(Rules[1]);
         if (control.startsWith(u"lbl")) {
@@ -302,32 +296,30 @@ class TestRulesPage : public QObject {
     void ruleSentence() {
         QFETCH(SentenceRow, row);
         const auto& [name, lang, checks, rows] = row;
-        udtRule r = Rule(QStringLiteral("Satz"));
+        udtRule r = Rule(u"Satz"_s);
         r.CheckSender = ToVb(checks[0] == u'1');
         r.CheckRecp = ToVb(checks[1] == u'1');
         r.CheckSubj = ToVb(checks[2] == u'1');
         r.CheckFileFormat = ToVb(checks[3] == u'1');
-        r.Sender = QStringLiteral("anna@berg.example");
-        if (lang == 1) r.Recipient = QStringLiteral("Carl Dorn");
-        r.Subject = QStringLiteral("Angebot");
-        r.FileFormat = QStringLiteral("PDF");
+        r.Sender = u"anna@berg.example"_s;
+        if (lang == 1) r.Recipient = u"Carl Dorn"_s;
+        r.Subject = u"Angebot"_s;
+        r.FileFormat = u"PDF"_s;
         open({r}, lang);
         QCOMPARE(sentence(), rows);
-        auto* std = ctl<QLabel>(QStringLiteral("lblStdRule"));
+        auto* std = ctl<QLabel>(u"lblStdRule"_s);
         QCOMPARE(std->isVisible(), rows.isEmpty());
-        QCOMPARE(std->text(), lang ? QStringLiteral("No criterias set...")
-                                   : QStringLiteral("Keine Kriterien gesetzt..."));
+        QCOMPARE(std->text(), lang ? u"No criterias set..."_s : u"Keine Kriterien gesetzt..."_s);
         // The picture stands between the format and the closing label.
-        auto* pic = ctl<QLabel>(QStringLiteral("picFileFormat"));
+        auto* pic = ctl<QLabel>(u"picFileFormat"_s);
         QCOMPARE(pic->isVisible(), checks[3] == u'1');
         if (pic->isVisible()) {
-            QVERIFY(pic->x() >=
-                    ctl<QLabel>(QStringLiteral("lblChooseFileFormat"))->geometry().right());
-            QVERIFY(pic->geometry().right() < ctl<QLabel>(QStringLiteral("lblAND4"))->x());
+            QVERIFY(pic->x() >= ctl<QLabel>(u"lblChooseFileFormat"_s)->geometry().right());
+            QVERIFY(pic->geometry().right() < ctl<QLabel>(u"lblAND4"_s)->x());
         }
         // Unticking the first criterion takes its row away at once.
         if (checks[0] == u'1' && rows.size() > 1) {
-            ctl<QCheckBox>(QStringLiteral("cbRulesSender"))->click();
+            ctl<QCheckBox>(u"cbRulesSender"_s)->click();
             QCOMPARE(sentence().size(), rows.size() - 1);
             QVERIFY(sentence().constFirst().at(0).isUpper());
         }
@@ -354,17 +346,17 @@ class TestRulesPage : public QObject {
     void targetExplained() {
         QFETCH(TargetRow, row);
         const auto& [name, lang, saveBy, format, formats, info] = row;
-        AddProject_(QStringLiteral("Kunden"), QStringLiteral("/srv/kunden"));
-        udtRule r = Rule(QStringLiteral("Ziel"), static_cast<int16_t>(saveBy),
-                         saveBy == 3 ? QStringLiteral("Kunden") : QStringLiteral("/srv/ablage"));
+        AddProject_(u"Kunden"_s, u"/srv/kunden"_s);
+        udtRule r = Rule(u"Ziel"_s, static_cast<int16_t>(saveBy),
+                         saveBy == 3 ? u"Kunden"_s : u"/srv/ablage"_s);
         r.SaveFormat = static_cast<int16_t>(format);
         open({r}, lang);
-        auto* combo = ctl<QComboBox>(QStringLiteral("clRulesSaveFormat"));
+        auto* combo = ctl<QComboBox>(u"clRulesSaveFormat"_s);
         QCOMPARE(Texts(combo), formats);
-        QCOMPARE(ctl<QLabel>(QStringLiteral("lblSaveInfos"))->text(), info);
+        QCOMPARE(ctl<QLabel>(u"lblSaveInfos"_s)->text(), info);
         QCOMPARE(combo->isVisible(), saveBy != 4);
-        QCOMPARE(ctl<QToolButton>(QStringLiteral("btnEditProjects"))->isVisible(), saveBy == 3);
-        QCOMPARE(ctl<QLineEdit>(QStringLiteral("txtRulesFolder"))->isEnabled(), saveBy != 3);
+        QCOMPARE(ctl<QToolButton>(u"btnEditProjects"_s)->isVisible(), saveBy == 3);
+        QCOMPARE(ctl<QLineEdit>(u"txtRulesFolder"_s)->isEnabled(), saveBy != 3);
     }
 
     void listEdits_data() {
@@ -392,7 +384,7 @@ class TestRulesPage : public QObject {
     void listEdits() {
         QFETCH(ListRow, row);
         const auto& [name, action, answer, start, names, selected, beeps, changed] = row;
-        open({Rule(QStringLiteral("A")), Rule(QStringLiteral("B")), Rule(QStringLiteral("C"))});
+        open({Rule(u"A"_s), Rule(u"B"_s), Rule(u"C"_s)});
         select(start);
         if (!answer.isEmpty()) m_user.answerText(answer);
         ctl<QToolButton>(action)->click();
@@ -410,14 +402,13 @@ class TestRulesPage : public QObject {
     }
 
     void deletingTheOnlyRuleSelectsNothing() {
-        open({Rule(QStringLiteral("Einzige"))});
-        ctl<QToolButton>(QStringLiteral("btnRulesDel"))->click();
+        open({Rule(u"Einzige"_s)});
+        ctl<QToolButton>(u"btnRulesDel"_s)->click();
         QCOMPARE(Rules.count(), int16_t(0));
         QCOMPARE(list()->currentRow(), -1);
-        QCOMPARE(ctl<QGroupBox>(QStringLiteral("frRuleOptions"))->title(),
-                 QStringLiteral("Einstellungen für 'Einzige':"));
+        QCOMPARE(ctl<QGroupBox>(u"frRuleOptions"_s)->title(), u"Einstellungen für 'Einzige':"_s);
         // The editor's clicks now beep and write nothing.
-        ctl<QCheckBox>(QStringLiteral("cbInform"))->click();
+        ctl<QCheckBox>(u"cbInform"_s)->click();
         QCOMPARE(m_user.beeps(), 2);
     }
 
@@ -431,20 +422,18 @@ class TestRulesPage : public QObject {
         QFETCH(bool, withProject);
         QFETCH(QString, folder);
         if (withProject) {
-            AddProject_(QStringLiteral("Kunden"), QStringLiteral("/srv/kunden"));
-            AddProject_(QStringLiteral("Lieferanten"), QStringLiteral("/srv/lief"));
+            AddProject_(u"Kunden"_s, u"/srv/kunden"_s);
+            AddProject_(u"Lieferanten"_s, u"/srv/lief"_s);
         }
-        open({Rule(QStringLiteral("Projektregel"))});
-        ctl<QComboBox>(QStringLiteral("clRulesSaveBy"))->setCurrentIndex(3);
+        open({Rule(u"Projektregel"_s)});
+        ctl<QComboBox>(u"clRulesSaveBy"_s)->setCurrentIndex(3);
         QCOMPARE(Rules[1].SaveBy, SaveBy::Project);
         QCOMPARE(Rules[1].Folder.get(), folder);
         if (!withProject) return;
-        QCOMPARE(ctl<QLineEdit>(QStringLiteral("txtRulesFolder"))->text(),
-                 QStringLiteral("/srv/kunden"));
-        ctl<QComboBox>(QStringLiteral("clRulesSaveFormat"))->setCurrentIndex(1);
-        QCOMPARE(Rules[1].Folder.get(), QStringLiteral("Lieferanten"));
-        QCOMPARE(ctl<QLineEdit>(QStringLiteral("txtRulesFolder"))->text(),
-                 QStringLiteral("/srv/lief"));
+        QCOMPARE(ctl<QLineEdit>(u"txtRulesFolder"_s)->text(), u"/srv/kunden"_s);
+        ctl<QComboBox>(u"clRulesSaveFormat"_s)->setCurrentIndex(1);
+        QCOMPARE(Rules[1].Folder.get(), u"Lieferanten"_s);
+        QCOMPARE(ctl<QLineEdit>(u"txtRulesFolder"_s)->text(), u"/srv/lief"_s);
     }
 
     void checkRuleAsksPerAttachment_data() {
@@ -465,32 +454,32 @@ class TestRulesPage : public QObject {
         QFETCH(QString, report);
         FakeMailSession session;
         SetMailSession(&session);
-        FakeFolderPtr store = session.addStore(QStringLiteral("Maildir"), QStringLiteral("/mail"));
-        FakeFolderPtr inbox = store->addFolder(QStringLiteral("Inbox"));
+        FakeFolderPtr store = session.addStore(u"Maildir"_s, u"/mail"_s);
+        FakeFolderPtr inbox = store->addFolder(u"Inbox"_s);
         FakeMessageData data;
-        data.subject = QStringLiteral("Drei Anhänge");
-        data.senderName = QStringLiteral("Anna Berg");
-        data.senderAddress = QStringLiteral("anna@berg.example");
+        data.subject = u"Drei Anhänge"_s;
+        data.senderName = u"Anna Berg"_s;
+        data.senderAddress = u"anna@berg.example"_s;
         FakeMessagePtr mail = inbox->addMessage(data);
         for (const char* name : {"a.pdf", "b.pdf", "c.pdf"})
             mail->addAttachment(QLatin1String(name), "x");
         udtWatchFolder wf;
         wf.Active = vbTrue;
-        wf.Name = QStringLiteral("Inbox");
+        wf.Name = u"Inbox"_s;
         wf.EntryID = inbox->EntryID().value;
         wf.StoreID = inbox->StoreID().value;
         WatchFolders.append(wf);
-        open({Rule(QStringLiteral("Alles"), SaveBy::Folder)});
-        auto* folders = ctl<QComboBox>(QStringLiteral("clFoldersCheckRule"));
+        open({Rule(u"Alles"_s, SaveBy::Folder)});
+        auto* folders = ctl<QComboBox>(u"clFoldersCheckRule"_s);
         folders->clear();
-        folders->addItem(QStringLiteral("Inbox"));
+        folders->addItem(u"Inbox"_s);
         folders->setCurrentIndex(folderRow);
         for (int a : answers)
             m_user.answerMsgBoxEx(a);
-        ctl<QPushButton>(QStringLiteral("btnCheckRule"))->click();
+        ctl<QPushButton>(u"btnCheckRule"_s)->click();
         const auto questions = m_user.questions(AskedQuestion::Kind::MsgBoxEx);
         QCOMPARE(int(questions.size()), asked);
-        if (asked > 0) QVERIFY(questions[0].prompt.contains(QStringLiteral("/srv/ablage/a.pdf")));
+        if (asked > 0) QVERIFY(questions[0].prompt.contains(u"/srv/ablage/a.pdf"_s));
         const auto boxes = m_user.questions(AskedQuestion::Kind::MessageBox);
         QCOMPARE(boxes.empty() ? QString() : boxes.back().prompt, report);
         QCOMPARE(m_user.beeps(), 1);
@@ -502,11 +491,10 @@ class TestRulesPage : public QObject {
     // The dialog's edit reaches the data file at the program's end, at the offsets of the
     // record layout.
     void editedRuleLandsInTheDataFile() {
-        QDir().mkpath(QFileInfo(DataFilePath(QStringLiteral(".rls"))).path());
-        QVERIFY(WriteAll(DataFilePath(QStringLiteral(".rls")), {}));
+        QDir().mkpath(QFileInfo(DataFilePath(u".rls"_s)).path());
+        QVERIFY(WriteAll(DataFilePath(u".rls"_s), {}));
         auto session = std::make_shared<FakeMailSession>();
-        session->addStore(QStringLiteral("Maildir"), QStringLiteral("/mail"))
-            ->addFolder(QStringLiteral("Inbox"));
+        session->addStore(u"Maildir"_s, u"/mail"_s)->addFolder(u"Inbox"_s);
         HostEnvironment host;
         host.openSession = [session] { return Result<std::shared_ptr<MailSession>>{session, {}}; };
         OnConnection(host);
@@ -515,15 +503,15 @@ class TestRulesPage : public QObject {
         m_form->Form_Load();
         m_form->show();
         m_form->showTab(1);
-        m_user.answerText(QStringLiteral("Rechnungen März"));
-        ctl<QToolButton>(QStringLiteral("btnRulesAdd"))->click();
-        m_user.answerText(QStringLiteral("Angebot €"));
-        ctl<QCheckBox>(QStringLiteral("cbRulesSubj"))->click();
-        clickLabel(QStringLiteral("lblChooseSubj"));
-        ctl<QComboBox>(QStringLiteral("clRulesSaveBy"))->setCurrentIndex(1);
-        ctl<QComboBox>(QStringLiteral("clRulesSaveFormat"))->setCurrentIndex(1);
-        ctl<QRadioButton>(QStringLiteral("obFileExists_2"))->click();
-        ctl<QCheckBox>(QStringLiteral("cbRulesHyperlinks"))->click();
+        m_user.answerText(u"Rechnungen März"_s);
+        ctl<QToolButton>(u"btnRulesAdd"_s)->click();
+        m_user.answerText(u"Angebot €"_s);
+        ctl<QCheckBox>(u"cbRulesSubj"_s)->click();
+        clickLabel(u"lblChooseSubj"_s);
+        ctl<QComboBox>(u"clRulesSaveBy"_s)->setCurrentIndex(1);
+        ctl<QComboBox>(u"clRulesSaveFormat"_s)->setCurrentIndex(1);
+        ctl<QRadioButton>(u"obFileExists_2"_s)->click();
+        ctl<QCheckBox>(u"cbRulesHyperlinks"_s)->click();
         m_form.reset();
         OnDisconnection();
         const QByteArray expected =
@@ -536,7 +524,7 @@ class TestRulesPage : public QObject {
                           {519, Padded(GetSpecialFolder(Csidl::Personal).toUtf8(), 200)},
                           {719, QByteArray(1, '\x02')},
                           {1023, Le16(-1)}});
-        QCOMPARE(ReadAll(DataFilePath(QStringLiteral(".rls"))), expected);
+        QCOMPARE(ReadAll(DataFilePath(u".rls"_s)), expected);
         SetMailSession(nullptr);
     }
 

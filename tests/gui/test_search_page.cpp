@@ -13,8 +13,6 @@
 #include <QToolButton>
 #include <QTreeView>
 
-using namespace Qt::StringLiterals;
-
 namespace {
 void Write(const QString& path, qint64 size) {
     QDir().mkpath(QFileInfo(path).path());
@@ -178,12 +176,15 @@ class TestSearchPage : public QObject {
     }
 
     void search_data() {
-        Rows<SearchRow>({{"a mask over the subfolders",
-                          u"*.PDF"_s,
-                          {u"/Sub.dir/inner.pdf"_s, u"/Sub2/deep.pdf"_s, u"/b.pdf"_s}},
-                         {"a whole name", u"deep.pdf"_s, {u"/Sub2/deep.pdf"_s}},
-                         {"a word is no mask", u"deep"_s, {}},
-                         {"hidden files are never found", u"x.pdf"_s, {}}});
+        // clang-format off
+        Rows<SearchRow>({
+            {"a mask over the subfolders", u"*.PDF"_s,
+             {u"/Sub.dir/inner.pdf"_s, u"/Sub2/deep.pdf"_s, u"/b.pdf"_s}},
+            {"a whole name", u"deep.pdf"_s, {u"/Sub2/deep.pdf"_s}},
+            {"a word is no mask", u"deep"_s, {}},
+            {"hidden files are never found", u"x.pdf"_s, {}},
+        });
+        // clang-format on
     }
     void search() {
         QFETCH(SearchRow, row);
@@ -243,9 +244,13 @@ class TestSearchPage : public QObject {
 
     void protocolFacts_data() {
         const QString anna = u"Anna Berg (anna@berg.example)"_s;
-        Rows<ProtoRow>({{"de", 0, u"a.txt"_s, u"Empfangen am 15.03.2024 von Anna Berg"_s, anna},
-                        {"en", 1, u"a.txt"_s, u"Received on %1 from Anna Berg"_s, anna},
-                        {"nothing recorded", 0, u"noext"_s, u"Nichts protokolliert..."_s, u""_s}});
+        // clang-format off
+        Rows<ProtoRow>({
+            {"de", 0, u"a.txt"_s, u"Empfangen am 15.03.2024 von Anna Berg"_s, anna},
+            {"en", 1, u"a.txt"_s, u"Received on %1 from Anna Berg"_s, anna},
+            {"nothing recorded", 0, u"noext"_s, u"Nichts protokolliert..."_s, u""_s},
+        });
+        // clang-format on
     }
     void protocolFacts() {
         QFETCH(ProtoRow, row);

@@ -21,13 +21,12 @@ class TestTestRunButtons : public QObject {
 
     void watch(const QString& name) {
         FakeFolderPtr folder =
-            m_session->addStore(QStringLiteral("Store ") + name, QStringLiteral("/mail/") + name)
-                ->addFolder(name);
+            m_session->addStore(u"Store "_s + name, u"/mail/"_s + name)->addFolder(name);
         FakeMessageData data;
-        data.subject = QStringLiteral("Post für ") + name;
-        data.senderName = QStringLiteral("Anna Berg");
-        data.senderAddress = QStringLiteral("anna@berg.example");
-        folder->addMessage(data)->addAttachment(name + QStringLiteral(".pdf"), "pdf");
+        data.subject = u"Post für "_s + name;
+        data.senderName = u"Anna Berg"_s;
+        data.senderAddress = u"anna@berg.example"_s;
+        folder->addMessage(data)->addAttachment(name + u".pdf"_s, "pdf");
         udtWatchFolder wf;
         wf.Active = vbTrue;
         wf.Name = name;
@@ -57,17 +56,17 @@ class TestTestRunButtons : public QObject {
         TestEnv::resetAll();
         m_user = ScriptedUserInteraction();
         SetUserInteraction(&m_user);
-        SaveSetting(QStringLiteral("PaceSeconds"), QStringLiteral("0"));
+        SaveSetting(u"PaceSeconds"_s, u"0"_s);
         m_session = std::make_shared<FakeMailSession>();
         SetMailSession(m_session.get());
         m_folders.clear();
         for (const QString& f : QDir(m_target.path()).entryList(QDir::Files))
             QFile::remove(m_target.filePath(f));
-        watch(QStringLiteral("Eingang"));
-        watch(QStringLiteral("Archiv"));
+        watch(u"Eingang"_s);
+        watch(u"Archiv"_s);
         udtRule rule;
         rule.Active = vbTrue;
-        rule.Name = QStringLiteral("Alles");
+        rule.Name = u"Alles"_s;
         rule.SaveBy = SaveBy::Folder;
         rule.Folder = m_target.path();
         rule.FileExists = FileExists::Replace;
@@ -127,16 +126,16 @@ class TestTestRunButtons : public QObject {
         QFETCH(bool, all);
         QFETCH(QStringList, saved);
         QFETCH(QString, lastAction);
-        SaveSetting(QStringLiteral("SWTest"), testMode ? QStringLiteral("1") : QStringLiteral("0"));
+        SaveSetting(u"SWTest"_s, testMode ? u"1"_s : u"0"_s);
         frmStowaway form;
         form.Form_Load();
         form.bTestAllFolders = all;
-        if (!all) Child<QListWidget>(&form, QStringLiteral("lstWatchFolders"))->setCurrentRow(-1);
+        if (!all) Child<QListWidget>(&form, u"lstWatchFolders"_s)->setCurrentRow(-1);
         const int beepsBefore = m_user.beeps();
-        Child<QPushButton>(&form, QStringLiteral("btnTestOrRun"))->click();
+        Child<QPushButton>(&form, u"btnTestOrRun"_s)->click();
         QCOMPARE(QDir(m_target.path()).entryList(QDir::Files), saved);
         QVERIFY(lastAction.isEmpty() ? gLastAction.isEmpty() : gLastAction.startsWith(lastAction));
-        QCOMPARE(Child<QLabel>(&form, QStringLiteral("lblLastAction"))->text(), gLastAction);
+        QCOMPARE(Child<QLabel>(&form, u"lblLastAction"_s)->text(), gLastAction);
         // Without a folder the click only beeps (a run's notifications may beep too).
         if (!all) QCOMPARE(m_user.beeps() - beepsBefore, 1);
         QVERIFY(!SWRun);
@@ -150,22 +149,21 @@ class TestTestRunButtons : public QObject {
     void resetClearsTheMarks() {
         QFETCH(bool, setUnread);
         for (const FakeFolderPtr& f : m_folders) {
-            f->messages().front()->stored.mileage = QStringLiteral("QWKStowaway");
+            f->messages().front()->stored.mileage = u"QWKStowaway"_s;
             f->messages().front()->stored.unread = false;
         }
         frmStowaway form;
         form.Form_Load();
         form.bResetAllFolders = true;
         form.bSetUnread = setUnread;
-        Child<QPushButton>(&form, QStringLiteral("btnReset"))->click();
+        Child<QPushButton>(&form, u"btnReset"_s)->click();
         for (const FakeFolderPtr& f : m_folders) {
             QCOMPARE(f->messages().front()->stored.mileage, QString());
             QCOMPARE(f->messages().front()->stored.unread, setUnread);
         }
         QCOMPARE(m_user.questions(AskedQuestion::Kind::MessageBox).back().prompt,
-                 QStringLiteral("2 Nachrichte(n) zurückgesetzt..."));
-        QVERIFY(
-            gLastAction.startsWith(QStringLiteral("Bearbeitungsflags zurückgesetzt für 'Archiv'")));
+                 u"2 Nachrichte(n) zurückgesetzt..."_s);
+        QVERIFY(gLastAction.startsWith(u"Bearbeitungsflags zurückgesetzt für 'Archiv'"_s));
     }
 
     void captionFollowsTestMode_data() {
@@ -181,19 +179,18 @@ class TestTestRunButtons : public QObject {
         QFETCH(int, lang);
         QFETCH(QString, test);
         QFETCH(QString, process);
-        SaveSetting(QStringLiteral("CurrLang"), QString::number(lang));
+        SaveSetting(u"CurrLang"_s, QString::number(lang));
         CurrLang = static_cast<uint8_t>(lang);
-        SaveSetting(QStringLiteral("SWActive"), QStringLiteral("1")); // test mode needs it
+        SaveSetting(u"SWActive"_s, u"1"_s); // test mode needs it
         frmStowaway form;
         form.Form_Load();
-        auto* button = Child<QPushButton>(&form, QStringLiteral("btnTestOrRun"));
+        auto* button = Child<QPushButton>(&form, u"btnTestOrRun"_s);
         QCOMPARE(button->text(), test);
-        Child<QCheckBox>(&form, QStringLiteral("cbTestmode"))->click();
+        Child<QCheckBox>(&form, u"cbTestmode"_s)->click();
         form.UpdateOBs();
         QCOMPARE(button->text(), process);
-        QCOMPARE(Child<QPushButton>(&form, QStringLiteral("btnReset"))->text(),
-                 lang ? QStringLiteral("Reset processing flags")
-                      : QStringLiteral("Bearbeitungsflags zurücksetzen"));
+        QCOMPARE(Child<QPushButton>(&form, u"btnReset"_s)->text(),
+                 lang ? u"Reset processing flags"_s : u"Bearbeitungsflags zurücksetzen"_s);
     }
 };
 

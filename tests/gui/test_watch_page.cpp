@@ -19,8 +19,6 @@
 #include <QToolButton>
 #include <QTreeView>
 
-using namespace Qt::StringLiterals;
-
 namespace {
 struct WatchRow {
     const char* name;
