@@ -272,6 +272,7 @@ class TestSearchPage : public QObject {
         QCOMPARE(page->lblSearchFileInfos[1]->text(),
                  row.facts.replace(u"%1"_s, FormatDate(newer.Date, u"Long Date"_s)));
         QCOMPARE(page->lblSearchFileInfos[1]->toolTip(), row.senderTip);
+        QCOMPARE(m_form->currentTab(), 2);
         QCOMPARE(page->lblSearchFileInfos[0]->text(), page->AdjustedPath(m_a + u'/' + row.file));
     }
 

@@ -326,8 +326,8 @@ class TestWatchPage : public QObject {
         form.showTab(2);
         Child<QComboBox>(&form, u"clFilter"_s)->setCurrentIndex(2);
         Child<QComboBox>(&form, u"clSelect"_s)->setCurrentIndex(2); // Bob: entry 3 alone
-        form.SelectProtoEntry(4); // hidden by the filter: the filter goes off
-        QCOMPARE(form.currentTab(), 0);
+        form.SelectProtoEntry(4);       // hidden by the filter: the filter goes off
+        QCOMPARE(form.currentTab(), 2); // the Search tab asked and stays in front
         QCOMPARE(Child<QComboBox>(&form, u"clFilter"_s)->currentIndex(), 0);
         auto* lvProto = Child<QTreeView>(&form, u"lvProto"_s);
         QCOMPARE(lvProto->currentIndex().row(), 3);

@@ -197,7 +197,7 @@ void ProtoPanel::selectProtoEntry(int index) {
         fillCombos();
         InitProtoList();
     }
-    m_form.showTab(0);
+    // Selected where it stands: the Search tab that asks stays in front.
     const QModelIndex row = m_model->index(m_model->rowOf(index), 0);
     m_quiet = true;
     lvProto->setCurrentIndex(row);

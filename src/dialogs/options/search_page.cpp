@@ -88,6 +88,8 @@ SearchPage::SearchPage(frmStowaway& form) : m_form(form) {
         lblSearchFileInfos[i]->setMinimumWidth(120);
         lblSearchFileInfos[i]->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);
     }
+    // Three dates do not fit beside the buttons in one line.
+    lblSearchFileInfos[3]->setWordWrap(true);
 
     connect(txtSearch, &QLineEdit::returnPressed, this, [this] { btnSearch_Click(); });
     connect(btnSearch, &QToolButton::clicked, this, [this] { btnSearch_Click(); });
@@ -114,10 +116,10 @@ SearchPage::SearchPage(frmStowaway& form) : m_form(form) {
     facts->addWidget(imgSearchFileFormat, 0, 0);
     // The path, its size, its dates, then what the protocol knows of it.
     facts->addWidget(lblSearchFileInfos[0], 0, 1);
-    facts->addWidget(lblSearchFileInfos[2], 1, 1);
-    facts->addWidget(lblSearchFileInfos[3], 2, 1);
-    facts->addWidget(lblSearchFileInfos[1], 3, 1);
-    facts->addWidget(buildButtons(), 0, 2, 4, 1, Qt::AlignTop);
+    facts->addWidget(buildButtons(), 0, 2);
+    facts->addWidget(lblSearchFileInfos[2], 1, 1, 1, 2);
+    facts->addWidget(lblSearchFileInfos[3], 2, 1, 1, 2);
+    facts->addWidget(lblSearchFileInfos[1], 3, 1, 1, 2);
     facts->setColumnStretch(1, 1);
     auto* right = new QVBoxLayout;
     right->addLayout(searchRow);
@@ -153,9 +155,9 @@ QWidget* SearchPage::buildButtons() {
                        "windows explorer"));
     btnSearchView = PictureButton(row, QStringLiteral("btnSearchView"),
                                   ThemeIcon({"document-open", "document-preview"}));
-    btnSearchRenFile =
-        PictureButton(row, QStringLiteral("btnSearchRenFile"), ThemeIcon({"edit-rename"}),
-                      QStringLiteral("|Umbenennen...||Rename..."));
+    btnSearchRenFile = PictureButton(row, QStringLiteral("btnSearchRenFile"),
+                                     ThemeIcon({"edit-rename", "document-edit"}),
+                                     QStringLiteral("|Umbenennen...||Rename..."));
     btnSearchDelFile =
         PictureButton(row, QStringLiteral("btnSearchDelFile"), ThemeIcon({"edit-delete"}));
     btnSearchSend = PictureButton(row, QStringLiteral("btnSearchSend"),
