@@ -133,8 +133,8 @@ class TestExtrasPage : public QObject {
              {u"  1025 Kb - Inbox"_s, u"       1 Kb - One byte"_s, u"    1024 Kb - Big"_s},
              u"1/2, 1,025 Kb"_s},
             {"overview with subfolders", 1, u"Mail|Work"_s, true, 2,
-             {u"     5 Kb - Work"_s, u"       1 Kb - Sub"_s, u"         1 Kb - Scan"_s, u"       5 Kb - Report"_s},
-             u"2/2, 6 Kb"_s},
+             {u"     5 Kb - Work"_s, u"       1 Kb - Sub"_s, u"         1 Kb - Scan"_s,
+              u"       5 Kb - Report"_s},u"2/2, 6 Kb"_s},
             {"overview of a folder without files", 0, u"Mail|Work|Sub"_s, false, 2,
              {u"     1 Kb - Sub"_s, u"       1 Kb - Scan"_s}, u"1/1, 1 Kb"_s},
         });

@@ -49,6 +49,12 @@ QStringList AllTexts(QWidget* form) {
     out.sort();
     return out;
 }
+struct SettingsWrittenAtOnceRow {
+    const char* name;
+    QString control;
+    QString key;
+    QString value;
+};
 } // namespace
 
 class TestFrmStowaway : public QObject {
@@ -138,38 +144,22 @@ class TestFrmStowaway : public QObject {
     }
 
     void settingsWrittenAtOnce_data() {
-        QTest::addColumn<QString>("control");
-        QTest::addColumn<QString>("key");
-        QTest::addColumn<QString>("value");
-        QTest::newRow("automatic saving on") << "cbActive"
-                                             << "SWActive"
-                                             << "1";
-        QTest::newRow("test mode off") << "cbTestmode"
-                                       << "SWTest"
-                                       << "0";
-        QTest::newRow("tray notification") << "obNoti_2"
-                                           << "Notify"
-                                           << "2";
-        QTest::newRow("no notification") << "obNoti_0"
-                                         << "Notify"
-                                         << "0";
-        QTest::newRow("sound off") << "cbSound"
-                                   << "NotifySound"
-                                   << "0";
-        QTest::newRow("LOG on") << "cbDoProto"
-                                << "DoProto"
-                                << "1";
-        QTest::newRow("mark mails at the start") << "cbMarkMail"
-                                                 << "MarkMail"
-                                                 << "1";
-        QTest::newRow("the label beside the mark box") << "lblMarkMail"
-                                                       << "MarkMail"
-                                                       << "1";
+        // clang-format off
+        Rows<SettingsWrittenAtOnceRow>({
+            {"automatic saving on", "cbActive", "SWActive", "1"},
+            {"test mode off", "cbTestmode", "SWTest", "0"},
+            {"tray notification", "obNoti_2", "Notify", "2"},
+            {"no notification", "obNoti_0", "Notify", "0"},
+            {"sound off", "cbSound", "NotifySound", "0"},
+            {"LOG on", "cbDoProto", "DoProto", "1"},
+            {"mark mails at the start", "cbMarkMail", "MarkMail", "1"},
+            {"the label beside the mark box", "lblMarkMail", "MarkMail", "1"},
+        });
+        // clang-format on
     }
     void settingsWrittenAtOnce() {
-        QFETCH(QString, control);
-        QFETCH(QString, key);
-        QFETCH(QString, value);
+        QFETCH(SettingsWrittenAtOnceRow, row);
+        auto [name, control, key, value] = row;
         // Test mode can be changed only while automatic saving is on.
         if (control == u"cbTestmode"_s) SaveSetting(u"SWActive"_s, "1");
         frmStowaway form;

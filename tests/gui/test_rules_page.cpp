@@ -246,9 +246,11 @@ class TestRulesPage : public QObject {
         Rows<RefusalRow>({
             {"empty folder", u"txtRulesFolder"_s, u""_s, u"Feld darf nicht leer sein!"_s},
             {"program for a blocked format", u"txtRulesRunApp"_s, u"xdg-open"_s,
-             u"Dateien dieses Typs sind blockiert und können nicht ausgeführt oder geöffnet werden!"_s},
+             u"Dateien dieses Typs sind blockiert und können nicht ausgeführt oder geöffnet "
+             u"werden!"_s},
             {"format with a dot", u"lblChooseFileFormat"_s, u".pdf"_s,
-             u"FileFormat takes a file extension without its dot, such as PDF; '.PDF' is not one"_s},
+             u"FileFormat takes a file extension without its dot, such as PDF; '.PDF' is not "
+             u"one"_s},
         });
         // clang-format on
     }
@@ -286,9 +288,11 @@ class TestRulesPage : public QObject {
             {"two join with and", 1, u"0110"_s,
              {u"The recipient is|Carl Dorn|and"_s, u"the subject contains|Angebot|."_s}},
             {"three in English", 1, u"1011"_s,
-             {u"The sender is|anna@berg.example|,"_s, u"the subject contains|Angebot|and"_s, u"the attachment format is|PDF|."_s}},
+             {u"The sender is|anna@berg.example|,"_s, u"the subject contains|Angebot|and"_s,
+              u"the attachment format is|PDF|."_s}},
             {"four, an empty field shows its placeholder", 0, u"1111"_s,
-             {u"Der Absender ist|anna@berg.example|,"_s, u"der Empfänger ist|Empfänger wählen|,"_s, u"der Betreff enthält|Angebot|und"_s, u"der Anhang ist im Format|PDF|."_s}},
+             {u"Der Absender ist|anna@berg.example|,"_s, u"der Empfänger ist|Empfänger wählen|,"_s,
+              u"der Betreff enthält|Angebot|und"_s, u"der Anhang ist im Format|PDF|."_s}},
             {"none", 1, u"0000"_s, {}},
         });
         // clang-format on
@@ -330,14 +334,18 @@ class TestRulesPage : public QObject {
         // clang-format off
         Rows<TargetRow>({
             {"date", 0, 0, 1, {u"TT-MM-JJJJ"_s, u"JJJJ-MM-TT"_s, u"JJJJ-MM"_s, u"JJJJ-KW"_s},
-             u"Die Anhänge werden im gewählten Basisordner in Unterordner wie '"_s + today + u"' gespeichert..."_s},
+             u"Die Anhänge werden im gewählten Basisordner in Unterordner wie '"_s + today +
+                 u"' gespeichert..."_s},
             {"date in English writes YYYY-WY", 1, 0, 1,
              {u"DD-MM-YYYY"_s, u"YYYY-MM-DD"_s, u"YYYY-MM"_s, u"YYYY-WY"_s},
-             u"Attachments will be saved to the chosen base folder in subfolders like '"_s + today + u"'..."_s},
+             u"Attachments will be saved to the chosen base folder in subfolders like '"_s +
+                 today + u"'..."_s},
             {"sender's address", 0, 1, 1, {u"Absender-Name"_s, u"E-Mail-Adresse"_s},
-             u"Die Anhänge werden im gewählten Basisordner in Unterordner wie 'erika.mustermann#beispiel.de' gespeichert..."_s},
+             u"Die Anhänge werden im gewählten Basisordner in Unterordner wie "
+             u"'erika.mustermann#beispiel.de' gespeichert..."_s},
             {"project", 1, 3, 0, {u"Kunden"_s},
-             u"Attachments will be saved directly to the folder associated with the chosen project..."_s},
+             u"Attachments will be saved directly to the folder associated with the chosen "
+             u"project..."_s},
             {"folder", 0, 4, 0, {},
              u"Die Anhänge werden direkt im gewählten Ordner gespeichert..."_s},
         });

@@ -94,9 +94,11 @@ class TestTrayMenu : public QObject {
         // clang-format off
         Rows<StructureRow>({
             {"German", 0,
-             {"Quillworks", "", "Beenden", "Stowaway:SWButton", "Stowaway-Optionen && Funktionen...:QWKSWOptions", "", "Stowaway-Ordner:QWKSWDirs"}},
+             {"Quillworks", "", "Beenden", "Stowaway:SWButton",
+              "Stowaway-Optionen && Funktionen...:QWKSWOptions", "", "Stowaway-Ordner:QWKSWDirs"}},
             {"English", 1,
-             {"Quillworks", "", "Quit", "Stowaway:SWButton", "Stowaway Options && Functions...:QWKSWOptions", "", "Stowaway folders:QWKSWDirs"}},
+             {"Quillworks", "", "Quit", "Stowaway:SWButton",
+              "Stowaway Options && Functions...:QWKSWOptions", "", "Stowaway folders:QWKSWDirs"}},
         });
         // clang-format on
     }
