@@ -1,6 +1,7 @@
 #pragma once
 // Every GUI test binary: a private home, a QApplication on the platform that ctest sets
 // (offscreen), and helpers to answer the modal windows the code under test opens.
+#include "data/defaults.h"
 #include "fakes/engine_fixture.h"
 #include "support/test_env.h"
 
@@ -70,6 +71,33 @@ inline QStringList Texts(const QComboBox* box) {
 }
 inline QStringList Texts(const QListWidget* list) {
     return Texts(list->model());
+}
+
+// Row builders: an active rule saving by `saveBy` into `folder` (a project's name for
+// SaveBy::Project); a watched-folder record of a store folder; a project.
+inline udtRule MakeRule(const QString& name, int16_t saveBy, const QString& folder,
+                        uint8_t fileExists = FileExists::Ask) {
+    udtRule rule;
+    rule.Active = vbTrue;
+    rule.Name = name;
+    rule.SaveBy = saveBy;
+    rule.Folder = folder;
+    rule.FileExists = fileExists;
+    return rule;
+}
+template <class Folder> udtWatchFolder WatchOf(const Folder& folder, bool active = true) {
+    udtWatchFolder wf;
+    wf.Active = ToVb(active);
+    wf.Name = folder->Name().value;
+    wf.EntryID = folder->EntryID().value;
+    wf.StoreID = folder->StoreID().value;
+    return wf;
+}
+inline udtProject MakeProject(const QString& name, const QString& folder) {
+    udtProject project;
+    project.Name = name;
+    project.Folder = folder;
+    return project;
 }
 
 // The prompt of the last question or message the scripted user was shown, "" for none.

@@ -78,10 +78,7 @@ class TestDesktopNotifier : public QObject {
         TestEnv::resetAll();
         ScriptedUserInteraction scripted;
         SetUserInteraction(&scripted);
-        udtBlockedFormat exe;
-        exe.Extension = u"EXE"_s;
-        exe.Active = vbTrue;
-        BlockedFormats.assign({exe});
+        BlockedFormats.assign({AddBlockedFormat(u"EXE"_s, {}, false)});
 
         m_service.summaries.clear();
         QtUserInteraction user;

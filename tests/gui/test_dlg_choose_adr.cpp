@@ -67,11 +67,7 @@ class TestDlgChooseAdr : public QObject {
             std::make_unique<MaildirSession>(std::vector<MaildirSession::StoreSpec>{{root, {}}});
         SetMailSession(m_session.get());
         const MailFolderPtr inbox = m_session->GetDefaultInbox().value;
-        udtWatchFolder wf;
-        wf.Name = u"Inbox"_s;
-        wf.EntryID = inbox->EntryID().value;
-        wf.StoreID = inbox->StoreID().value;
-        WatchFolders.append(wf);
+        WatchFolders.append(WatchOf(inbox, false));
     }
     void cleanup() {
         SetMailSession(nullptr);

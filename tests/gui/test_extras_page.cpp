@@ -290,13 +290,8 @@ class TestExtrasPage : public QObject {
     void runByRulesPassesOverReadMails() {
         SaveSetting(u"SWTest"_s, u"0"_s);
         deliver(Mail(u"Already read"_s, {{u"read.bin"_s, 5}}), u".Work"_s, {.seen = true});
-        udtRule rule;
-        rule.Active = vbTrue;
-        rule.Name = u"All"_s;
-        rule.SaveBy = SaveBy::Folder;
-        rule.Folder = TestEnv::home() + u"/ByRules"_s;
-        rule.FileExists = FileExists::Replace;
-        Rules.assign({rule});
+        Rules.assign({MakeRule(u"All"_s, SaveBy::Folder, TestEnv::home() + u"/ByRules"_s,
+                               FileExists::Replace)});
         ExtrasPage* page = open(0);
         page->obSaveMode[0]->click();
         pick(u"Mail|Work"_s);

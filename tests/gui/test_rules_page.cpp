@@ -23,12 +23,7 @@
 namespace {
 udtRule Rule(const QString& name, int16_t saveBy = SaveBy::Date,
              const QString& folder = u"/srv/ablage"_s) {
-    udtRule r;
-    r.Active = vbTrue;
-    r.Name = name;
-    r.SaveBy = saveBy;
-    r.Folder = folder;
-    return r;
+    return MakeRule(name, saveBy, folder);
 }
 
 struct SelectRow {
@@ -144,7 +139,7 @@ class TestRulesPage : public QObject {
     void selectingFillsTheEditorWithoutWriting() {
         QFETCH(SelectRow, row);
         const auto& [name, saveBy, fileExists, saveFormatText, folderText, option] = row;
-        AddProject_(u"Kunden"_s, u"/srv/kunden"_s);
+        Projects.append(MakeProject(u"Kunden"_s, u"/srv/kunden"_s));
         udtRule r = Rule(u"Second"_s, static_cast<int16_t>(saveBy),
                          saveBy == 3 ? u"Kunden"_s : u"/srv/ablage"_s);
         r.SaveFormat = saveBy == 0 ? 2 : saveBy == 1 ? 1 : 0;
@@ -257,10 +252,7 @@ class TestRulesPage : public QObject {
     void refusedInputChangesNothing() {
         QFETCH(RefusalRow, row);
         const auto& [name, control, input, box] = row;
-        udtBlockedFormat exe;
-        exe.Extension = u"EXE"_s;
-        exe.Active = vbTrue;
-        BlockedFormats.append(exe);
+        BlockedFormats.append(AddBlockedFormat(u"EXE"_s, {}, false));
         udtRule r = Rule(u"Programme"_s);
         r.CheckFileFormat = vbTrue;
         r.FileFormat = u"EXE"_s;
@@ -354,7 +346,7 @@ class TestRulesPage : public QObject {
     void targetExplained() {
         QFETCH(TargetRow, row);
         const auto& [name, lang, saveBy, format, formats, info] = row;
-        AddProject_(u"Kunden"_s, u"/srv/kunden"_s);
+        Projects.append(MakeProject(u"Kunden"_s, u"/srv/kunden"_s));
         udtRule r = Rule(u"Ziel"_s, static_cast<int16_t>(saveBy),
                          saveBy == 3 ? u"Kunden"_s : u"/srv/ablage"_s);
         r.SaveFormat = static_cast<int16_t>(format);
@@ -430,8 +422,8 @@ class TestRulesPage : public QObject {
         QFETCH(bool, withProject);
         QFETCH(QString, folder);
         if (withProject) {
-            AddProject_(u"Kunden"_s, u"/srv/kunden"_s);
-            AddProject_(u"Lieferanten"_s, u"/srv/lief"_s);
+            Projects.append(MakeProject(u"Kunden"_s, u"/srv/kunden"_s));
+            Projects.append(MakeProject(u"Lieferanten"_s, u"/srv/lief"_s));
         }
         open({Rule(u"Projektregel"_s)});
         ctl<QComboBox>(u"clRulesSaveBy"_s)->setCurrentIndex(3);
@@ -471,12 +463,7 @@ class TestRulesPage : public QObject {
         FakeMessagePtr mail = inbox->addMessage(data);
         for (const char* name : {"a.pdf", "b.pdf", "c.pdf"})
             mail->addAttachment(QLatin1String(name), "x");
-        udtWatchFolder wf;
-        wf.Active = vbTrue;
-        wf.Name = u"Inbox"_s;
-        wf.EntryID = inbox->EntryID().value;
-        wf.StoreID = inbox->StoreID().value;
-        WatchFolders.append(wf);
+        WatchFolders.append(WatchOf(inbox));
         open({Rule(u"Alles"_s, SaveBy::Folder)});
         auto* folders = ctl<QComboBox>(u"clFoldersCheckRule"_s);
         folders->clear();
@@ -534,14 +521,6 @@ class TestRulesPage : public QObject {
                           {1023, Le16(-1)}});
         QCOMPARE(ReadAll(DataFilePath(u".rls"_s)), expected);
         SetMailSession(nullptr);
-    }
-
-  private:
-    static void AddProject_(const QString& name, const QString& folder) {
-        udtProject p;
-        p.Name = name;
-        p.Folder = folder;
-        Projects.append(p);
     }
 };
 

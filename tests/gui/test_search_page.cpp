@@ -21,14 +21,6 @@ void Write(const QString& path, qint64 size) {
     QVERIFY(f.resize(size)); // sparse: a file past 4 GB costs nothing
 }
 
-udtRule Rule(int16_t saveBy, const QString& folder) {
-    udtRule rule;
-    rule.Active = vbTrue;
-    rule.SaveBy = saveBy;
-    rule.Folder = folder;
-    return rule;
-}
-
 struct LangRow {
     const char* name;
     int lang;
@@ -88,13 +80,10 @@ class TestSearchPage : public QObject {
         Write(m_a + u"/Sub2/.secret/x.pdf"_s, 1);
         QFile::remove(m_log);
         qunsetenv("XDG_EMAIL_EXIT");
-        Rules.assign({Rule(SaveBy::Folder, m_a), Rule(SaveBy::Date, m_a.toUpper()),
-                      Rule(SaveBy::Project, u"Proj"_s), Rule(SaveBy::Project, u"Gone"_s),
-                      Rule(SaveBy::Folder, m_a)});
-        udtProject project;
-        project.Name = u"PROJ"_s;
-        project.Folder = TestEnv::home() + u"/Targets/P/not yet"_s;
-        Projects.assign({project});
+        Rules.assign({MakeRule({}, SaveBy::Folder, m_a), MakeRule({}, SaveBy::Date, m_a.toUpper()),
+                      MakeRule({}, SaveBy::Project, u"Proj"_s),
+                      MakeRule({}, SaveBy::Project, u"Gone"_s), MakeRule({}, SaveBy::Folder, m_a)});
+        Projects.assign({MakeProject(u"PROJ"_s, TestEnv::home() + u"/Targets/P/not yet"_s)});
         m_form = std::make_unique<frmStowaway>();
     }
     void cleanup() { m_form.reset(); }
@@ -226,10 +215,7 @@ class TestSearchPage : public QObject {
     }
     void buttons() {
         QFETCH(ButtonRow, row);
-        udtBlockedFormat pdf;
-        pdf.Active = vbTrue;
-        pdf.Extension = u"PDF"_s;
-        BlockedFormats.assign({pdf});
+        BlockedFormats.assign({AddBlockedFormat(u"PDF"_s, {}, false)});
         SearchPage* page = open(0);
         select(page, row.file);
         Child<QToolButton>(page, row.button)->click();

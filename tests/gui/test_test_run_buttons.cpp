@@ -27,12 +27,7 @@ class TestTestRunButtons : public QObject {
         data.senderName = u"Anna Berg"_s;
         data.senderAddress = u"anna@berg.example"_s;
         folder->addMessage(data)->addAttachment(name + u".pdf"_s, "pdf");
-        udtWatchFolder wf;
-        wf.Active = vbTrue;
-        wf.Name = name;
-        wf.EntryID = folder->EntryID().value;
-        wf.StoreID = folder->StoreID().value;
-        WatchFolders.append(wf);
+        WatchFolders.append(WatchOf(folder));
         m_folders.push_back(folder);
     }
     // Chooses entry `entry` (1-based) of the drop-down that `button` opens; "" for the ticks.
@@ -64,13 +59,7 @@ class TestTestRunButtons : public QObject {
             QFile::remove(m_target.filePath(f));
         watch(u"Eingang"_s);
         watch(u"Archiv"_s);
-        udtRule rule;
-        rule.Active = vbTrue;
-        rule.Name = u"Alles"_s;
-        rule.SaveBy = SaveBy::Folder;
-        rule.Folder = m_target.path();
-        rule.FileExists = FileExists::Replace;
-        Rules.append(rule);
+        Rules.append(MakeRule(u"Alles"_s, SaveBy::Folder, m_target.path(), FileExists::Replace));
     }
     void cleanup() { SetMailSession(nullptr); }
 

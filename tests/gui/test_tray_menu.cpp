@@ -71,10 +71,7 @@ class TestTrayMenu : public QObject {
             rule.Folder = r.folder;
             Rules.append(rule);
         }
-        udtProject project;
-        project.Name = u"Alpha"_s;
-        project.Folder = u"/projects/Alpha/"_s;
-        Projects.assign({project});
+        Projects.assign({MakeProject(u"Alpha"_s, u"/projects/Alpha/"_s)});
 
         QMenu menu;
         BuildProductMenu(
