@@ -100,7 +100,12 @@ inline udtProject MakeProject(const QString& name, const QString& folder) {
     return project;
 }
 
-// The prompt of the last question or message the scripted user was shown, "" for none.
+// The prompt of the last question or message the scripted user was shown (of one kind), ""
+// for none.
 inline QString LastPrompt(const ScriptedUserInteraction& user) {
     return user.questions().empty() ? QString() : user.questions().back().prompt;
+}
+inline QString LastPrompt(const ScriptedUserInteraction& user, AskedQuestion::Kind kind) {
+    const std::vector<AskedQuestion> asked = user.questions(kind);
+    return asked.empty() ? QString() : asked.back().prompt;
 }

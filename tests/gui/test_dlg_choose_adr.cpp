@@ -151,9 +151,8 @@ class TestDlgChooseAdr : public QObject {
         dialog.InitDialog();
         dialog.clAdrBooks->setCurrentIndex(1);
         QCOMPARE(dialog.lvAdr->topLevelItemCount(), 0);
-        const auto boxes = m_user.questions(AskedQuestion::Kind::MessageBox);
-        QCOMPARE(boxes.size(), size_t(1));
-        QCOMPARE(boxes[0].prompt, u"Keine Suchergebnisse verfügbar..."_s);
+        QCOMPARE(m_user.questions().size(), size_t(1));
+        QCOMPARE(LastPrompt(m_user), u"Keine Suchergebnisse verfügbar..."_s);
     }
 
     void newEntry_data() {

@@ -222,7 +222,7 @@ class TestExtrasPage : public QObject {
                                                 Qt::CheckStateRole);
         page->btnSaveDoNow->click();
         QCOMPARE(m_user.questions().size(), size_t(1));
-        QCOMPARE(m_user.questions().front().prompt, prompt);
+        QCOMPARE(LastPrompt(m_user), prompt);
         QCOMPARE(m_user.beeps(), 1);
         QCOMPARE(ProtoEntries.count(), 0);
     }
@@ -231,7 +231,7 @@ class TestExtrasPage : public QObject {
         ExtrasPage* page = open(1);
         pick(u"Mail|Work"_s);
         pick(u"Mail"_s); // the store's top holds folders, no mail
-        QCOMPARE(m_user.questions().back().prompt, u"Folder is not a mail folder!"_s);
+        QCOMPARE(LastPrompt(m_user), u"Folder is not a mail folder!"_s);
         QCOMPARE(GetFolderPath(page->chosenFolder()), u"Mail|Work"_s);
         QCOMPARE(page->lblSaveOutlFolder->text(), u"Work"_s);
     }
@@ -266,7 +266,7 @@ class TestExtrasPage : public QObject {
         // The read state does not matter with the one-off rule.
         page->btnSaveDoNow->click();
 
-        QCOMPARE(m_user.questions().back().prompt, u"Fertig..."_s);
+        QCOMPARE(LastPrompt(m_user), u"Fertig..."_s);
         QVERIFY(m_user.sounds().contains(u"SystemAsterisk"_s));
         QCOMPARE(ProtoEntries.count(), 3);
         for (int i = 1; i <= 3; ++i)
@@ -297,7 +297,7 @@ class TestExtrasPage : public QObject {
         pick(u"Mail|Work"_s);
         QCOMPARE(page->lvMails->model()->rowCount(), 2);
         page->btnSaveDoNow->click(); // "<Ordner wählen>" as the disk folder is no matter here
-        QCOMPARE(m_user.questions().back().prompt, u"Fertig..."_s);
+        QCOMPARE(LastPrompt(m_user), u"Fertig..."_s);
         QCOMPARE(QDir(TestEnv::home() + u"/ByRules"_s).entryList(QDir::Files),
                  (QStringList{u"r1.bin"_s, u"r2.bin"_s}));
         QCOMPARE(ProtoEntries[1].Rule.get(), u"All"_s);

@@ -89,8 +89,7 @@ class TestFrmProjects : public QObject {
         QCOMPARE(ProjectNames(), names);
         QCOMPARE(form.lstProjects->currentRow(), selected);
         QCOMPARE(form.txtFolder->text(), Projects[static_cast<size_t>(selected + 1)].Folder.get());
-        const auto boxes = m_user.questions(AskedQuestion::Kind::MessageBox);
-        QCOMPARE(boxes.empty() ? QString() : boxes.back().prompt, box);
+        QCOMPARE(LastPrompt(m_user, AskedQuestion::Kind::MessageBox), box);
         QCOMPARE(Projects.changed, (names != QStringList{"Kunden", "Lieferanten"}));
         // The rule keeps the name it had, whatever became of the project.
         QCOMPARE(Rules[1].Folder.get(), u"Lieferanten"_s);
@@ -133,8 +132,7 @@ class TestFrmProjects : public QObject {
         }
         QCOMPARE(Projects[1].Folder.get(), stored);
         QCOMPARE(Projects.changed, stored != u"/srv/kunden");
-        const auto boxes = m_user.questions(AskedQuestion::Kind::MessageBox);
-        QCOMPARE(boxes.empty() ? QString() : boxes.back().prompt, box);
+        QCOMPARE(LastPrompt(m_user, AskedQuestion::Kind::MessageBox), box);
     }
 };
 

@@ -93,8 +93,7 @@ class TestFrmSenderRecp : public QObject {
         m_user.answerText(card.isEmpty() ? QString() : writeCard(card));
         QTest::mouseClick(form.btnChooseSender, Qt::LeftButton, Qt::ControlModifier);
         QCOMPARE(form.txtInput->text(), taken);
-        const auto boxes = m_user.questions(AskedQuestion::Kind::MessageBox);
-        QCOMPARE(boxes.empty() ? QString() : boxes.back().prompt, box);
+        QCOMPARE(LastPrompt(m_user, AskedQuestion::Kind::MessageBox), box);
         QCOMPARE(m_user.questions(AskedQuestion::Kind::OpenFile).size(), size_t(1));
     }
 

@@ -80,8 +80,7 @@ class TestOptionsPage : public QObject {
         QCOMPARE(list->topLevelItemCount(), rowText.isEmpty() ? 51 : 52);
         QCOMPARE(BlockedFormats.count(), stored.isEmpty() ? 51 : 52);
         QCOMPARE(BlockedFormats.changed, !stored.isEmpty());
-        const auto boxes = m_user.questions(AskedQuestion::Kind::MessageBox);
-        QCOMPARE(boxes.empty() ? QString() : boxes[0].prompt, said);
+        QCOMPARE(LastPrompt(m_user, AskedQuestion::Kind::MessageBox), said);
         if (rowText.isEmpty()) return;
         QTreeWidgetItem* added = list->topLevelItem(51);
         QCOMPARE(added->text(0), rowText);
@@ -204,8 +203,7 @@ class TestOptionsPage : public QObject {
         frmStowaway form;
         form.Form_Load();
         Child<QToolButton>(&form, button)->click();
-        const auto boxes = m_user.questions(AskedQuestion::Kind::MessageBox);
-        QCOMPARE(boxes.empty() ? QString() : boxes[0].prompt, said);
+        QCOMPARE(LastPrompt(m_user, AskedQuestion::Kind::MessageBox), said);
         QCOMPARE(QFile::exists(LogFilePath()), existsAfter);
         if (button == u"btnCopyToClipboard"_s && exists)
             QCOMPARE(QGuiApplication::clipboard()->text(), u"01.01.2026 - 10:00:00 - Grüße\r\n"_s);

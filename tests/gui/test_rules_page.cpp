@@ -266,9 +266,8 @@ class TestRulesPage : public QObject {
         }
         QCOMPARE(Fields(Rules[1]), before);
         QVERIFY(!Rules.changed);
-        const auto boxes = m_user.questions(AskedQuestion::Kind::MessageBox);
-        QCOMPARE(boxes.size(), size_t(1));
-        QCOMPARE(boxes[0].prompt, box);
+        QCOMPARE(m_user.questions(AskedQuestion::Kind::MessageBox).size(), size_t(1));
+        QCOMPARE(LastPrompt(m_user, AskedQuestion::Kind::MessageBox), box);
         QCOMPARE(m_user.beeps(), 1);
     }
 
@@ -475,8 +474,7 @@ class TestRulesPage : public QObject {
         const auto questions = m_user.questions(AskedQuestion::Kind::MsgBoxEx);
         QCOMPARE(int(questions.size()), asked);
         if (asked > 0) QVERIFY(questions[0].prompt.contains(u"/srv/ablage/a.pdf"_s));
-        const auto boxes = m_user.questions(AskedQuestion::Kind::MessageBox);
-        QCOMPARE(boxes.empty() ? QString() : boxes.back().prompt, report);
+        QCOMPARE(LastPrompt(m_user, AskedQuestion::Kind::MessageBox), report);
         QCOMPARE(m_user.beeps(), 1);
         // The check writes nothing.
         QCOMPARE(mail->stored.mileage, QString());
