@@ -29,9 +29,7 @@ class TestDesktopNotifier : public QObject {
     Q_OBJECT
   private slots:
     void initTestCase() {
-        m_daemon.start(QStringLiteral("dbus-daemon"),
-                       {QStringLiteral("--session"), QStringLiteral("--nofork"),
-                        QStringLiteral("--print-address")});
+        m_daemon.start(u"dbus-daemon"_s, {u"--session"_s, u"--nofork"_s, u"--print-address"_s});
         if (!m_daemon.waitForStarted(5000) || !m_daemon.waitForReadyRead(5000)) return;
         m_address = QString::fromLocal8Bit(m_daemon.readLine().trimmed());
         // The program's session bus is this private one.
@@ -49,8 +47,8 @@ class TestDesktopNotifier : public QObject {
         SetUserInteraction(&scripted);
         QtUserInteraction user;
         TrayNotification n;
-        n.title = QStringLiteral("T");
-        n.target = QStringLiteral("/data/");
+        n.title = u"T"_s;
+        n.target = u"/data/"_s;
         user.showTrayNotification(n);
         QTest::qWait(200);
         QVERIFY(scripted.transcript().isEmpty());
@@ -72,32 +70,29 @@ class TestDesktopNotifier : public QObject {
         QFETCH(int, stopBoxes);
         if (m_address.isEmpty()) QSKIP("no dbus-daemon for a private session bus");
         if (!m_bus.isConnected()) {
-            m_bus = QDBusConnection::connectToBus(m_address, QStringLiteral("fake-service"));
-            QVERIFY(m_bus.registerObject(QStringLiteral("/org/freedesktop/Notifications"),
-                                         &m_service, QDBusConnection::ExportAllSlots));
-            QVERIFY(m_bus.registerService(QStringLiteral("org.freedesktop.Notifications")));
+            m_bus = QDBusConnection::connectToBus(m_address, u"fake-service"_s);
+            QVERIFY(m_bus.registerObject(u"/org/freedesktop/Notifications"_s, &m_service,
+                                         QDBusConnection::ExportAllSlots));
+            QVERIFY(m_bus.registerService(u"org.freedesktop.Notifications"_s));
         }
         TestEnv::resetAll();
         ScriptedUserInteraction scripted;
         SetUserInteraction(&scripted);
-        udtBlockedFormat exe;
-        exe.Extension = QStringLiteral("EXE");
-        exe.Active = vbTrue;
-        BlockedFormats.assign({exe});
+        BlockedFormats.assign({AddBlockedFormat(u"EXE"_s, {}, false)});
 
         m_service.summaries.clear();
         QtUserInteraction user;
         TrayNotification n;
-        n.title = QStringLiteral("Quillworks Stowaway v2.50 · Neuer Anhang:");
-        n.text = QStringLiteral("text");
+        n.title = u"Quillworks Stowaway v2.50 · Neuer Anhang:"_s;
+        n.text = u"text"_s;
         n.target = target;
         user.showTrayNotification(n);
         QTRY_COMPARE(m_service.summaries, QStringList{n.title});
         QCOMPARE(m_service.actions.mid(2), (QStringList{"open", "Öffnen"}));
-        QDBusMessage signal = QDBusMessage::createSignal(
-            QStringLiteral("/org/freedesktop/Notifications"),
-            QStringLiteral("org.freedesktop.Notifications"), QStringLiteral("ActionInvoked"));
-        signal << uint(7) << QStringLiteral("open");
+        QDBusMessage signal =
+            QDBusMessage::createSignal(u"/org/freedesktop/Notifications"_s,
+                                       u"org.freedesktop.Notifications"_s, u"ActionInvoked"_s);
+        signal << uint(7) << u"open"_s;
         // The action counts once the reply with the notification's id has come back; until
         // then the program takes it for another program's notification.
         auto answers = [&] { return scripted.opened().size() + int(scripted.questions().size()); };
@@ -116,7 +111,7 @@ class TestDesktopNotifier : public QObject {
   private:
     QProcess m_daemon;
     QString m_address;
-    QDBusConnection m_bus{QStringLiteral("none")};
+    QDBusConnection m_bus{u"none"_s};
     FakeNotificationService m_service;
 };
 

@@ -25,8 +25,7 @@ QStringList Rows(const QTreeWidget* view) {
     for (int i = 0; i < view->topLevelItemCount(); ++i) {
         const QTreeWidgetItem* item = view->topLevelItem(i);
         rows << item->text(0) + u'|' + item->text(1) + u'|' + item->text(2) +
-                    (item->foreground(0).color() == QColor(Qt::red) ? QStringLiteral("|red")
-                                                                    : QString());
+                    (item->foreground(0).color() == QColor(Qt::red) ? u"|red"_s : QString());
     }
     // Equal names keep no fixed order; the contents count.
     rows.sort();
@@ -47,32 +46,28 @@ class TestDlgChooseAdr : public QObject {
         m_user = ScriptedUserInteraction();
         SetUserInteraction(&m_user);
         // Cards as a sync tool keeps them: a collection folder below the contacts folder.
-        m_cards = TestEnv::home() + QStringLiteral("/Kontakte");
-        WriteFile(m_cards + QStringLiteral("/privat/anna.vcf"),
+        m_cards = TestEnv::home() + u"/Kontakte"_s;
+        WriteFile(m_cards + u"/privat/anna.vcf"_s,
                   "BEGIN:VCARD\r\nVERSION:3.0\r\nFN:Anna Berg\r\nitem1.EMAIL;TYPE=INTERNET:anna@"
                   "berg.example\r\nEMAIL:a.berg@firma.example\r\nEND:VCARD\r\n");
-        WriteFile(m_cards + QStringLiteral("/privat/team.vcf"),
+        WriteFile(m_cards + u"/privat/team.vcf"_s,
                   "BEGIN:VCARD\r\nVERSION:4.0\r\nKIND:group\r\nFN:Team\r\nEND:VCARD\r\n");
-        WriteFile(m_cards + QStringLiteral("/privat/Zerbrochen.vcf"), "not a card at all");
-        SaveSetting(QStringLiteral("VCardFolders"), m_cards);
+        WriteFile(m_cards + u"/privat/Zerbrochen.vcf"_s, "not a card at all");
+        SaveSetting(u"VCardFolders"_s, m_cards);
         // A Maildir whose mails name a sender and two recipients.
-        const QString root = TestEnv::home() + QStringLiteral("/Mail");
+        const QString root = TestEnv::home() + u"/Mail"_s;
         QVERIFY(!EnsureMaildirFolder(root));
         SampleMail mail;
-        mail.fromName = QStringLiteral("Otto Brandt");
-        mail.fromAddress = QStringLiteral("otto@brandt.example");
-        mail.to = {{QStringLiteral("Carl Dorn"), QStringLiteral("carl@dorn.example")}};
-        mail.cc = {{QStringLiteral("Anna Berg"), QStringLiteral("anna@berg.example")}};
+        mail.fromName = u"Otto Brandt"_s;
+        mail.fromAddress = u"otto@brandt.example"_s;
+        mail.to = {{u"Carl Dorn"_s, u"carl@dorn.example"_s}};
+        mail.cc = {{u"Anna Berg"_s, u"anna@berg.example"_s}};
         QVERIFY(WriteMailToMaildir(root, mail, {}).ok());
         m_session =
             std::make_unique<MaildirSession>(std::vector<MaildirSession::StoreSpec>{{root, {}}});
         SetMailSession(m_session.get());
         const MailFolderPtr inbox = m_session->GetDefaultInbox().value;
-        udtWatchFolder wf;
-        wf.Name = QStringLiteral("Inbox");
-        wf.EntryID = inbox->EntryID().value;
-        wf.StoreID = inbox->StoreID().value;
-        WatchFolders.append(wf);
+        WatchFolders.append(WatchOf(inbox, false));
     }
     void cleanup() {
         SetMailSession(nullptr);
@@ -102,13 +97,12 @@ class TestDlgChooseAdr : public QObject {
         QFETCH(int, book);
         QFETCH(bool, hideInvalids);
         QFETCH(QStringList, rows);
-        SaveSetting(QStringLiteral("DoInvAdr"),
-                    hideInvalids ? QStringLiteral("1") : QStringLiteral("0"));
+        SaveSetting(u"DoInvAdr"_s, hideInvalids ? u"1"_s : u"0"_s);
         dlgChooseAdr dialog;
         QVERIFY(dialog.InitDialog());
         QCOMPARE(dialog.clAdrBooks->count(), 4);
         QCOMPARE(dialog.clAdrBooks->itemText(3),
-                 QStringLiteral("Absender und Empfänger der überwachten Ordner"));
+                 u"Absender und Empfänger der überwachten Ordner"_s);
         dialog.clAdrBooks->setCurrentIndex(book);
         QCOMPARE(Rows(dialog.lvAdr), rows);
         QCOMPARE(dialog.cbHideInvalids->isChecked(), hideInvalids);
@@ -120,7 +114,7 @@ class TestDlgChooseAdr : public QObject {
             dialog.InitDialog();
             dialog.cbHideInvalids->click();
         }
-        QCOMPARE(GetSetting(QStringLiteral("DoInvAdr"), QString()), QStringLiteral("1"));
+        QCOMPARE(GetSetting(u"DoInvAdr"_s, QString()), u"1"_s);
         dlgChooseAdr again;
         again.InitDialog();
         QVERIFY(again.cbHideInvalids->isChecked());
@@ -157,9 +151,8 @@ class TestDlgChooseAdr : public QObject {
         dialog.InitDialog();
         dialog.clAdrBooks->setCurrentIndex(1);
         QCOMPARE(dialog.lvAdr->topLevelItemCount(), 0);
-        const auto boxes = m_user.questions(AskedQuestion::Kind::MessageBox);
-        QCOMPARE(boxes.size(), size_t(1));
-        QCOMPARE(boxes[0].prompt, QStringLiteral("Keine Suchergebnisse verfügbar..."));
+        QCOMPARE(m_user.questions().size(), size_t(1));
+        QCOMPARE(LastPrompt(m_user), u"Keine Suchergebnisse verfügbar..."_s);
     }
 
     void newEntry_data() {
@@ -185,7 +178,7 @@ class TestDlgChooseAdr : public QObject {
         for (const QString& a : answers)
             m_user.answerText(a);
         dialog.btnNew->click();
-        QCOMPARE(QDir(m_cards + QStringLiteral("/privat")).entryList(QDir::Files).size() +
+        QCOMPARE(QDir(m_cards + u"/privat"_s).entryList(QDir::Files).size() +
                      QDir(m_cards).entryList(QDir::Files).size(),
                  qsizetype(cards));
         QCOMPARE(dialog.lvAdr->currentItem()->text(0), selected);
@@ -222,9 +215,8 @@ class TestDlgChooseAdr : public QObject {
         QFETCH(QByteArray, text);
         QFETCH(QStringList, entries);
         QStringList got;
-        for (const AddressEntry& e : ParseVCards(text, QStringLiteral("/c/halb.vcf")))
-            got << e.name + u'|' + e.address + u'|' + e.type +
-                       (e.invalid ? QStringLiteral("!") : QString());
+        for (const AddressEntry& e : ParseVCards(text, u"/c/halb.vcf"_s))
+            got << e.name + u'|' + e.address + u'|' + e.type + (e.invalid ? u"!"_s : QString());
         QCOMPARE(got, entries);
     }
 };

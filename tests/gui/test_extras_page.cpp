@@ -16,8 +16,6 @@
 #include <QToolButton>
 #include <QTreeView>
 
-using namespace Qt::StringLiterals;
-
 namespace {
 SampleMail Mail(const QString& subject, const std::vector<std::pair<QString, qsizetype>>& files) {
     SampleMail m;
@@ -28,6 +26,35 @@ SampleMail Mail(const QString& subject, const std::vector<std::pair<QString, qsi
             name, "application/octet-stream", name.toUtf8().leftJustified(size, 'x', true)));
     return m;
 }
+
+struct ListRow {
+    const char* name;
+    int lang;
+    QString folder;
+    bool subfolders;
+    int mode;
+    QStringList lines;
+    QString totals;
+};
+struct EnablingRow {
+    const char* name;
+    int mode;
+    bool delAttach;
+    QString enabled;
+};
+struct RefusalRow {
+    const char* name;
+    bool chooseFolder;
+    int mode;
+    bool untick;
+    QString prompt;
+};
+struct RunRow {
+    const char* name;
+    bool remove, keepStructure;
+    QString subfolder; // where the files land below the target
+    QStringList rowsAfter;
+};
 
 // The rows of a view: the columns joined by "|", a tree's nodes indented by two blanks a level.
 QStringList Lines(const QAbstractItemModel* model, const QModelIndex& parent = {}, int depth = 0) {
@@ -92,43 +119,30 @@ class TestExtrasPage : public QObject {
     }
 
     void listAndOverview_data() {
-        QTest::addColumn<int>("lang");
-        QTest::addColumn<QString>("folder");
-        QTest::addColumn<bool>("subfolders");
-        QTest::addColumn<int>("mode");
-        QTest::addColumn<QStringList>("lines");
-        QTest::addColumn<QString>("totals");
-        // A calendar item and a mail without files are left out; one byte is 1 Kb.
-        QTest::newRow("list") << 0 << "Mail|Inbox" << false << 1
-                              << QStringList{u"Inbox|One byte|Anna Berg|1 Kb (1)"_s,
-                                             u"Inbox|Big|Anna Berg|1,024 Kb (1)"_s}
-                              << "1/2, 1,025 Kb";
-        QTest::newRow("list with subfolders")
-            << 1 << "Mail|Work" << true << 0
-            << QStringList{u"Work|Report|Anna Berg|5 Kb (2)"_s, u"Sub|Scan|Anna Berg|1 Kb (1)"_s}
-            << "2/2, 6 Kb";
-        // 1,024 Kb in the tree is "1024" behind two blanks; nodes sort by their text.
-        QTest::newRow("overview") << 0 << "Mail|Inbox" << false << 2
-                                  << QStringList{u"  1025 Kb - Inbox"_s,
-                                                 u"       1 Kb - One byte"_s,
-                                                 u"    1024 Kb - Big"_s}
-                                  << "1/2, 1,025 Kb";
-        QTest::newRow("overview with subfolders")
-            << 1 << "Mail|Work" << true << 2
-            << QStringList{u"     5 Kb - Work"_s, u"       1 Kb - Sub"_s, u"         1 Kb - Scan"_s,
-                           u"       5 Kb - Report"_s}
-            << "2/2, 6 Kb";
-        QTest::newRow("overview of a folder without files")
-            << 0 << "Mail|Work|Sub" << false << 2
-            << QStringList{u"     1 Kb - Sub"_s, u"       1 Kb - Scan"_s} << "1/1, 1 Kb";
+        // A calendar item and a mail without files are left out; one byte is 1 Kb; 1,024 Kb in
+        // the tree is "1024" behind two blanks; nodes sort by their text.
+        // clang-format off
+        Rows<ListRow>({
+            {"list", 0, u"Mail|Inbox"_s, false, 1,
+             {u"Inbox|One byte|Anna Berg|1 Kb (1)"_s, u"Inbox|Big|Anna Berg|1,024 Kb (1)"_s},
+             u"1/2, 1,025 Kb"_s},
+            {"list with subfolders", 1, u"Mail|Work"_s, true, 0,
+             {u"Work|Report|Anna Berg|5 Kb (2)"_s, u"Sub|Scan|Anna Berg|1 Kb (1)"_s},
+             u"2/2, 6 Kb"_s},
+            {"overview", 0, u"Mail|Inbox"_s, false, 2,
+             {u"  1025 Kb - Inbox"_s, u"       1 Kb - One byte"_s, u"    1024 Kb - Big"_s},
+             u"1/2, 1,025 Kb"_s},
+            {"overview with subfolders", 1, u"Mail|Work"_s, true, 2,
+             {u"     5 Kb - Work"_s, u"       1 Kb - Sub"_s, u"         1 Kb - Scan"_s,
+              u"       5 Kb - Report"_s},u"2/2, 6 Kb"_s},
+            {"overview of a folder without files", 0, u"Mail|Work|Sub"_s, false, 2,
+             {u"     1 Kb - Sub"_s, u"       1 Kb - Scan"_s}, u"1/1, 1 Kb"_s},
+        });
+        // clang-format on
     }
     void listAndOverview() {
-        QFETCH(int, lang);
-        QFETCH(QString, folder);
-        QFETCH(bool, subfolders);
-        QFETCH(int, mode);
-        QFETCH(QStringList, lines);
-        QFETCH(QString, totals);
+        QFETCH(ListRow, row);
+        auto [name, lang, folder, subfolders, mode, lines, totals] = row;
         ExtrasPage* page = open(lang);
         page->cbSubfolders->setChecked(subfolders);
         page->obSaveMode[mode]->click();
@@ -155,18 +169,19 @@ class TestExtrasPage : public QObject {
     }
 
     void enabling_data() {
-        QTest::addColumn<int>("mode");
-        QTest::addColumn<bool>("delAttach");
-        QTest::addColumn<QString>("enabled"); // the six controls below, 1 for enabled
-        QTest::newRow("save to, remove") << 1 << true << "111111";
-        QTest::newRow("save to") << 1 << false << "111101";
-        QTest::newRow("by rules") << 0 << true << "000001";
-        QTest::newRow("overview") << 2 << true << "000000";
+        // The six controls of the check below, 1 for enabled.
+        // clang-format off
+        Rows<EnablingRow>({
+            {"save to, remove", 1, true, u"111111"_s},
+            {"save to", 1, false, u"111101"_s},
+            {"by rules", 0, true, u"000001"_s},
+            {"overview", 2, true, u"000000"_s},
+        });
+        // clang-format on
     }
     void enabling() {
-        QFETCH(int, mode);
-        QFETCH(bool, delAttach);
-        QFETCH(QString, enabled);
+        QFETCH(EnablingRow, row);
+        const auto& [name, mode, delAttach, enabled] = row;
         ExtrasPage* page = open(0);
         QVERIFY(page->obSaveMode[2]->isChecked()); // the tab opens on the overview
         page->obSaveMode[1]->click();
@@ -185,22 +200,19 @@ class TestExtrasPage : public QObject {
     }
 
     void refusals_data() {
-        QTest::addColumn<bool>("chooseFolder");
-        QTest::addColumn<int>("mode");
-        QTest::addColumn<bool>("untick");
-        QTest::addColumn<QString>("prompt");
-        QTest::newRow("no mail folder")
-            << false << 1 << false << "Bitte 'Speichern aus'-Ordner (Outlook) wählen...";
-        QTest::newRow("no disk folder")
-            << true << 1 << false << "Bitte 'Speichern in'-Ordner (Festplatte) wählen...";
-        QTest::newRow("nothing ticked")
-            << true << 0 << true << "Keine Einträge in der Liste markiert!";
+        // clang-format off
+        Rows<RefusalRow>({
+            {"no mail folder", false, 1, false,
+             u"Bitte 'Speichern aus'-Ordner (Outlook) wählen..."_s},
+            {"no disk folder", true, 1, false,
+             u"Bitte 'Speichern in'-Ordner (Festplatte) wählen..."_s},
+            {"nothing ticked", true, 0, true, u"Keine Einträge in der Liste markiert!"_s},
+        });
+        // clang-format on
     }
     void refusals() {
-        QFETCH(bool, chooseFolder);
-        QFETCH(int, mode);
-        QFETCH(bool, untick);
-        QFETCH(QString, prompt);
+        QFETCH(RefusalRow, row);
+        const auto& [name, chooseFolder, mode, untick, prompt] = row;
         ExtrasPage* page = open(0);
         page->obSaveMode[mode]->click();
         if (chooseFolder) pick(u"Mail|Inbox"_s);
@@ -210,7 +222,7 @@ class TestExtrasPage : public QObject {
                                                 Qt::CheckStateRole);
         page->btnSaveDoNow->click();
         QCOMPARE(m_user.questions().size(), size_t(1));
-        QCOMPARE(m_user.questions().front().prompt, prompt);
+        QCOMPARE(LastPrompt(m_user), prompt);
         QCOMPARE(m_user.beeps(), 1);
         QCOMPARE(ProtoEntries.count(), 0);
     }
@@ -219,25 +231,22 @@ class TestExtrasPage : public QObject {
         ExtrasPage* page = open(1);
         pick(u"Mail|Work"_s);
         pick(u"Mail"_s); // the store's top holds folders, no mail
-        QCOMPARE(m_user.questions().back().prompt, u"Folder is not a mail folder!"_s);
+        QCOMPARE(LastPrompt(m_user), u"Folder is not a mail folder!"_s);
         QCOMPARE(GetFolderPath(page->chosenFolder()), u"Mail|Work"_s);
         QCOMPARE(page->lblSaveOutlFolder->text(), u"Work"_s);
     }
 
     void runToFolderSavesAndLeavesTheMailsAsTheCommandDoes_data() {
-        QTest::addColumn<bool>("remove");
-        QTest::addColumn<bool>("keepStructure");
-        QTest::addColumn<QString>("subfolder"); // where the files land below the target
-        QTest::addColumn<QStringList>("rowsAfter");
-        QTest::newRow("copies") << false << false << "" << QStringList{u"Report"_s, u"Scan"_s};
-        QTest::newRow("removed, with the folders' paths")
-            << true << true << "/Mail/Work" << QStringList{};
+        // clang-format off
+        Rows<RunRow>({
+            {"copies", false, false, u""_s, {u"Report"_s, u"Scan"_s}},
+            {"removed, with the folders' paths", true, true, u"/Mail/Work"_s, {}},
+        });
+        // clang-format on
     }
     void runToFolderSavesAndLeavesTheMailsAsTheCommandDoes() {
-        QFETCH(bool, remove);
-        QFETCH(bool, keepStructure);
-        QFETCH(QString, subfolder);
-        QFETCH(QStringList, rowsAfter);
+        QFETCH(RunRow, row);
+        const auto& [name, remove, keepStructure, subfolder, rowsAfter] = row;
         SaveSetting(u"SWTest"_s, u"0"_s);
         // The driver does nothing at all without a rule, even with the one-off rule.
         Rules.assign({udtRule{}});
@@ -257,7 +266,7 @@ class TestExtrasPage : public QObject {
         // The read state does not matter with the one-off rule.
         page->btnSaveDoNow->click();
 
-        QCOMPARE(m_user.questions().back().prompt, u"Fertig..."_s);
+        QCOMPARE(LastPrompt(m_user), u"Fertig..."_s);
         QVERIFY(m_user.sounds().contains(u"SystemAsterisk"_s));
         QCOMPARE(ProtoEntries.count(), 3);
         for (int i = 1; i <= 3; ++i)
@@ -270,10 +279,7 @@ class TestExtrasPage : public QObject {
         QVERIFY(DoProto);
         QCOMPARE(LogLinesWithoutStamps().front(), u"Extras/TN: MaildirMessage"_s);
         // The list is built again: mails whose files were removed are gone from it.
-        QStringList subjects;
-        for (int r = 0; r < page->lvMails->model()->rowCount(); ++r)
-            subjects << page->lvMails->model()->index(r, 1).data().toString();
-        QCOMPARE(subjects, rowsAfter);
+        QCOMPARE(Texts(page->lvMails->model(), 1), rowsAfter);
         // A removed file leaves its link in the body, as the command's --remove --links does.
         for (const MailItemPtr& item : page->chosenFolder()->Items().value) {
             QCOMPARE(item->Mileage().value, u"QWKStowaway"_s);
@@ -284,19 +290,14 @@ class TestExtrasPage : public QObject {
     void runByRulesPassesOverReadMails() {
         SaveSetting(u"SWTest"_s, u"0"_s);
         deliver(Mail(u"Already read"_s, {{u"read.bin"_s, 5}}), u".Work"_s, {.seen = true});
-        udtRule rule;
-        rule.Active = vbTrue;
-        rule.Name = u"All"_s;
-        rule.SaveBy = SaveBy::Folder;
-        rule.Folder = TestEnv::home() + u"/ByRules"_s;
-        rule.FileExists = FileExists::Replace;
-        Rules.assign({rule});
+        Rules.assign({MakeRule(u"All"_s, SaveBy::Folder, TestEnv::home() + u"/ByRules"_s,
+                               FileExists::Replace)});
         ExtrasPage* page = open(0);
         page->obSaveMode[0]->click();
         pick(u"Mail|Work"_s);
         QCOMPARE(page->lvMails->model()->rowCount(), 2);
         page->btnSaveDoNow->click(); // "<Ordner wählen>" as the disk folder is no matter here
-        QCOMPARE(m_user.questions().back().prompt, u"Fertig..."_s);
+        QCOMPARE(LastPrompt(m_user), u"Fertig..."_s);
         QCOMPARE(QDir(TestEnv::home() + u"/ByRules"_s).entryList(QDir::Files),
                  (QStringList{u"r1.bin"_s, u"r2.bin"_s}));
         QCOMPARE(ProtoEntries[1].Rule.get(), u"All"_s);

@@ -18,6 +18,13 @@ QStringList ProjectNames() {
         names << Projects[static_cast<size_t>(i)].Name.get();
     return names;
 }
+struct FolderRow {
+    const char* name;
+    QString how;
+    QString input;
+    QString stored;
+    QString box;
+};
 } // namespace
 
 class TestFrmProjects : public QObject {
@@ -30,12 +37,12 @@ class TestFrmProjects : public QObject {
         TestEnv::resetAll();
         m_user = ScriptedUserInteraction();
         SetUserInteraction(&m_user);
-        AddProject(QStringLiteral("Kunden"), QStringLiteral("/srv/kunden"));
-        AddProject(QStringLiteral("Lieferanten"), QStringLiteral("/srv/lief"));
+        AddProject(u"Kunden"_s, u"/srv/kunden"_s);
+        AddProject(u"Lieferanten"_s, u"/srv/lief"_s);
         // A rule that saves into "Lieferanten".
-        AddRule(QStringLiteral("Bestellungen"));
-        SetRuleField(1, RuleField::SaveBy, QStringLiteral("project"));
-        SetRuleField(1, RuleField::Folder, QStringLiteral("Lieferanten"));
+        AddRule(u"Bestellungen"_s);
+        SetRuleField(1, RuleField::SaveBy, u"project"_s);
+        SetRuleField(1, RuleField::Folder, u"Lieferanten"_s);
         Projects.changed = false;
     }
 
@@ -78,15 +85,14 @@ class TestFrmProjects : public QObject {
             else
                 m_user.answerText(a);
         }
-        Find<QToolButton>(&form, button)->click();
+        Child<QToolButton>(&form, button)->click();
         QCOMPARE(ProjectNames(), names);
         QCOMPARE(form.lstProjects->currentRow(), selected);
         QCOMPARE(form.txtFolder->text(), Projects[static_cast<size_t>(selected + 1)].Folder.get());
-        const auto boxes = m_user.questions(AskedQuestion::Kind::MessageBox);
-        QCOMPARE(boxes.empty() ? QString() : boxes.back().prompt, box);
+        QCOMPARE(LastPrompt(m_user, AskedQuestion::Kind::MessageBox), box);
         QCOMPARE(Projects.changed, (names != QStringList{"Kunden", "Lieferanten"}));
         // The rule keeps the name it had, whatever became of the project.
-        QCOMPARE(Rules[1].Folder.get(), QStringLiteral("Lieferanten"));
+        QCOMPARE(Rules[1].Folder.get(), u"Lieferanten"_s);
     }
 
     void deletingTheLastLeavesAnEmptyForm() {
@@ -102,33 +108,19 @@ class TestFrmProjects : public QObject {
     }
 
     void folder_data() {
-        QTest::addColumn<QString>("how");
-        QTest::addColumn<QString>("input");
-        QTest::addColumn<QString>("stored");
-        QTest::addColumn<QString>("box");
-        QTest::newRow("typed") << "type"
-                               << "/srv/neu"
-                               << "/srv/neu"
-                               << "";
-        QTest::newRow("typed empty is refused") << "type"
-                                                << ""
-                                                << "/srv/kunden"
-                                                << "Feld darf nicht leer sein!";
-        QTest::newRow("chosen") << "choose"
-                                << "/srv/gewaehlt"
-                                << "/srv/gewaehlt"
-                                << "";
-        QTest::newRow("choice cancelled") << "choose"
-                                          << ""
-                                          << "/srv/kunden"
-                                          << "";
+        // clang-format off
+        Rows<FolderRow>({
+            {"typed", "type", "/srv/neu", "/srv/neu", ""},
+            {"typed empty is refused", "type", "", "/srv/kunden", "Feld darf nicht leer sein!"},
+            {"chosen", "choose", "/srv/gewaehlt", "/srv/gewaehlt", ""},
+            {"choice cancelled", "choose", "", "/srv/kunden", ""},
+        });
+        // clang-format on
     }
     void folder() {
-        QFETCH(QString, how);
-        QFETCH(QString, input);
-        QFETCH(QString, stored);
-        QFETCH(QString, box);
-        frmProjects form(QStringLiteral("KUNDEN"));
+        QFETCH(FolderRow, row);
+        auto [name, how, input, stored, box] = row;
+        frmProjects form(u"KUNDEN"_s);
         QCOMPARE(form.lstProjects->currentRow(), 0);
         if (how == u"type") {
             form.txtFolder->setText(input);
@@ -140,8 +132,7 @@ class TestFrmProjects : public QObject {
         }
         QCOMPARE(Projects[1].Folder.get(), stored);
         QCOMPARE(Projects.changed, stored != u"/srv/kunden");
-        const auto boxes = m_user.questions(AskedQuestion::Kind::MessageBox);
-        QCOMPARE(boxes.empty() ? QString() : boxes.back().prompt, box);
+        QCOMPARE(LastPrompt(m_user, AskedQuestion::Kind::MessageBox), box);
     }
 };
 

@@ -16,7 +16,7 @@ class TestFrmSenderRecp : public QObject {
     ScriptedUserInteraction m_user;
 
     static QString writeCard(const QByteArray& text) {
-        const QString path = TestEnv::home() + QStringLiteral("/export.vcf");
+        const QString path = TestEnv::home() + u"/export.vcf"_s;
         QFile f(path);
         if (!f.open(QIODevice::WriteOnly)) return {};
         f.write(text);
@@ -53,7 +53,7 @@ class TestFrmSenderRecp : public QObject {
         frmSenderRecp form;
         form.show();
         form.txtInput->setText(term);
-        Find<QPushButton>(&form, button)->click();
+        Child<QPushButton>(&form, button)->click();
         QCOMPARE(form.Term, result);
         QCOMPARE(form.isVisible(), stays);
         QCOMPARE(m_user.beeps(), stays ? 1 : 0);
@@ -88,24 +88,23 @@ class TestFrmSenderRecp : public QObject {
         QFETCH(QString, box);
         frmSenderRecp form;
         form.show();
-        form.setTerm(QStringLiteral("vorher"));
+        form.setTerm(u"vorher"_s);
         form.obNameEMail[address ? 1 : 0]->setChecked(true);
         m_user.answerText(card.isEmpty() ? QString() : writeCard(card));
         QTest::mouseClick(form.btnChooseSender, Qt::LeftButton, Qt::ControlModifier);
         QCOMPARE(form.txtInput->text(), taken);
-        const auto boxes = m_user.questions(AskedQuestion::Kind::MessageBox);
-        QCOMPARE(boxes.empty() ? QString() : boxes.back().prompt, box);
+        QCOMPARE(LastPrompt(m_user, AskedQuestion::Kind::MessageBox), box);
         QCOMPARE(m_user.questions(AskedQuestion::Kind::OpenFile).size(), size_t(1));
     }
 
     void addressBookTakesTheChosenRow() {
-        const QString folder = TestEnv::home() + QStringLiteral("/cards");
+        const QString folder = TestEnv::home() + u"/cards"_s;
         QDir().mkpath(folder);
-        QFile f(folder + QStringLiteral("/anna.vcf"));
+        QFile f(folder + u"/anna.vcf"_s);
         QVERIFY(f.open(QIODevice::WriteOnly));
         f.write("BEGIN:VCARD\nFN:Anna Berg\nEMAIL:anna@berg.example\nEND:VCARD\n");
         f.close();
-        SaveSetting(QStringLiteral("VCardFolders"), folder);
+        SaveSetting(u"VCardFolders"_s, folder);
         frmSenderRecp form;
         form.show();
         form.obNameEMail[1]->setChecked(true);
@@ -114,7 +113,7 @@ class TestFrmSenderRecp : public QObject {
             d->btnOK->click();
         });
         QTest::mouseClick(form.btnChooseSender, Qt::LeftButton);
-        QCOMPARE(form.txtInput->text(), QStringLiteral("anna@berg.example"));
+        QCOMPARE(form.txtInput->text(), u"anna@berg.example"_s);
     }
 };
 

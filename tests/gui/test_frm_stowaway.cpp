@@ -20,15 +20,9 @@ void MakeSounds(const QStringList& names) {
     sounds.removeRecursively();
     QDir().mkpath(sounds.path());
     for (const QString& name : names) {
-        QFile f(sounds.filePath(name + QStringLiteral(".wav")));
+        QFile f(sounds.filePath(name + u".wav"_s));
         QVERIFY(f.open(QIODevice::WriteOnly));
     }
-}
-
-template <class W> W* Child(QWidget* form, const QString& name) {
-    W* w = form->findChild<W*>(name);
-    if (!w) qWarning("no control %s", qPrintable(name));
-    return w;
 }
 
 // Every text and tooltip of the form's buttons, labels, frames and tabs, and the combo lists.
@@ -44,18 +38,23 @@ QStringList AllTexts(QWidget* form) {
             QStringList items;
             for (int i = 0; i < c->count(); ++i)
                 items << c->itemText(i);
-            text = items.join(QLatin1Char(','));
+            text = items.join(u',');
         } else if (auto* t = qobject_cast<QTabWidget*>(w)) {
             for (int i = 0; i < t->count(); ++i)
-                text += t->tabText(i) +
-                        (t->isTabVisible(i) ? QStringLiteral(";") : QStringLiteral("(hidden);"));
+                text += t->tabText(i) + (t->isTabVisible(i) ? u";"_s : u"(hidden);"_s);
         }
-        out << w->objectName() + QLatin1Char('=') + text + QLatin1Char('|') + w->toolTip();
+        out << w->objectName() + u'=' + text + u'|' + w->toolTip();
     }
     // Raising the current page reorders the children; the texts are what count.
     out.sort();
     return out;
 }
+struct SettingsWrittenAtOnceRow {
+    const char* name;
+    QString control;
+    QString key;
+    QString value;
+};
 } // namespace
 
 class TestFrmStowaway : public QObject {
@@ -87,37 +86,34 @@ class TestFrmStowaway : public QObject {
         QFETCH(QString, stored);
         QFETCH(QString, wave);
         MakeSounds(sounds);
-        if (!stored.isEmpty()) SaveSetting(QStringLiteral("SoundName"), stored);
+        if (!stored.isEmpty()) SaveSetting(u"SoundName"_s, stored);
         frmStowaway form;
         form.Form_Load();
         QVERIFY(!form.bLoading);
-        QCOMPARE(form.windowTitle(), QStringLiteral(" Quillworks Stowaway v2.50"));
-        QVERIFY(!Child<QCheckBox>(&form, QStringLiteral("cbActive"))->isChecked());
-        QVERIFY(Child<QCheckBox>(&form, QStringLiteral("cbTestmode"))->isChecked());
-        QVERIFY(Child<QRadioButton>(&form, QStringLiteral("obNoti_1"))->isChecked());
-        auto* time = Child<QComboBox>(&form, QStringLiteral("clSystrayTime"));
-        QCOMPARE(time->currentText(), QStringLiteral("5"));
+        QCOMPARE(form.windowTitle(), u" Quillworks Stowaway v2.50"_s);
+        QVERIFY(!Child<QCheckBox>(&form, u"cbActive"_s)->isChecked());
+        QVERIFY(Child<QCheckBox>(&form, u"cbTestmode"_s)->isChecked());
+        QVERIFY(Child<QRadioButton>(&form, u"obNoti_1"_s)->isChecked());
+        auto* time = Child<QComboBox>(&form, u"clSystrayTime"_s);
+        QCOMPARE(time->currentText(), u"5"_s);
         QVERIFY(!time->isEnabled()); // only the tray option uses the time
-        auto* clWave = Child<QComboBox>(&form, QStringLiteral("clWave"));
+        auto* clWave = Child<QComboBox>(&form, u"clWave"_s);
         QCOMPARE(clWave->count(), int(sounds.size()));
         QCOMPARE(clWave->currentText(), wave);
-        QVERIFY(Child<QRadioButton>(&form, QStringLiteral("obLanguage_0"))->isChecked());
-        QVERIFY(!Child<QCheckBox>(&form, QStringLiteral("cbDoProto"))->isChecked());
-        QCOMPARE(Child<QLabel>(&form, QStringLiteral("lblLOGPath"))->text(),
-                 QStringLiteral("QWKStowaway.txt"));
-        QCOMPARE(Child<QLabel>(&form, QStringLiteral("lblLOGPath"))->toolTip(), LogFilePath());
-        auto* regMain = Child<QTabWidget>(&form, QStringLiteral("regMain"));
+        QVERIFY(Child<QRadioButton>(&form, u"obLanguage_0"_s)->isChecked());
+        QVERIFY(!Child<QCheckBox>(&form, u"cbDoProto"_s)->isChecked());
+        QCOMPARE(Child<QLabel>(&form, u"lblLOGPath"_s)->text(), u"QWKStowaway.txt"_s);
+        QCOMPARE(Child<QLabel>(&form, u"lblLOGPath"_s)->toolTip(), LogFilePath());
+        auto* regMain = Child<QTabWidget>(&form, u"regMain"_s);
         QCOMPARE(regMain->currentIndex(), 0);
         QCOMPARE(regMain->count(), 6);
         for (int i = 0; i < 6; ++i)
             QCOMPARE(regMain->isTabVisible(i), i < 5);
-        QCOMPARE(regMain->tabText(3), QStringLiteral("Extras"));
-        auto* done = Child<QAbstractButton>(&form, QStringLiteral("btnDone"));
-        QCOMPARE(done->text() + QLatin1Char('|') + done->toolTip(),
-                 QStringLiteral("Schließen| Zurück zu Outlook..."));
+        QCOMPARE(regMain->tabText(3), u"Extras"_s);
+        auto* done = Child<QAbstractButton>(&form, u"btnDone"_s);
+        QCOMPARE(done->text() + u'|' + done->toolTip(), u"Schließen| Zurück zu Outlook..."_s);
         // The load wrote nothing back.
-        QCOMPARE(GetSetting(QStringLiteral("SoundName"), QStringLiteral("none")),
-                 stored.isEmpty() ? QStringLiteral("none") : stored);
+        QCOMPARE(GetSetting(u"SoundName"_s, u"none"_s), stored.isEmpty() ? u"none"_s : stored);
         QVERIFY(m_user.sounds().isEmpty());
     }
 
@@ -130,58 +126,42 @@ class TestFrmStowaway : public QObject {
     void languageSwitchTwice() {
         QFETCH(int, start);
         QFETCH(QString, doneAfterOne);
-        MakeSounds({QStringLiteral("Moog 1"), QStringLiteral("Bell")});
-        SaveSetting(QStringLiteral("CurrLang"), QString::number(start));
+        MakeSounds({u"Moog 1"_s, u"Bell"_s});
+        SaveSetting(u"CurrLang"_s, QString::number(start));
         CurrLang = static_cast<uint8_t>(start);
         frmStowaway form;
         form.Form_Load();
-        Child<QTabWidget>(&form, QStringLiteral("regMain"))->setCurrentIndex(4);
+        Child<QTabWidget>(&form, u"regMain"_s)->setCurrentIndex(4);
         const QStringList before = AllTexts(&form);
-        Child<QRadioButton>(&form, QStringLiteral("obLanguage_%1").arg(1 - start))->click();
+        Child<QRadioButton>(&form, u"obLanguage_%1"_s.arg(1 - start))->click();
         QCOMPARE(int(CurrLang), 1 - start);
-        QCOMPARE(GetSetting(QStringLiteral("CurrLang"), QString()), QString::number(1 - start));
-        QCOMPARE(Child<QAbstractButton>(&form, QStringLiteral("btnDone"))->text(), doneAfterOne);
-        QCOMPARE(Child<QTabWidget>(&form, QStringLiteral("regMain"))->currentIndex(), 0);
-        Child<QTabWidget>(&form, QStringLiteral("regMain"))->setCurrentIndex(4);
-        Child<QRadioButton>(&form, QStringLiteral("obLanguage_%1").arg(start))->click();
+        QCOMPARE(GetSetting(u"CurrLang"_s, QString()), QString::number(1 - start));
+        QCOMPARE(Child<QAbstractButton>(&form, u"btnDone"_s)->text(), doneAfterOne);
+        QCOMPARE(Child<QTabWidget>(&form, u"regMain"_s)->currentIndex(), 0);
+        Child<QTabWidget>(&form, u"regMain"_s)->setCurrentIndex(4);
+        Child<QRadioButton>(&form, u"obLanguage_%1"_s.arg(start))->click();
         QCOMPARE(AllTexts(&form), before);
     }
 
     void settingsWrittenAtOnce_data() {
-        QTest::addColumn<QString>("control");
-        QTest::addColumn<QString>("key");
-        QTest::addColumn<QString>("value");
-        QTest::newRow("automatic saving on") << "cbActive"
-                                             << "SWActive"
-                                             << "1";
-        QTest::newRow("test mode off") << "cbTestmode"
-                                       << "SWTest"
-                                       << "0";
-        QTest::newRow("tray notification") << "obNoti_2"
-                                           << "Notify"
-                                           << "2";
-        QTest::newRow("no notification") << "obNoti_0"
-                                         << "Notify"
-                                         << "0";
-        QTest::newRow("sound off") << "cbSound"
-                                   << "NotifySound"
-                                   << "0";
-        QTest::newRow("LOG on") << "cbDoProto"
-                                << "DoProto"
-                                << "1";
-        QTest::newRow("mark mails at the start") << "cbMarkMail"
-                                                 << "MarkMail"
-                                                 << "1";
-        QTest::newRow("the label beside the mark box") << "lblMarkMail"
-                                                       << "MarkMail"
-                                                       << "1";
+        // clang-format off
+        Rows<SettingsWrittenAtOnceRow>({
+            {"automatic saving on", "cbActive", "SWActive", "1"},
+            {"test mode off", "cbTestmode", "SWTest", "0"},
+            {"tray notification", "obNoti_2", "Notify", "2"},
+            {"no notification", "obNoti_0", "Notify", "0"},
+            {"sound off", "cbSound", "NotifySound", "0"},
+            {"LOG on", "cbDoProto", "DoProto", "1"},
+            {"mark mails at the start", "cbMarkMail", "MarkMail", "1"},
+            {"the label beside the mark box", "lblMarkMail", "MarkMail", "1"},
+        });
+        // clang-format on
     }
     void settingsWrittenAtOnce() {
-        QFETCH(QString, control);
-        QFETCH(QString, key);
-        QFETCH(QString, value);
+        QFETCH(SettingsWrittenAtOnceRow, row);
+        auto [name, control, key, value] = row;
         // Test mode can be changed only while automatic saving is on.
-        if (control == QLatin1String("cbTestmode")) SaveSetting(QStringLiteral("SWActive"), "1");
+        if (control == u"cbTestmode"_s) SaveSetting(u"SWActive"_s, "1");
         frmStowaway form;
         form.Form_Load();
         QWidget* w = Child<QWidget>(&form, control);
@@ -189,12 +169,12 @@ class TestFrmStowaway : public QObject {
             button->click();
         else
             QTest::mouseClick(w, Qt::LeftButton);
-        QCOMPARE(GetSetting(key, QStringLiteral("unset")), value);
+        QCOMPARE(GetSetting(key, u"unset"_s), value);
         ReadSettingsIntoGlobals();
-        const bool on = value == QLatin1String("1");
-        if (key == QLatin1String("SWActive")) QCOMPARE(SWActive, on);
-        if (key == QLatin1String("Notify")) QCOMPARE(int(Notify), value.toInt());
-        if (key == QLatin1String("DoProto")) QCOMPARE(DoProto, on);
+        const bool on = value == u"1"_s;
+        if (key == u"SWActive"_s) QCOMPARE(SWActive, on);
+        if (key == u"Notify"_s) QCOMPARE(int(Notify), value.toInt());
+        if (key == u"DoProto"_s) QCOMPARE(DoProto, on);
     }
 
     void statusStrip_data() {
@@ -222,9 +202,9 @@ class TestFrmStowaway : public QObject {
         ShowSubProgress(0, 0, &form);
         ShowProgress(done, total, &form);
         ShowSubProgress(done, total, &form);
-        auto* label = Child<QLabel>(&form, QStringLiteral("lblStatus"));
-        auto* bar = Child<QFrame>(&form, QStringLiteral("rctStatus"));
-        auto* sub = Child<QFrame>(&form, QStringLiteral("rctSubStatus"));
+        auto* label = Child<QLabel>(&form, u"lblStatus"_s);
+        auto* bar = Child<QFrame>(&form, u"rctStatus"_s);
+        auto* sub = Child<QFrame>(&form, u"rctSubStatus"_s);
         QCOMPARE(label->text(), caption);
         QCOMPARE(bar->isVisible(), visible);
         QCOMPARE(sub->isVisible(), visible);
@@ -250,10 +230,9 @@ class TestFrmStowaway : public QObject {
         const QList<QLabel*> labels = form.findChildren<QLabel*>();
         for (QWidget* w : form.findChildren<QWidget*>()) {
             const bool control = qobject_cast<QAbstractButton*>(w) || qobject_cast<QComboBox*>(w) ||
-                                 w->objectName().startsWith(QLatin1String("rct")) ||
-                                 w->objectName() == QLatin1String("lblStatus");
-            if (!control || w->objectName().isEmpty() ||
-                w->objectName().startsWith(QLatin1String("qt_")))
+                                 w->objectName().startsWith(u"rct"_s) ||
+                                 w->objectName() == u"lblStatus"_s;
+            if (!control || w->objectName().isEmpty() || w->objectName().startsWith(u"qt_"_s))
                 continue;
             auto* b = qobject_cast<QAbstractButton*>(w);
             const bool buddied = std::any_of(labels.cbegin(), labels.cend(),
@@ -267,14 +246,13 @@ class TestFrmStowaway : public QObject {
     }
 
     void helpWithoutDocumentation() {
-        SaveSetting(QStringLiteral("Doku"), QStringLiteral("/nowhere/manual.pdf"));
+        SaveSetting(u"Doku"_s, u"/nowhere/manual.pdf"_s);
         frmStowaway form;
         form.Form_Load();
-        Child<QAbstractButton>(&form, QStringLiteral("btnHelp"))->click();
+        Child<QAbstractButton>(&form, u"btnHelp"_s)->click();
         QCOMPARE(int(m_user.questions().size()), 1);
         QCOMPARE(m_user.questions().front().icon, 64);
-        QVERIFY(m_user.questions().front().prompt.startsWith(
-            QStringLiteral("Sie finden eine Kurz-Anleitung")));
+        QVERIFY(m_user.questions().front().prompt.startsWith(u"Sie finden eine Kurz-Anleitung"_s));
     }
 
   private:

@@ -40,15 +40,15 @@ class TestGuiProgram : public QObject {
         QFETCH(bool, maildir);
         QFETCH(QString, waitFor);
         QFETCH(QStringList, lines);
-        SaveSetting(QStringLiteral("DoProto"), QStringLiteral("1"));
-        const QString store = TestEnv::home() + QStringLiteral("/Maildir");
+        SaveSetting(u"DoProto"_s, u"1"_s);
+        const QString store = TestEnv::home() + u"/Maildir"_s;
         if (maildir)
             for (const char* sub : {"cur", "new", "tmp"})
-                QVERIFY(QDir().mkpath(store + QLatin1Char('/') + QLatin1String(sub)));
+                QVERIFY(QDir().mkpath(store + u'/' + QLatin1String(sub)));
         QProcess program;
         program.setProcessChannelMode(QProcess::ForwardedErrorChannel);
         program.start(QStringLiteral(STOWAWAY_GUI_PROGRAM),
-                      {QStringLiteral("--maildir"), store, QStringLiteral("--options")});
+                      {u"--maildir"_s, store, u"--options"_s});
         QVERIFY(program.waitForStarted());
         QVERIFY2(WaitForLogLine(waitFor, program), qPrintable(LogLinesWithoutStamps().join('\n')));
         program.terminate(); // SIGTERM
@@ -56,32 +56,31 @@ class TestGuiProgram : public QObject {
         QCOMPARE(program.exitStatus(), QProcess::NormalExit);
         QCOMPARE(program.exitCode(), 0);
         QStringList log = LogLinesWithoutStamps();
-        log.removeAll(QString(75, QLatin1Char('^')));
+        log.removeAll(QString(75, u'^'));
         QVERIFY2(log == lines, qPrintable(log.join('\n')));
     }
 
     // The running program owns the data folder: a second start shows its dialog and ends, and
     // a command (which could not take the lock) is carried out by it.
     void secondStartAndCommandGoToTheOwner() {
-        SaveSetting(QStringLiteral("DoProto"), QStringLiteral("1"));
-        const QString store = TestEnv::home() + QStringLiteral("/Maildir");
+        SaveSetting(u"DoProto"_s, u"1"_s);
+        const QString store = TestEnv::home() + u"/Maildir"_s;
         for (const char* sub : {"cur", "new", "tmp"})
-            QVERIFY(QDir().mkpath(store + QLatin1Char('/') + QLatin1String(sub)));
-        const QStringList args{QStringLiteral("--maildir"), store, QStringLiteral("--options")};
+            QVERIFY(QDir().mkpath(store + u'/' + QLatin1String(sub)));
+        const QStringList args{u"--maildir"_s, store, u"--options"_s};
         QProcess first;
         first.setProcessChannelMode(QProcess::ForwardedErrorChannel);
         first.start(QStringLiteral(STOWAWAY_GUI_PROGRAM), args);
-        QVERIFY(WaitForLogLine(QStringLiteral("Options dialog shown"), first));
+        QVERIFY(WaitForLogLine(u"Options dialog shown"_s, first));
 
         QProcess second;
         second.start(QStringLiteral(STOWAWAY_GUI_PROGRAM), args);
         QVERIFY(second.waitForFinished(30000));
         QCOMPARE(second.exitCode(), 0);
-        QVERIFY(WaitForLogLine(QStringLiteral("Options dialog raised"), first));
+        QVERIFY(WaitForLogLine(u"Options dialog raised"_s, first));
 
         QProcess command;
-        command.start(QStringLiteral(STOWAWAY_PROGRAM),
-                      {QStringLiteral("--maildir"), store, QStringLiteral("rules")});
+        command.start(QStringLiteral(STOWAWAY_PROGRAM), {u"--maildir"_s, store, u"rules"_s});
         QVERIFY(command.waitForFinished(30000));
         QCOMPARE(command.exitCode(), 0);
         QVERIFY(command.readAllStandardOutput().contains("1. "));
@@ -89,12 +88,12 @@ class TestGuiProgram : public QObject {
         first.terminate();
         QVERIFY(first.waitForFinished(30000));
         QCOMPARE(first.exitCode(), 0);
-        QCOMPARE(LogLinesWithoutStamps().count(QStringLiteral("! Shutdown...")), 1);
+        QCOMPARE(LogLinesWithoutStamps().count(u"! Shutdown..."_s), 1);
     }
 
     void badArgument() {
         QProcess program;
-        program.start(QStringLiteral(STOWAWAY_GUI_PROGRAM), {QStringLiteral("--nonsense")});
+        program.start(QStringLiteral(STOWAWAY_GUI_PROGRAM), {u"--nonsense"_s});
         QVERIFY(program.waitForFinished(30000));
         QCOMPARE(program.exitCode(), 2);
         QVERIFY(program.readAllStandardError().contains("unknown argument: --nonsense"));

@@ -15,19 +15,31 @@
 #include <QToolButton>
 #include <QTreeWidget>
 
-using namespace Qt::StringLiterals;
-
 namespace {
-template <class W> W* Child(QWidget* form, const QString& name) {
-    W* w = form->findChild<W*>(name);
-    if (!w) qFatal("no control %s", qPrintable(name));
-    return w;
-}
-
 QTreeWidgetItem* RowOf(QTreeWidget* list, const QString& text) {
     const QList<QTreeWidgetItem*> found = list->findItems(text, Qt::MatchExactly, 0);
     return found.isEmpty() ? nullptr : found.back();
 }
+struct BlockedAddRow {
+    const char* name;
+    QString answer;
+    QString rowText; // the new row, "" for none
+    QString stored;  // the new record's extension, "" for none
+    QString said;
+};
+struct NotificationEnablingRow {
+    const char* name;
+    int option;
+    bool test;
+    bool time;
+};
+struct LogButtonsRow {
+    const char* name;
+    QString button;
+    bool exists;
+    QString said;
+    bool existsAfter;
+};
 } // namespace
 
 class TestOptionsPage : public QObject {
@@ -44,40 +56,20 @@ class TestOptionsPage : public QObject {
 
     // Adding: the answer, and what follows in the list and the table.
     void blockedAdd_data() {
-        QTest::addColumn<QString>("answer");
-        QTest::addColumn<QString>("rowText"); // the new row, "" for none
-        QTest::addColumn<QString>("stored");  // the new record's extension, "" for none
-        QTest::addColumn<QString>("said");
-        QTest::newRow("a new one") << "zip"
-                                   << " ZIP"
-                                   << "ZIP"
-                                   << "";
-        QTest::newRow("four letters: all shown, three stored") << "tool"
-                                                               << " TOOL"
-                                                               << "TOO"
-                                                               << "";
-        QTest::newRow("a second EXE: the check never matches") << "exe"
-                                                               << " EXE"
-                                                               << "EXE"
-                                                               << "";
-        QTest::newRow("only a leading blank matches") << " exe"
-                                                      << ""
-                                                      << ""
-                                                      << "Bereits in Liste vorhanden!";
-        QTest::newRow("a path is no extension") << "../x"
-                                                << ""
-                                                << ""
-                                                << "'../X' ist keine Dateierweiterung.";
-        QTest::newRow("cancelled") << ""
-                                   << ""
-                                   << ""
-                                   << "";
+        // clang-format off
+        Rows<BlockedAddRow>({
+            {"a new one", "zip", " ZIP", "ZIP", ""},
+            {"four letters: all shown, three stored", "tool", " TOOL", "TOO", ""},
+            {"a second EXE: the check never matches", "exe", " EXE", "EXE", ""},
+            {"only a leading blank matches", " exe", "", "", "Bereits in Liste vorhanden!"},
+            {"a path is no extension", "../x", "", "", "'../X' ist keine Dateierweiterung."},
+            {"cancelled", "", "", "", ""},
+        });
+        // clang-format on
     }
     void blockedAdd() {
-        QFETCH(QString, answer);
-        QFETCH(QString, rowText);
-        QFETCH(QString, stored);
-        QFETCH(QString, said);
+        QFETCH(BlockedAddRow, row);
+        auto [name, answer, rowText, stored, said] = row;
         frmStowaway form;
         form.Form_Load();
         form.showTab(4);
@@ -88,14 +80,13 @@ class TestOptionsPage : public QObject {
         QCOMPARE(list->topLevelItemCount(), rowText.isEmpty() ? 51 : 52);
         QCOMPARE(BlockedFormats.count(), stored.isEmpty() ? 51 : 52);
         QCOMPARE(BlockedFormats.changed, !stored.isEmpty());
-        const auto boxes = m_user.questions(AskedQuestion::Kind::MessageBox);
-        QCOMPARE(boxes.empty() ? QString() : boxes[0].prompt, said);
+        QCOMPARE(LastPrompt(m_user, AskedQuestion::Kind::MessageBox), said);
         if (rowText.isEmpty()) return;
-        QTreeWidgetItem* row = list->topLevelItem(51);
-        QCOMPARE(row->text(0), rowText);
-        QCOMPARE(row->checkState(0), Qt::Checked);
-        QCOMPARE(list->currentItem(), row);
-        QVERIFY(!row->font(0).bold()); // the standard style until the next load
+        QTreeWidgetItem* added = list->topLevelItem(51);
+        QCOMPARE(added->text(0), rowText);
+        QCOMPARE(added->checkState(0), Qt::Checked);
+        QCOMPARE(list->currentItem(), added);
+        QVERIFY(!added->font(0).bold()); // the standard style until the next load
         QCOMPARE(BlockedFormats[52].Extension.get(), stored);
         QVERIFY(!IsTrue(BlockedFormats[52].System));
         QVERIFY(IsTrue(BlockedFormats[52].Active));
@@ -161,17 +152,17 @@ class TestOptionsPage : public QObject {
     }
 
     void notificationEnabling_data() {
-        QTest::addColumn<int>("option");
-        QTest::addColumn<bool>("test");
-        QTest::addColumn<bool>("time");
-        QTest::newRow("none") << 0 << false << false;
-        QTest::newRow("message") << 1 << true << false;
-        QTest::newRow("tray") << 2 << true << true;
+        // clang-format off
+        Rows<NotificationEnablingRow>({
+            {"none", 0, false, false},
+            {"message", 1, true, false},
+            {"tray", 2, true, true},
+        });
+        // clang-format on
     }
     void notificationEnabling() {
-        QFETCH(int, option);
-        QFETCH(bool, test);
-        QFETCH(bool, time);
+        QFETCH(NotificationEnablingRow, row);
+        auto [name, option, test, time] = row;
         frmStowaway form;
         form.Form_Load();
         Child<QRadioButton>(&form, u"obNoti_%1"_s.arg(option))->click();
@@ -188,27 +179,21 @@ class TestOptionsPage : public QObject {
 
     // The LOG buttons with the file there or not.
     void logButtons_data() {
-        QTest::addColumn<QString>("button");
-        QTest::addColumn<bool>("exists");
-        QTest::addColumn<QString>("said");
-        QTest::addColumn<bool>("existsAfter");
-        QTest::newRow("editor, no file")
-            << "btnLOGNotepad" << false << "LOG-Datei nicht gefunden..." << false;
-        QTest::newRow("editor") << "btnLOGNotepad" << true << "" << true;
-        QTest::newRow("copy, no file")
-            << "btnCopyToClipboard" << false << "LOG-Datei nicht gefunden..." << false;
-        QTest::newRow("copy") << "btnCopyToClipboard" << true
-                              << "Inhalt aus LOG-Datei wurde in Zwischenablage kopiert..." << true;
-        QTest::newRow("delete, no file")
-            << "btnDelLOG" << false << "LOG-Datei nicht gefunden..." << false;
-        QTest::newRow("delete") << "btnDelLOG" << true << LogFilePath() + u"\n\nwirklich löschen?"_s
-                                << false;
+        // clang-format off
+        Rows<LogButtonsRow>({
+            {"editor, no file", "btnLOGNotepad", false, "LOG-Datei nicht gefunden...", false},
+            {"editor", "btnLOGNotepad", true, "", true},
+            {"copy, no file", "btnCopyToClipboard", false, "LOG-Datei nicht gefunden...", false},
+            {"copy", "btnCopyToClipboard", true,
+             "Inhalt aus LOG-Datei wurde in Zwischenablage kopiert...", true},
+            {"delete, no file", "btnDelLOG", false, "LOG-Datei nicht gefunden...", false},
+            {"delete", "btnDelLOG", true, LogFilePath() + u"\n\nwirklich löschen?"_s, false},
+        });
+        // clang-format on
     }
     void logButtons() {
-        QFETCH(QString, button);
-        QFETCH(bool, exists);
-        QFETCH(QString, said);
-        QFETCH(bool, existsAfter);
+        QFETCH(LogButtonsRow, row);
+        auto [name, button, exists, said, existsAfter] = row;
         if (exists) {
             QFile log(LogFilePath());
             QVERIFY(log.open(QIODevice::WriteOnly));
@@ -218,8 +203,7 @@ class TestOptionsPage : public QObject {
         frmStowaway form;
         form.Form_Load();
         Child<QToolButton>(&form, button)->click();
-        const auto boxes = m_user.questions(AskedQuestion::Kind::MessageBox);
-        QCOMPARE(boxes.empty() ? QString() : boxes[0].prompt, said);
+        QCOMPARE(LastPrompt(m_user, AskedQuestion::Kind::MessageBox), said);
         QCOMPARE(QFile::exists(LogFilePath()), existsAfter);
         if (button == u"btnCopyToClipboard"_s && exists)
             QCOMPARE(QGuiApplication::clipboard()->text(), u"01.01.2026 - 10:00:00 - Grüße\r\n"_s);

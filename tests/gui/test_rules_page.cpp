@@ -22,14 +22,45 @@
 
 namespace {
 udtRule Rule(const QString& name, int16_t saveBy = SaveBy::Date,
-             const QString& folder = QStringLiteral("/srv/ablage")) {
-    udtRule r;
-    r.Active = vbTrue;
-    r.Name = name;
-    r.SaveBy = saveBy;
-    r.Folder = folder;
-    return r;
+             const QString& folder = u"/srv/ablage"_s) {
+    return MakeRule(name, saveBy, folder);
 }
+
+struct SelectRow {
+    const char* name;
+    int saveBy, fileExists;
+    QString saveFormatText, folderText;
+    int option;
+};
+struct FieldRow {
+    const char* name;
+    QString control, input; // input: text, answer, index; empty for a click
+    QString field, value;
+};
+struct RefusalRow {
+    const char* name;
+    QString control, input, box;
+};
+struct SentenceRow {
+    const char* name;
+    int lang;
+    QString checks; // sender, recipient, subject, format
+    QStringList rows;
+};
+struct TargetRow {
+    const char* name;
+    int lang, saveBy, format;
+    QStringList formats;
+    QString info;
+};
+struct ListRow {
+    const char* name;
+    QString action, answer;
+    int row; // selected before
+    QStringList names;
+    int selected, beeps;
+    bool changed;
+};
 
 QStringList RuleNames() {
     QStringList names;
@@ -65,8 +96,8 @@ class TestRulesPage : public QObject {
         if (!QTest::qWaitForWindowExposed(m_form.get())) qWarning("form not exposed");
         return *m_form;
     }
-    template <class W> W* ctl(const QString& name) { return Find<W>(m_form.get(), name); }
-    QListWidget* list() { return ctl<QListWidget>(QStringLiteral("lstRules")); }
+    template <class W> W* ctl(const QString& name) { return Child<W>(m_form.get(), name); }
+    QListWidget* list() { return ctl<QListWidget>(u"lstRules"_s); }
     void select(int row) { list()->setCurrentRow(row); }
     void setText(const QString& name, const QString& text) {
         auto* box = ctl<QLineEdit>(name);
@@ -77,14 +108,14 @@ class TestRulesPage : public QObject {
     void clickLabel(const QString& name) { QTest::mouseClick(ctl<QLabel>(name), Qt::LeftButton); }
     // The sentence as it stands in the panel: each row's captions, top to bottom.
     QStringList sentence() {
-        auto* panel = ctl<QWidget>(QStringLiteral("pnlRuleText"));
+        auto* panel = ctl<QWidget>(u"pnlRuleText"_s);
         QMap<int, QMap<int, QString>> rows;
         for (QLabel* l : panel->findChildren<QLabel*>())
             if (l->isVisible() && !l->text().isEmpty() && l->objectName() != u"lblStdRule")
                 rows[l->y()][l->x()] = l->text();
         QStringList out;
         for (const auto& row : rows)
-            out << row.values().join(QLatin1Char('|'));
+            out << row.values().join(u'|');
         return out;
     }
 
@@ -97,50 +128,39 @@ class TestRulesPage : public QObject {
     void cleanup() { m_form.reset(); }
 
     void selectingFillsTheEditorWithoutWriting_data() {
-        QTest::addColumn<int>("saveBy");
-        QTest::addColumn<int>("fileExists");
-        QTest::addColumn<QString>("saveFormatText");
-        QTest::addColumn<QString>("folderText");
-        QTest::addColumn<int>("option");
-        QTest::newRow("by date") << 0 << 2 << "JJJJ-MM"
-                                 << "/srv/ablage" << 2;
-        QTest::newRow("by project shows its folder") << 3 << 3 << "Kunden"
-                                                     << "/srv/kunden" << 3;
-        QTest::newRow("damaged FileExists shows the first option") << 0 << 7 << "JJJJ-MM"
-                                                                   << "/srv/ablage" << 0;
+        // clang-format off
+        Rows<SelectRow>({
+            {"by date", 0, 2, u"JJJJ-MM"_s, u"/srv/ablage"_s, 2},
+            {"by project shows its folder", 3, 3, u"Kunden"_s, u"/srv/kunden"_s, 3},
+            {"damaged FileExists shows the first option", 0, 7, u"JJJJ-MM"_s, u"/srv/ablage"_s, 0},
+        });
+        // clang-format on
     }
     void selectingFillsTheEditorWithoutWriting() {
-        QFETCH(int, saveBy);
-        QFETCH(int, fileExists);
-        QFETCH(QString, saveFormatText);
-        QFETCH(QString, folderText);
-        QFETCH(int, option);
-        AddProject_(QStringLiteral("Kunden"), QStringLiteral("/srv/kunden"));
-        udtRule r = Rule(QStringLiteral("Second"), static_cast<int16_t>(saveBy),
-                         saveBy == 3 ? QStringLiteral("Kunden") : QStringLiteral("/srv/ablage"));
+        QFETCH(SelectRow, row);
+        const auto& [name, saveBy, fileExists, saveFormatText, folderText, option] = row;
+        Projects.append(MakeProject(u"Kunden"_s, u"/srv/kunden"_s));
+        udtRule r = Rule(u"Second"_s, static_cast<int16_t>(saveBy),
+                         saveBy == 3 ? u"Kunden"_s : u"/srv/ablage"_s);
         r.SaveFormat = saveBy == 0 ? 2 : saveBy == 1 ? 1 : 0;
         r.FileExists = static_cast<uint8_t>(fileExists);
         r.CheckSubj = vbTrue;
-        r.Subject = QStringLiteral("Rechnung");
-        r.Execute = QStringLiteral("xdg-open");
+        r.Subject = u"Rechnung"_s;
+        r.Execute = u"xdg-open"_s;
         r.Notify = vbTrue;
-        open({Rule(QStringLiteral("First")), r});
+        open({Rule(u"First"_s), r});
         select(1);
-        QCOMPARE(ctl<QGroupBox>(QStringLiteral("frRuleOptions"))->title(),
-                 QStringLiteral("Einstellungen für 'Second':"));
-        QVERIFY(ctl<QCheckBox>(QStringLiteral("cbRulesSubj"))->isChecked());
-        QVERIFY(!ctl<QCheckBox>(QStringLiteral("cbRulesSender"))->isChecked());
-        QCOMPARE(ctl<QLineEdit>(QStringLiteral("txtRulesSubj"))->text(),
-                 QStringLiteral("Rechnung"));
-        QCOMPARE(ctl<QComboBox>(QStringLiteral("clRulesSaveBy"))->currentIndex(), saveBy);
-        QCOMPARE(ctl<QComboBox>(QStringLiteral("clRulesSaveFormat"))->currentText(),
-                 saveFormatText);
-        QCOMPARE(ctl<QLineEdit>(QStringLiteral("txtRulesFolder"))->text(), folderText);
-        QCOMPARE(ctl<QLineEdit>(QStringLiteral("txtRulesRunApp"))->text(),
-                 QStringLiteral("xdg-open"));
-        QVERIFY(ctl<QCheckBox>(QStringLiteral("cbInform"))->isChecked());
-        QVERIFY(!ctl<QCheckBox>(QStringLiteral("cbRulesHyperlinks"))->isChecked());
-        QVERIFY(ctl<QRadioButton>(QStringLiteral("obFileExists_%1").arg(option))->isChecked());
+        QCOMPARE(ctl<QGroupBox>(u"frRuleOptions"_s)->title(), u"Einstellungen für 'Second':"_s);
+        QVERIFY(ctl<QCheckBox>(u"cbRulesSubj"_s)->isChecked());
+        QVERIFY(!ctl<QCheckBox>(u"cbRulesSender"_s)->isChecked());
+        QCOMPARE(ctl<QLineEdit>(u"txtRulesSubj"_s)->text(), u"Rechnung"_s);
+        QCOMPARE(ctl<QComboBox>(u"clRulesSaveBy"_s)->currentIndex(), saveBy);
+        QCOMPARE(ctl<QComboBox>(u"clRulesSaveFormat"_s)->currentText(), saveFormatText);
+        QCOMPARE(ctl<QLineEdit>(u"txtRulesFolder"_s)->text(), folderText);
+        QCOMPARE(ctl<QLineEdit>(u"txtRulesRunApp"_s)->text(), u"xdg-open"_s);
+        QVERIFY(ctl<QCheckBox>(u"cbInform"_s)->isChecked());
+        QVERIFY(!ctl<QCheckBox>(u"cbRulesHyperlinks"_s)->isChecked());
+        QVERIFY(ctl<QRadioButton>(u"obFileExists_%1"_s.arg(option))->isChecked());
         // Loading wrote nothing: the repair of a damaged value is not a change to save.
         QVERIFY(!Rules.changed);
         QCOMPARE(int(Rules[2].FileExists), option);
@@ -149,102 +169,42 @@ class TestRulesPage : public QObject {
     }
 
     void eachControlWritesItsField_data() {
-        QTest::addColumn<QString>("control");
-        QTest::addColumn<QString>("input"); // text, answer, index; empty for a click
-        QTest::addColumn<QString>("field");
-        QTest::addColumn<QString>("value");
-        QTest::newRow("sender check") << "cbRulesSender"
-                                      << ""
-                                      << "CheckSender"
-                                      << "1";
-        QTest::newRow("recipient check") << "cbRulesRecipient"
-                                         << ""
-                                         << "CheckRecp"
-                                         << "1";
-        QTest::newRow("subject check") << "cbRulesSubj"
-                                       << ""
-                                       << "CheckSubj"
-                                       << "1";
-        QTest::newRow("format check") << "cbRulesFileFormat"
-                                      << ""
-                                      << "CheckFileFormat"
-                                      << "1";
-        QTest::newRow("delete") << "cbRulesDelAttach"
-                                << ""
-                                << "DelAttach"
-                                << "1";
-        QTest::newRow("notify") << "cbInform"
-                                << ""
-                                << "Notify"
-                                << "1";
-        QTest::newRow("links") << "cbRulesHyperlinks"
-                               << ""
-                               << "Hyperlink"
-                               << "1";
-        QTest::newRow("file exists") << "obFileExists_2"
-                                     << ""
-                                     << "FileExists"
-                                     << "2";
-        QTest::newRow("date format") << "clRulesSaveFormat"
-                                     << "3"
-                                     << "SaveFormat"
-                                     << "3";
-        QTest::newRow("save by folder") << "clRulesSaveBy"
-                                        << "4"
-                                        << "SaveBy"
-                                        << "4";
-        QTest::newRow("folder box") << "txtRulesFolder"
-                                    << "/srv/neu"
-                                    << "Folder"
-                                    << "/srv/neu";
-        QTest::newRow("folder box cuts at 200") << "txtRulesFolder"
-                                                << "/" + QString(250, u'x') << "Folder"
-                                                << "/" + QString(199, u'x');
-        QTest::newRow("application") << "txtRulesRunApp"
-                                     << "xdg-open"
-                                     << "Execute"
-                                     << "xdg-open";
-        QTest::newRow("no application") << "txtRulesRunApp"
-                                        << ""
-                                        << "Execute"
-                                        << "";
-        QTest::newRow("subject text") << "lblChooseSubj"
-                                      << "Angebot"
-                                      << "Subject"
-                                      << "Angebot";
-        QTest::newRow("format upper-cased") << "lblChooseFileFormat"
-                                            << "pdf"
-                                            << "FileFormat"
-                                            << "PDF";
-        QTest::newRow("format cut at 5") << "lblChooseFileFormat"
-                                         << "tiffxx"
-                                         << "FileFormat"
-                                         << "TIFFX";
-        QTest::newRow("sender through the dialog") << "lblChooseSender"
-                                                   << "@firma.de"
-                                                   << "Sender"
-                                                   << "@firma.de";
-        QTest::newRow("recipient through the dialog") << "lblChooseRecipient"
-                                                      << "Carl Dorn"
-                                                      << "Recipient"
-                                                      << "Carl Dorn";
-        QTest::newRow("base folder chosen") << "btnChooseFolder"
-                                            << "/srv/gewaehlt"
-                                            << "Folder"
-                                            << "/srv/gewaehlt";
-        QTest::newRow("check mark") << "lstRules"
-                                    << ""
-                                    << "Active"
-                                    << "0";
+        // clang-format off
+        Rows<FieldRow>({
+            {"sender check", u"cbRulesSender"_s, u""_s, u"CheckSender"_s, u"1"_s},
+            {"recipient check", u"cbRulesRecipient"_s, u""_s, u"CheckRecp"_s, u"1"_s},
+            {"subject check", u"cbRulesSubj"_s, u""_s, u"CheckSubj"_s, u"1"_s},
+            {"format check", u"cbRulesFileFormat"_s, u""_s, u"CheckFileFormat"_s, u"1"_s},
+            {"delete", u"cbRulesDelAttach"_s, u""_s, u"DelAttach"_s, u"1"_s},
+            {"notify", u"cbInform"_s, u""_s, u"Notify"_s, u"1"_s},
+            {"links", u"cbRulesHyperlinks"_s, u""_s, u"Hyperlink"_s, u"1"_s},
+            {"file exists", u"obFileExists_2"_s, u""_s, u"FileExists"_s, u"2"_s},
+            {"date format", u"clRulesSaveFormat"_s, u"3"_s, u"SaveFormat"_s, u"3"_s},
+            {"save by folder", u"clRulesSaveBy"_s, u"4"_s, u"SaveBy"_s, u"4"_s},
+            {"folder box", u"txtRulesFolder"_s, u"/srv/neu"_s, u"Folder"_s, u"/srv/neu"_s},
+            {"folder box cuts at 200", u"txtRulesFolder"_s, u"/"_s + QString(250, u'x'),
+             u"Folder"_s, u"/"_s + QString(199, u'x')},
+            {"application", u"txtRulesRunApp"_s, u"xdg-open"_s, u"Execute"_s, u"xdg-open"_s},
+            {"no application", u"txtRulesRunApp"_s, u""_s, u"Execute"_s, u""_s},
+            {"subject text", u"lblChooseSubj"_s, u"Angebot"_s, u"Subject"_s, u"Angebot"_s},
+            {"format upper-cased", u"lblChooseFileFormat"_s, u"pdf"_s, u"FileFormat"_s, u"PDF"_s},
+            {"format cut at 5", u"lblChooseFileFormat"_s, u"tiffxx"_s, u"FileFormat"_s, u"TIFFX"_s},
+            {"sender through the dialog", u"lblChooseSender"_s, u"@firma.de"_s, u"Sender"_s,
+             u"@firma.de"_s},
+            {"recipient through the dialog", u"lblChooseRecipient"_s, u"Carl Dorn"_s,
+             u"Recipient"_s, u"Carl Dorn"_s},
+            {"base folder chosen", u"btnChooseFolder"_s, u"/srv/gewaehlt"_s, u"Folder"_s,
+             u"/srv/gewaehlt"_s},
+            {"check mark", u"lstRules"_s, u""_s, u"Active"_s, u"0"_s},
+        });
+        // clang-format on
     }
     void eachControlWritesItsField() {
-        QFETCH(QString, control);
-        QFETCH(QString, input);
-        QFETCH(QString, field);
-        QFETCH(QString, value);
-        udtRule r = Rule(QStringLiteral("Rechnungen"));
-        r.Execute = QStringLiteral("old-program");
-        open({Rule(QStringLiteral("Other")), r});
+        QFETCH(FieldRow, row);
+        const auto& [name, control, input, field, value] = row;
+        udtRule r = Rule(u"Rechnungen"_s);
+        r.Execute = u"old-program"_s;
+        open({Rule(u"Other"_s), r});
         select(1);
         const QMap<QString, QString> before = Fields(Rules[2]);
         QObject* w = m_form->findChild<QObject*>(control);
@@ -272,38 +232,30 @@ class TestRulesPage : public QObject {
         expected[field] = value;
         QCOMPARE(Fields(Rules[2]), expected);
         QVERIFY(Rules.changed);
-        QCOMPARE(Fields(Rules[1]), Fields(Rule(QStringLiteral("Other"))));
+        QCOMPARE(Fields(Rules[1]), Fields(Rule(u"Other"_s)));
         QCOMPARE(m_user.beeps(), 0);
     }
 
     void refusedInputChangesNothing_data() {
-        QTest::addColumn<QString>("control");
-        QTest::addColumn<QString>("input");
-        QTest::addColumn<QString>("box");
-        QTest::newRow("empty folder") << "txtRulesFolder"
-                                      << ""
-                                      << "Feld darf nicht leer sein!";
-        QTest::newRow("program for a blocked format")
-            << "txtRulesRunApp"
-            << "xdg-open"
-            << "Dateien dieses Typs sind blockiert und können nicht ausgeführt oder geöffnet "
-               "werden!";
-        QTest::newRow("format with a dot") << "lblChooseFileFormat"
-                                           << ".pdf"
-                                           << "FileFormat takes a file extension without its dot, "
-                                              "such as PDF; '.PDF' is not one";
+        // clang-format off
+        Rows<RefusalRow>({
+            {"empty folder", u"txtRulesFolder"_s, u""_s, u"Feld darf nicht leer sein!"_s},
+            {"program for a blocked format", u"txtRulesRunApp"_s, u"xdg-open"_s,
+             u"Dateien dieses Typs sind blockiert und können nicht ausgeführt oder geöffnet "
+             u"werden!"_s},
+            {"format with a dot", u"lblChooseFileFormat"_s, u".pdf"_s,
+             u"FileFormat takes a file extension without its dot, such as PDF; '.PDF' is not "
+             u"one"_s},
+        });
+        // clang-format on
     }
     void refusedInputChangesNothing() {
-        QFETCH(QString, control);
-        QFETCH(QString, input);
-        QFETCH(QString, box);
-        udtBlockedFormat exe;
-        exe.Extension = QStringLiteral("EXE");
-        exe.Active = vbTrue;
-        BlockedFormats.append(exe);
-        udtRule r = Rule(QStringLiteral("Programme"));
+        QFETCH(RefusalRow, row);
+        const auto& [name, control, input, box] = row;
+        BlockedFormats.append(AddBlockedFormat(u"EXE"_s, {}, false));
+        udtRule r = Rule(u"Programme"_s);
         r.CheckFileFormat = vbTrue;
-        r.FileFormat = QStringLiteral("EXE");
+        r.FileFormat = u"EXE"_s;
         open({r});
         const QMap<QString, QString> before = Fields(Rules[1]);
         if (control.startsWith(u"lbl")) {
@@ -314,159 +266,125 @@ class TestRulesPage : public QObject {
         }
         QCOMPARE(Fields(Rules[1]), before);
         QVERIFY(!Rules.changed);
-        const auto boxes = m_user.questions(AskedQuestion::Kind::MessageBox);
-        QCOMPARE(boxes.size(), size_t(1));
-        QCOMPARE(boxes[0].prompt, box);
+        QCOMPARE(m_user.questions(AskedQuestion::Kind::MessageBox).size(), size_t(1));
+        QCOMPARE(LastPrompt(m_user, AskedQuestion::Kind::MessageBox), box);
         QCOMPARE(m_user.beeps(), 1);
     }
 
     void ruleSentence_data() {
-        QTest::addColumn<int>("lang");
-        QTest::addColumn<QString>("checks"); // sender, recipient, subject, format
-        QTest::addColumn<QStringList>("rows");
-        QTest::newRow("one criterion ends in a full stop")
-            << 0 << "1000" << QStringList{"Der Absender ist|anna@berg.example|."};
-        QTest::newRow("two join with and")
-            << 1 << "0110"
-            << QStringList{"The recipient is|Carl Dorn|and", "the subject contains|Angebot|."};
-        QTest::newRow("three in English")
-            << 1 << "1011"
-            << QStringList{"The sender is|anna@berg.example|,", "the subject contains|Angebot|and",
-                           "the attachment format is|PDF|."};
-        QTest::newRow("four, an empty field shows its placeholder")
-            << 0 << "1111"
-            << QStringList{"Der Absender ist|anna@berg.example|,",
-                           "der Empfänger ist|Empfänger wählen|,",
-                           "der Betreff enthält|Angebot|und", "der Anhang ist im Format|PDF|."};
-        QTest::newRow("none") << 1 << "0000" << QStringList{};
+        // clang-format off
+        Rows<SentenceRow>({
+            {"one criterion ends in a full stop", 0, u"1000"_s,
+             {u"Der Absender ist|anna@berg.example|."_s}},
+            {"two join with and", 1, u"0110"_s,
+             {u"The recipient is|Carl Dorn|and"_s, u"the subject contains|Angebot|."_s}},
+            {"three in English", 1, u"1011"_s,
+             {u"The sender is|anna@berg.example|,"_s, u"the subject contains|Angebot|and"_s,
+              u"the attachment format is|PDF|."_s}},
+            {"four, an empty field shows its placeholder", 0, u"1111"_s,
+             {u"Der Absender ist|anna@berg.example|,"_s, u"der Empfänger ist|Empfänger wählen|,"_s,
+              u"der Betreff enthält|Angebot|und"_s, u"der Anhang ist im Format|PDF|."_s}},
+            {"none", 1, u"0000"_s, {}},
+        });
+        // clang-format on
     }
     void ruleSentence() {
-        QFETCH(int, lang);
-        QFETCH(QString, checks);
-        QFETCH(QStringList, rows);
-        udtRule r = Rule(QStringLiteral("Satz"));
+        QFETCH(SentenceRow, row);
+        const auto& [name, lang, checks, rows] = row;
+        udtRule r = Rule(u"Satz"_s);
         r.CheckSender = ToVb(checks[0] == u'1');
         r.CheckRecp = ToVb(checks[1] == u'1');
         r.CheckSubj = ToVb(checks[2] == u'1');
         r.CheckFileFormat = ToVb(checks[3] == u'1');
-        r.Sender = QStringLiteral("anna@berg.example");
-        if (lang == 1) r.Recipient = QStringLiteral("Carl Dorn");
-        r.Subject = QStringLiteral("Angebot");
-        r.FileFormat = QStringLiteral("PDF");
+        r.Sender = u"anna@berg.example"_s;
+        if (lang == 1) r.Recipient = u"Carl Dorn"_s;
+        r.Subject = u"Angebot"_s;
+        r.FileFormat = u"PDF"_s;
         open({r}, lang);
         QCOMPARE(sentence(), rows);
-        auto* std = ctl<QLabel>(QStringLiteral("lblStdRule"));
+        auto* std = ctl<QLabel>(u"lblStdRule"_s);
         QCOMPARE(std->isVisible(), rows.isEmpty());
-        QCOMPARE(std->text(), lang ? QStringLiteral("No criterias set...")
-                                   : QStringLiteral("Keine Kriterien gesetzt..."));
+        QCOMPARE(std->text(), lang ? u"No criterias set..."_s : u"Keine Kriterien gesetzt..."_s);
         // The picture stands between the format and the closing label.
-        auto* pic = ctl<QLabel>(QStringLiteral("picFileFormat"));
+        auto* pic = ctl<QLabel>(u"picFileFormat"_s);
         QCOMPARE(pic->isVisible(), checks[3] == u'1');
         if (pic->isVisible()) {
-            QVERIFY(pic->x() >=
-                    ctl<QLabel>(QStringLiteral("lblChooseFileFormat"))->geometry().right());
-            QVERIFY(pic->geometry().right() < ctl<QLabel>(QStringLiteral("lblAND4"))->x());
+            QVERIFY(pic->x() >= ctl<QLabel>(u"lblChooseFileFormat"_s)->geometry().right());
+            QVERIFY(pic->geometry().right() < ctl<QLabel>(u"lblAND4"_s)->x());
         }
         // Unticking the first criterion takes its row away at once.
         if (checks[0] == u'1' && rows.size() > 1) {
-            ctl<QCheckBox>(QStringLiteral("cbRulesSender"))->click();
+            ctl<QCheckBox>(u"cbRulesSender"_s)->click();
             QCOMPARE(sentence().size(), rows.size() - 1);
             QVERIFY(sentence().constFirst().at(0).isUpper());
         }
     }
 
     void targetExplained_data() {
-        QTest::addColumn<int>("lang");
-        QTest::addColumn<int>("saveBy");
-        QTest::addColumn<int>("format");
-        QTest::addColumn<QStringList>("formats");
-        QTest::addColumn<QString>("info");
-        const QString today = QDate::currentDate().toString(QStringLiteral("yyyy-MM-dd"));
-        QTest::newRow("date")
-            << 0 << 0 << 1 << QStringList{"TT-MM-JJJJ", "JJJJ-MM-TT", "JJJJ-MM", "JJJJ-KW"}
-            << "Die Anhänge werden im gewählten Basisordner in Unterordner wie '" + today +
-                   "' gespeichert...";
-        QTest::newRow("date in English writes YYYY-WY")
-            << 1 << 0 << 1 << QStringList{"DD-MM-YYYY", "YYYY-MM-DD", "YYYY-MM", "YYYY-WY"}
-            << "Attachments will be saved to the chosen base folder in subfolders like '" + today +
-                   "'...";
-        QTest::newRow("sender's address")
-            << 0 << 1 << 1 << QStringList{"Absender-Name", "E-Mail-Adresse"}
-            << "Die Anhänge werden im gewählten Basisordner in Unterordner wie "
-               "'erika.mustermann#beispiel.de' gespeichert...";
-        QTest::newRow("project")
-            << 1 << 3 << 0 << QStringList{"Kunden"}
-            << "Attachments will be saved directly to the folder associated with the chosen "
-               "project...";
-        QTest::newRow("folder") << 0 << 4 << 0 << QStringList{}
-                                << "Die Anhänge werden direkt im gewählten Ordner gespeichert...";
+        const QString today = QDate::currentDate().toString(u"yyyy-MM-dd"_s);
+        // clang-format off
+        Rows<TargetRow>({
+            {"date", 0, 0, 1, {u"TT-MM-JJJJ"_s, u"JJJJ-MM-TT"_s, u"JJJJ-MM"_s, u"JJJJ-KW"_s},
+             u"Die Anhänge werden im gewählten Basisordner in Unterordner wie '"_s + today +
+                 u"' gespeichert..."_s},
+            {"date in English writes YYYY-WY", 1, 0, 1,
+             {u"DD-MM-YYYY"_s, u"YYYY-MM-DD"_s, u"YYYY-MM"_s, u"YYYY-WY"_s},
+             u"Attachments will be saved to the chosen base folder in subfolders like '"_s +
+                 today + u"'..."_s},
+            {"sender's address", 0, 1, 1, {u"Absender-Name"_s, u"E-Mail-Adresse"_s},
+             u"Die Anhänge werden im gewählten Basisordner in Unterordner wie "
+             u"'erika.mustermann#beispiel.de' gespeichert..."_s},
+            {"project", 1, 3, 0, {u"Kunden"_s},
+             u"Attachments will be saved directly to the folder associated with the chosen "
+             u"project..."_s},
+            {"folder", 0, 4, 0, {},
+             u"Die Anhänge werden direkt im gewählten Ordner gespeichert..."_s},
+        });
+        // clang-format on
     }
     void targetExplained() {
-        QFETCH(int, lang);
-        QFETCH(int, saveBy);
-        QFETCH(int, format);
-        QFETCH(QStringList, formats);
-        QFETCH(QString, info);
-        AddProject_(QStringLiteral("Kunden"), QStringLiteral("/srv/kunden"));
-        udtRule r = Rule(QStringLiteral("Ziel"), static_cast<int16_t>(saveBy),
-                         saveBy == 3 ? QStringLiteral("Kunden") : QStringLiteral("/srv/ablage"));
+        QFETCH(TargetRow, row);
+        const auto& [name, lang, saveBy, format, formats, info] = row;
+        Projects.append(MakeProject(u"Kunden"_s, u"/srv/kunden"_s));
+        udtRule r = Rule(u"Ziel"_s, static_cast<int16_t>(saveBy),
+                         saveBy == 3 ? u"Kunden"_s : u"/srv/ablage"_s);
         r.SaveFormat = static_cast<int16_t>(format);
         open({r}, lang);
-        auto* combo = ctl<QComboBox>(QStringLiteral("clRulesSaveFormat"));
-        QStringList items;
-        for (int i = 0; i < combo->count(); ++i)
-            items << combo->itemText(i);
-        QCOMPARE(items, formats);
-        QCOMPARE(ctl<QLabel>(QStringLiteral("lblSaveInfos"))->text(), info);
+        auto* combo = ctl<QComboBox>(u"clRulesSaveFormat"_s);
+        QCOMPARE(Texts(combo), formats);
+        QCOMPARE(ctl<QLabel>(u"lblSaveInfos"_s)->text(), info);
         QCOMPARE(combo->isVisible(), saveBy != 4);
-        QCOMPARE(ctl<QToolButton>(QStringLiteral("btnEditProjects"))->isVisible(), saveBy == 3);
-        QCOMPARE(ctl<QLineEdit>(QStringLiteral("txtRulesFolder"))->isEnabled(), saveBy != 3);
+        QCOMPARE(ctl<QToolButton>(u"btnEditProjects"_s)->isVisible(), saveBy == 3);
+        QCOMPARE(ctl<QLineEdit>(u"txtRulesFolder"_s)->isEnabled(), saveBy != 3);
     }
 
     void listEdits_data() {
-        QTest::addColumn<QString>("action");
-        QTest::addColumn<QString>("answer");
-        QTest::addColumn<int>("row"); // selected before
-        QTest::addColumn<QStringList>("names");
-        QTest::addColumn<int>("selected");
-        QTest::addColumn<int>("beeps");
-        QTest::addColumn<bool>("changed");
-        const QStringList abc{"A", "B", "C"};
-        QTest::newRow("add selects the new rule")
-            << "btnRulesAdd"
-            << "Neu" << 0 << QStringList{"A", "B", "C", "Neu"} << 3 << 0 << true;
-        QTest::newRow("add of a name in other case selects the existing rule")
-            << "btnRulesAdd"
-            << "b" << 0 << abc << 1 << 1 << false;
-        QTest::newRow("add of 120 characters keeps 100 and selects the first")
-            << "btnRulesAdd" << QString(120, u'x') << 2
-            << QStringList{"A", "B", "C", QString(100, u'x')} << 0 << 0 << true;
-        QTest::newRow("rename may repeat a name")
-            << "btnRuleEdit"
-            << "A" << 2 << QStringList{"A", "B", "A"} << 2 << 1 << true;
-        QTest::newRow("delete the last selects the new last")
-            << "btnRulesDel"
-            << "" << 2 << QStringList{"A", "B"} << 1 << 1 << true;
-        QTest::newRow("delete in the middle keeps the place")
-            << "btnRulesDel"
-            << "" << 0 << QStringList{"B", "C"} << 0 << 1 << true;
-        QTest::newRow("move down") << "spnUpDownDown"
-                                   << "" << 0 << QStringList{"B", "A", "C"} << 1 << 0 << true;
-        QTest::newRow("move the first up beeps") << "spnUpDownUp"
-                                                 << "" << 0 << abc << 0 << 1 << false;
-        QTest::newRow("move the last down beeps") << "spnUpDownDown"
-                                                  << "" << 2 << abc << 2 << 1 << false;
+        const QStringList abc{u"A"_s, u"B"_s, u"C"_s};
+        // clang-format off
+        Rows<ListRow>({
+            {"add selects the new rule", u"btnRulesAdd"_s, u"Neu"_s, 0,
+             {u"A"_s, u"B"_s, u"C"_s, u"Neu"_s}, 3, 0, true},
+            {"add of a name in other case selects the existing rule", u"btnRulesAdd"_s, u"b"_s, 0,
+             abc, 1, 1, false},
+            {"add of 120 characters keeps 100 and selects the first", u"btnRulesAdd"_s,
+             QString(120, u'x'), 2, {u"A"_s, u"B"_s, u"C"_s, QString(100, u'x')}, 0, 0, true},
+            {"rename may repeat a name", u"btnRuleEdit"_s, u"A"_s, 2, {u"A"_s, u"B"_s, u"A"_s}, 2,
+             1, true},
+            {"delete the last selects the new last", u"btnRulesDel"_s, u""_s, 2, {u"A"_s, u"B"_s},
+             1, 1, true},
+            {"delete in the middle keeps the place", u"btnRulesDel"_s, u""_s, 0, {u"B"_s, u"C"_s},
+             0, 1, true},
+            {"move down", u"spnUpDownDown"_s, u""_s, 0, {u"B"_s, u"A"_s, u"C"_s}, 1, 0, true},
+            {"move the first up beeps", u"spnUpDownUp"_s, u""_s, 0, abc, 0, 1, false},
+            {"move the last down beeps", u"spnUpDownDown"_s, u""_s, 2, abc, 2, 1, false},
+        });
+        // clang-format on
     }
     void listEdits() {
-        QFETCH(QString, action);
-        QFETCH(QString, answer);
-        QFETCH(int, row);
-        QFETCH(QStringList, names);
-        QFETCH(int, selected);
-        QFETCH(int, beeps);
-        QFETCH(bool, changed);
-        open({Rule(QStringLiteral("A")), Rule(QStringLiteral("B")), Rule(QStringLiteral("C"))});
-        select(row);
+        QFETCH(ListRow, row);
+        const auto& [name, action, answer, start, names, selected, beeps, changed] = row;
+        open({Rule(u"A"_s), Rule(u"B"_s), Rule(u"C"_s)});
+        select(start);
         if (!answer.isEmpty()) m_user.answerText(answer);
         ctl<QToolButton>(action)->click();
         QCOMPARE(RuleNames(), names);
@@ -479,18 +397,17 @@ class TestRulesPage : public QObject {
             QVERIFY(IsTrue(added.Active));
             QCOMPARE(added.Folder.get(), GetSpecialFolder(Csidl::Personal));
         }
-        if (action == u"btnRuleEdit") QCOMPARE(list()->item(row)->text(), answer);
+        if (action == u"btnRuleEdit") QCOMPARE(list()->item(start)->text(), answer);
     }
 
     void deletingTheOnlyRuleSelectsNothing() {
-        open({Rule(QStringLiteral("Einzige"))});
-        ctl<QToolButton>(QStringLiteral("btnRulesDel"))->click();
+        open({Rule(u"Einzige"_s)});
+        ctl<QToolButton>(u"btnRulesDel"_s)->click();
         QCOMPARE(Rules.count(), int16_t(0));
         QCOMPARE(list()->currentRow(), -1);
-        QCOMPARE(ctl<QGroupBox>(QStringLiteral("frRuleOptions"))->title(),
-                 QStringLiteral("Einstellungen für 'Einzige':"));
+        QCOMPARE(ctl<QGroupBox>(u"frRuleOptions"_s)->title(), u"Einstellungen für 'Einzige':"_s);
         // The editor's clicks now beep and write nothing.
-        ctl<QCheckBox>(QStringLiteral("cbInform"))->click();
+        ctl<QCheckBox>(u"cbInform"_s)->click();
         QCOMPARE(m_user.beeps(), 2);
     }
 
@@ -504,20 +421,18 @@ class TestRulesPage : public QObject {
         QFETCH(bool, withProject);
         QFETCH(QString, folder);
         if (withProject) {
-            AddProject_(QStringLiteral("Kunden"), QStringLiteral("/srv/kunden"));
-            AddProject_(QStringLiteral("Lieferanten"), QStringLiteral("/srv/lief"));
+            Projects.append(MakeProject(u"Kunden"_s, u"/srv/kunden"_s));
+            Projects.append(MakeProject(u"Lieferanten"_s, u"/srv/lief"_s));
         }
-        open({Rule(QStringLiteral("Projektregel"))});
-        ctl<QComboBox>(QStringLiteral("clRulesSaveBy"))->setCurrentIndex(3);
+        open({Rule(u"Projektregel"_s)});
+        ctl<QComboBox>(u"clRulesSaveBy"_s)->setCurrentIndex(3);
         QCOMPARE(Rules[1].SaveBy, SaveBy::Project);
         QCOMPARE(Rules[1].Folder.get(), folder);
         if (!withProject) return;
-        QCOMPARE(ctl<QLineEdit>(QStringLiteral("txtRulesFolder"))->text(),
-                 QStringLiteral("/srv/kunden"));
-        ctl<QComboBox>(QStringLiteral("clRulesSaveFormat"))->setCurrentIndex(1);
-        QCOMPARE(Rules[1].Folder.get(), QStringLiteral("Lieferanten"));
-        QCOMPARE(ctl<QLineEdit>(QStringLiteral("txtRulesFolder"))->text(),
-                 QStringLiteral("/srv/lief"));
+        QCOMPARE(ctl<QLineEdit>(u"txtRulesFolder"_s)->text(), u"/srv/kunden"_s);
+        ctl<QComboBox>(u"clRulesSaveFormat"_s)->setCurrentIndex(1);
+        QCOMPARE(Rules[1].Folder.get(), u"Lieferanten"_s);
+        QCOMPARE(ctl<QLineEdit>(u"txtRulesFolder"_s)->text(), u"/srv/lief"_s);
     }
 
     void checkRuleAsksPerAttachment_data() {
@@ -538,34 +453,28 @@ class TestRulesPage : public QObject {
         QFETCH(QString, report);
         FakeMailSession session;
         SetMailSession(&session);
-        FakeFolderPtr store = session.addStore(QStringLiteral("Maildir"), QStringLiteral("/mail"));
-        FakeFolderPtr inbox = store->addFolder(QStringLiteral("Inbox"));
+        FakeFolderPtr store = session.addStore(u"Maildir"_s, u"/mail"_s);
+        FakeFolderPtr inbox = store->addFolder(u"Inbox"_s);
         FakeMessageData data;
-        data.subject = QStringLiteral("Drei Anhänge");
-        data.senderName = QStringLiteral("Anna Berg");
-        data.senderAddress = QStringLiteral("anna@berg.example");
+        data.subject = u"Drei Anhänge"_s;
+        data.senderName = u"Anna Berg"_s;
+        data.senderAddress = u"anna@berg.example"_s;
         FakeMessagePtr mail = inbox->addMessage(data);
         for (const char* name : {"a.pdf", "b.pdf", "c.pdf"})
             mail->addAttachment(QLatin1String(name), "x");
-        udtWatchFolder wf;
-        wf.Active = vbTrue;
-        wf.Name = QStringLiteral("Inbox");
-        wf.EntryID = inbox->EntryID().value;
-        wf.StoreID = inbox->StoreID().value;
-        WatchFolders.append(wf);
-        open({Rule(QStringLiteral("Alles"), SaveBy::Folder)});
-        auto* folders = ctl<QComboBox>(QStringLiteral("clFoldersCheckRule"));
+        WatchFolders.append(WatchOf(inbox));
+        open({Rule(u"Alles"_s, SaveBy::Folder)});
+        auto* folders = ctl<QComboBox>(u"clFoldersCheckRule"_s);
         folders->clear();
-        folders->addItem(QStringLiteral("Inbox"));
+        folders->addItem(u"Inbox"_s);
         folders->setCurrentIndex(folderRow);
         for (int a : answers)
             m_user.answerMsgBoxEx(a);
-        ctl<QPushButton>(QStringLiteral("btnCheckRule"))->click();
+        ctl<QPushButton>(u"btnCheckRule"_s)->click();
         const auto questions = m_user.questions(AskedQuestion::Kind::MsgBoxEx);
         QCOMPARE(int(questions.size()), asked);
-        if (asked > 0) QVERIFY(questions[0].prompt.contains(QStringLiteral("/srv/ablage/a.pdf")));
-        const auto boxes = m_user.questions(AskedQuestion::Kind::MessageBox);
-        QCOMPARE(boxes.empty() ? QString() : boxes.back().prompt, report);
+        if (asked > 0) QVERIFY(questions[0].prompt.contains(u"/srv/ablage/a.pdf"_s));
+        QCOMPARE(LastPrompt(m_user, AskedQuestion::Kind::MessageBox), report);
         QCOMPARE(m_user.beeps(), 1);
         // The check writes nothing.
         QCOMPARE(mail->stored.mileage, QString());
@@ -575,11 +484,10 @@ class TestRulesPage : public QObject {
     // The dialog's edit reaches the data file at the program's end, at the offsets of the
     // record layout.
     void editedRuleLandsInTheDataFile() {
-        QDir().mkpath(QFileInfo(DataFilePath(QStringLiteral(".rls"))).path());
-        QVERIFY(WriteAll(DataFilePath(QStringLiteral(".rls")), {}));
+        QDir().mkpath(QFileInfo(DataFilePath(u".rls"_s)).path());
+        QVERIFY(WriteAll(DataFilePath(u".rls"_s), {}));
         auto session = std::make_shared<FakeMailSession>();
-        session->addStore(QStringLiteral("Maildir"), QStringLiteral("/mail"))
-            ->addFolder(QStringLiteral("Inbox"));
+        session->addStore(u"Maildir"_s, u"/mail"_s)->addFolder(u"Inbox"_s);
         HostEnvironment host;
         host.openSession = [session] { return Result<std::shared_ptr<MailSession>>{session, {}}; };
         OnConnection(host);
@@ -588,15 +496,15 @@ class TestRulesPage : public QObject {
         m_form->Form_Load();
         m_form->show();
         m_form->showTab(1);
-        m_user.answerText(QStringLiteral("Rechnungen März"));
-        ctl<QToolButton>(QStringLiteral("btnRulesAdd"))->click();
-        m_user.answerText(QStringLiteral("Angebot €"));
-        ctl<QCheckBox>(QStringLiteral("cbRulesSubj"))->click();
-        clickLabel(QStringLiteral("lblChooseSubj"));
-        ctl<QComboBox>(QStringLiteral("clRulesSaveBy"))->setCurrentIndex(1);
-        ctl<QComboBox>(QStringLiteral("clRulesSaveFormat"))->setCurrentIndex(1);
-        ctl<QRadioButton>(QStringLiteral("obFileExists_2"))->click();
-        ctl<QCheckBox>(QStringLiteral("cbRulesHyperlinks"))->click();
+        m_user.answerText(u"Rechnungen März"_s);
+        ctl<QToolButton>(u"btnRulesAdd"_s)->click();
+        m_user.answerText(u"Angebot €"_s);
+        ctl<QCheckBox>(u"cbRulesSubj"_s)->click();
+        clickLabel(u"lblChooseSubj"_s);
+        ctl<QComboBox>(u"clRulesSaveBy"_s)->setCurrentIndex(1);
+        ctl<QComboBox>(u"clRulesSaveFormat"_s)->setCurrentIndex(1);
+        ctl<QRadioButton>(u"obFileExists_2"_s)->click();
+        ctl<QCheckBox>(u"cbRulesHyperlinks"_s)->click();
         m_form.reset();
         OnDisconnection();
         const QByteArray expected =
@@ -609,16 +517,8 @@ class TestRulesPage : public QObject {
                           {519, Padded(GetSpecialFolder(Csidl::Personal).toUtf8(), 200)},
                           {719, QByteArray(1, '\x02')},
                           {1023, Le16(-1)}});
-        QCOMPARE(ReadAll(DataFilePath(QStringLiteral(".rls"))), expected);
+        QCOMPARE(ReadAll(DataFilePath(u".rls"_s)), expected);
         SetMailSession(nullptr);
-    }
-
-  private:
-    static void AddProject_(const QString& name, const QString& folder) {
-        udtProject p;
-        p.Name = name;
-        p.Folder = folder;
-        Projects.append(p);
     }
 };
 

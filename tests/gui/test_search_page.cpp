@@ -4,19 +4,14 @@
 #include "gui_test.h"
 
 #include "common/dates.h"
-#include "dialogs/models/found_files_model.h"
 #include "dialogs/options/frm_stowaway.h"
 #include "dialogs/options/search_page.h"
 
 #include <QLabel>
 #include <QLineEdit>
-#include <QListWidget>
 #include <QLocale>
-#include <QTemporaryDir>
 #include <QToolButton>
 #include <QTreeView>
-
-using namespace Qt::StringLiterals;
 
 namespace {
 void Write(const QString& path, qint64 size) {
@@ -26,20 +21,33 @@ void Write(const QString& path, qint64 size) {
     QVERIFY(f.resize(size)); // sparse: a file past 4 GB costs nothing
 }
 
-udtRule Rule(int16_t saveBy, const QString& folder) {
-    udtRule rule;
-    rule.Active = vbTrue;
-    rule.SaveBy = saveBy;
-    rule.Folder = folder;
-    return rule;
-}
-
-QStringList Column(const QAbstractItemModel* model, int column) {
-    QStringList texts;
-    for (int r = 0; r < model->rowCount(); ++r)
-        texts << model->index(r, column).data().toString();
-    return texts;
-}
+struct LangRow {
+    const char* name;
+    int lang;
+    QString walkUp, size, dates; // dates: "prefix|rest"
+};
+struct SearchRow {
+    const char* name;
+    QString mask;
+    QStringList found; // below the folder A
+};
+struct ButtonRow {
+    const char* name;
+    QString file, button;
+    QString opened; // below A; "!" and a text: a box with that text
+};
+struct ProtoRow {
+    const char* name;
+    int lang;
+    QString file, facts, senderTip;
+};
+struct SendRow {
+    const char* name;
+    QStringList ticked; // names in lvFiles; "found:" a search result
+    QByteArray exitCode;
+    QString prompt;
+    QStringList attached; // below A
+};
 } // namespace
 
 class TestSearchPage : public QObject {
@@ -48,14 +56,15 @@ class TestSearchPage : public QObject {
     void initTestCase() {
         QLocale::setDefault(QLocale::c());
         // A mail program that writes down what it was asked, and fails when told to.
-        m_bin = m_binDir.path();
-        QFile script(m_bin + u"/xdg-email"_s);
+        QFile script(m_binDir.path() + u"/xdg-email"_s);
         QVERIFY(script.open(QIODevice::WriteOnly));
         script.write("#!/bin/sh\nprintf '%s\\n' \"$@\" > \"$XDG_EMAIL_LOG\"\n"
                      "exit \"${XDG_EMAIL_EXIT:-0}\"\n");
         script.close();
         script.setPermissions(script.permissions() | QFileDevice::ExeUser);
-        qputenv("PATH", (m_bin + u":"_s).toLocal8Bit() + qgetenv("PATH"));
+        qputenv("PATH", (m_binDir.path() + u":"_s).toLocal8Bit() + qgetenv("PATH"));
+        m_log = m_binDir.path() + u"/xdg-email.log"_s;
+        qputenv("XDG_EMAIL_LOG", m_log.toLocal8Bit());
     }
     void init() {
         TestEnv::resetAll();
@@ -69,49 +78,70 @@ class TestSearchPage : public QObject {
         Write(m_a + u"/Sub.dir/inner.pdf"_s, 1);
         Write(m_a + u"/Sub2/deep.pdf"_s, 1);
         Write(m_a + u"/Sub2/.secret/x.pdf"_s, 1);
-        m_log = m_bin + u"/xdg-email.log"_s;
         QFile::remove(m_log);
-        qputenv("XDG_EMAIL_LOG", m_log.toLocal8Bit());
         qunsetenv("XDG_EMAIL_EXIT");
-        Rules.assign({Rule(SaveBy::Folder, m_a), Rule(SaveBy::Date, m_a.toUpper()),
-                      Rule(SaveBy::Project, u"Proj"_s), Rule(SaveBy::Project, u"Gone"_s),
-                      Rule(SaveBy::Folder, m_a)});
-        udtProject project;
-        project.Name = u"PROJ"_s;
-        project.Folder = TestEnv::home() + u"/Targets/P/not yet"_s;
-        Projects.assign({project});
+        Rules.assign({MakeRule({}, SaveBy::Folder, m_a), MakeRule({}, SaveBy::Date, m_a.toUpper()),
+                      MakeRule({}, SaveBy::Project, u"Proj"_s),
+                      MakeRule({}, SaveBy::Project, u"Gone"_s), MakeRule({}, SaveBy::Folder, m_a)});
+        Projects.assign({MakeProject(u"PROJ"_s, TestEnv::home() + u"/Targets/P/not yet"_s)});
         m_form = std::make_unique<frmStowaway>();
     }
     void cleanup() { m_form.reset(); }
 
-    void folderListAndWalkUp_data() {
-        QTest::addColumn<int>("lang");
-        QTest::addColumn<QString>("message");
-        QTest::newRow("de") << 0
-                            << "Mindestens ein Ordner wurde nicht im angegebenen Pfad gefunden:\n"
-                               "%1\nVermutlich ist der Pfad einer Regel zugeordnet, aber es "
-                               "wurden noch keine Dateien darin gespeichert...";
-        QTest::newRow("en") << 1
-                            << "At least one folder not found in specified path:\n%1\nProbably "
-                               "the path is assigned to a rule but 'til now there are no files "
-                               "saved to it...";
+    void folderListWalkUpAndFileFacts_data() {
+        Rows<LangRow>(
+            {{"de", 0,
+              u"Mindestens ein Ordner wurde nicht im angegebenen Pfad gefunden:\n%1\nVermutlich "
+              u"ist der Pfad einer Regel zugeordnet, aber es wurden noch keine Dateien darin "
+              u"gespeichert..."_s,
+              u"Größe: 5,000,000,000 Bytes"_s,
+              u"Angelegt: |, Letzter Zugriff: %1, Letzte Änderung: %1"_s},
+             {"en", 1,
+              u"At least one folder not found in specified path:\n%1\nProbably the path is "
+              u"assigned to a rule but 'til now there are no files saved to it..."_s,
+              u"Size: 5,000,000,000 Bytes"_s,
+              u"Created: |, Last accessed: %1, Last edited: %1"_s}});
     }
-    void folderListAndWalkUp() {
-        QFETCH(int, lang);
-        QFETCH(QString, message);
-        SearchPage* page = open(lang);
+    void folderListWalkUpAndFileFacts() {
+        QFETCH(LangRow, row);
+        Write(m_a + u"/huge.iso"_s, 5'000'000'000LL);
+        const QDateTime stamp(QDate(2024, 3, 15), QTime(10, 30));
+        QFile huge(m_a + u"/huge.iso"_s);
+        QVERIFY(huge.open(QIODevice::ReadWrite));
+        for (auto kind : {QFileDevice::FileAccessTime, QFileDevice::FileModificationTime})
+            QVERIFY(huge.setFileTime(stamp, kind));
+        huge.close();
+        SearchPage* page = open(row.lang);
         // The same folder in other case once; the deleted project's rule gives nothing.
-        QStringList items;
-        for (int i = 0; i < page->lstStowawayFolders->count(); ++i)
-            items << page->lstStowawayFolders->item(i)->text();
         const QString missing = TestEnv::home() + u"/Targets/P/not yet"_s;
-        QCOMPARE(items, (QStringList{m_a, missing}));
+        QCOMPARE(Texts(page->lstStowawayFolders), (QStringList{m_a, missing}));
         QCOMPARE(page->currentFolder(), m_a);
+        // The hidden folder list box holds the folder: the folders down to it, its subfolders.
+        QVERIFY(page->Dir1->isHidden());
+        QCOMPARE(page->Dir1->currentItem()->text(), m_a);
+        QCOMPARE(Texts(page->Dir1).mid(page->Dir1->currentRow()),
+                 (QStringList{m_a, m_a + u"/Sub.dir"_s, m_a + u"/Sub2"_s}));
         QVERIFY(m_user.questions().empty());
+
+        // All four facts of a file, and none of them left over from it on the upward entry.
+        select(page, u"huge.iso"_s);
+        // The creation time is the file system's own; the other two are set above.
+        const QString dates = page->lblSearchFileInfos[3]->text();
+        QVERIFY2(dates.startsWith(row.dates.section(u'|', 0, 0)), qPrintable(dates));
+        QVERIFY2(dates.endsWith(row.dates.section(u'|', 1).arg(
+                     FormatDate(DateToOle(stamp), u"General Date"_s))),
+                 qPrintable(dates));
+        QCOMPARE(page->lblSearchFileInfos[2]->text(), row.size);
+        QCOMPARE(page->lblSearchFileInfos[0]->toolTip(), row.size + u", "_s + dates);
+        QCOMPARE(page->lblSearchFileInfos[1]->text(),
+                 row.lang ? u"Nothing recorded..."_s : u"Nichts protokolliert..."_s);
+        select(page, u".."_s);
+        QVERIFY(page->lblSearchFileInfos[2]->text() != row.size);
+
         page->lstStowawayFolders->setCurrentRow(1);
         QCOMPARE(page->currentFolder(), TestEnv::home() + u"/Targets"_s);
-        QCOMPARE(m_user.questions().size(), size_t(1));
-        QCOMPARE(m_user.questions().front().prompt, message.arg(missing));
+        QCOMPARE(page->Dir1->currentItem()->text(), page->currentFolder());
+        QCOMPARE(LastPrompt(m_user), row.walkUp.arg(missing));
     }
 
     void fileList() {
@@ -120,48 +150,46 @@ class TestSearchPage : public QObject {
         const QAbstractItemModel* model = page->lvFiles->model();
         // Up, folders, files, each sorted; hidden files never; an empty file is 1 Kb; sizes
         // past 4 GB.
-        QCOMPARE(Column(model, 0), (QStringList{u".."_s, u"Sub.dir"_s, u"Sub2"_s, u"a.txt"_s,
-                                                u"b.pdf"_s, u"huge.iso"_s, u"noext"_s}));
-        QCOMPARE(Column(model, 2), (QStringList{QString(), QString(), QString(), u"3 Kb"_s,
-                                                u"1 Kb"_s, u"4,882,813 Kb"_s, u"1 Kb"_s}));
+        QCOMPARE(Texts(model), (QStringList{u".."_s, u"Sub.dir"_s, u"Sub2"_s, u"a.txt"_s,
+                                            u"b.pdf"_s, u"huge.iso"_s, u"noext"_s}));
+        QCOMPARE(Texts(model, 2), (QStringList{QString(), QString(), QString(), u"3 Kb"_s,
+                                               u"1 Kb"_s, u"4,882,813 Kb"_s, u"1 Kb"_s}));
         QCOMPARE(model->index(3, 0).data(Qt::ToolTipRole).toString(), m_a + u"/a.txt"_s);
         QVERIFY(!model->index(3, 1).data().toString().isEmpty());
-        select(page, u"huge.iso"_s);
-        QVERIFY(page->lblSearchFileInfos[0]->toolTip().startsWith(
-            u"Size: 5,000,000,000 Bytes, Created: "_s));
         // Into a folder and back up.
         page->lvFiles->doubleClicked(model->index(2, 0));
         QCOMPARE(page->currentFolder(), m_a + u"/Sub2"_s);
-        QCOMPARE(Column(model, 0), (QStringList{u".."_s, u"deep.pdf"_s}));
+        QCOMPARE(Texts(model), (QStringList{u".."_s, u"deep.pdf"_s}));
         page->lvFiles->doubleClicked(model->index(0, 0));
         QCOMPARE(page->currentFolder(), m_a);
     }
 
     void search_data() {
-        QTest::addColumn<QString>("mask");
-        QTest::addColumn<QStringList>("found"); // below the folder A
-        QTest::newRow("a mask over the subfolders")
-            << "*.PDF" << QStringList{u"/Sub.dir/inner.pdf"_s, u"/Sub2/deep.pdf"_s, u"/b.pdf"_s};
-        QTest::newRow("a whole name") << "deep.pdf" << QStringList{u"/Sub2/deep.pdf"_s};
-        QTest::newRow("a word is no mask") << "deep" << QStringList{};
-        QTest::newRow("hidden files are never found") << "x.pdf" << QStringList{};
+        // clang-format off
+        Rows<SearchRow>({
+            {"a mask over the subfolders", u"*.PDF"_s,
+             {u"/Sub.dir/inner.pdf"_s, u"/Sub2/deep.pdf"_s, u"/b.pdf"_s}},
+            {"a whole name", u"deep.pdf"_s, {u"/Sub2/deep.pdf"_s}},
+            {"a word is no mask", u"deep"_s, {}},
+            {"hidden files are never found", u"x.pdf"_s, {}},
+        });
+        // clang-format on
     }
     void search() {
-        QFETCH(QString, mask);
-        QFETCH(QStringList, found);
+        QFETCH(SearchRow, row);
         SearchPage* page = open(0);
-        page->txtSearch->setText(mask);
+        page->txtSearch->setText(row.mask);
         page->btnSearch->click();
-        if (found.isEmpty()) {
-            QCOMPARE(m_user.questions().back().prompt, u"Keine passenden Anhänge gefunden!"_s);
+        if (row.found.isEmpty()) {
+            QCOMPARE(LastPrompt(m_user), u"Keine passenden Anhänge gefunden!"_s);
             QVERIFY(page->lstFoundFiles->isHidden());
             return;
         }
         QStringList paths;
-        for (int i = 0; i < page->lstFoundFiles->count(); ++i)
-            paths << page->lstFoundFiles->item(i)->text().mid(m_a.size());
+        for (const QString& path : Texts(page->lstFoundFiles))
+            paths << path.mid(m_a.size());
         paths.sort();
-        QCOMPARE(paths, found);
+        QCOMPARE(paths, row.found);
         QVERIFY(page->lvFiles->isHidden());
         QCOMPARE(page->selectedPath(), page->lstFoundFiles->item(0)->text());
         page->btnSearchBack->click();
@@ -171,75 +199,47 @@ class TestSearchPage : public QObject {
     }
 
     void buttons_data() {
-        QTest::addColumn<QString>("name");
-        QTest::addColumn<QString>("button");
-        QTest::addColumn<QString>("opened"); // below A; "!" and a text: a box with that text
-        QTest::newRow("view a file") << "a.txt"
-                                     << "btnSearchView"
-                                     << "/a.txt";
-        QTest::newRow("a file without extension is taken for a folder") << "noext"
-                                                                        << "btnSearchOpenFolder"
-                                                                        << "/noext";
-        QTest::newRow("the folder of a file") << "a.txt"
-                                              << "btnSearchOpenFolder"
-                                              << "";
-        QTest::newRow("a folder with a dot is taken for a file") << "Sub.dir"
-                                                                 << "btnSearchOpenFolder"
-                                                                 << "";
-        QTest::newRow("the upward entry opens the folder") << ".."
-                                                           << "btnSearchView"
-                                                           << "";
-        QTest::newRow("a blocked type") << "b.pdf"
-                                        << "btnSearchView"
-                                        << "!Dateien dieses Typs sind blockiert und können "
-                                           "nicht geöffnet werden!";
-        QTest::newRow("rename") << "a.txt"
-                                << "btnSearchRenFile"
-                                << "!Keine Datei markiert!";
-        QTest::newRow("delete") << "a.txt"
-                                << "btnSearchDelFile"
-                                << "!Keine Datei markiert!";
+        const QString none = u"!Keine Datei markiert!"_s;
+        Rows<ButtonRow>(
+            {{"view a file", u"a.txt"_s, u"btnSearchView"_s, u"/a.txt"_s},
+             {"a file without extension is taken for a folder", u"noext"_s,
+              u"btnSearchOpenFolder"_s, u"/noext"_s},
+             {"the folder of a file", u"a.txt"_s, u"btnSearchOpenFolder"_s, u""_s},
+             {"a folder with a dot is taken for a file", u"Sub.dir"_s, u"btnSearchOpenFolder"_s,
+              u""_s},
+             {"the upward entry opens the folder", u".."_s, u"btnSearchView"_s, u""_s},
+             {"a blocked type", u"b.pdf"_s, u"btnSearchView"_s,
+              u"!Dateien dieses Typs sind blockiert und können nicht geöffnet werden!"_s},
+             {"rename", u"a.txt"_s, u"btnSearchRenFile"_s, none},
+             {"delete", u"a.txt"_s, u"btnSearchDelFile"_s, none}});
     }
     void buttons() {
-        QFETCH(QString, name);
-        QFETCH(QString, button);
-        QFETCH(QString, opened);
-        udtBlockedFormat pdf;
-        pdf.Active = vbTrue;
-        pdf.Extension = u"PDF"_s;
-        BlockedFormats.assign({pdf});
+        QFETCH(ButtonRow, row);
+        BlockedFormats.assign({AddBlockedFormat(u"PDF"_s, {}, false)});
         SearchPage* page = open(0);
-        select(page, name);
-        page->findChild<QToolButton*>(button)->click();
-        if (opened.startsWith(u'!')) {
-            QCOMPARE(m_user.questions().back().prompt, opened.mid(1));
+        select(page, row.file);
+        Child<QToolButton>(page, row.button)->click();
+        if (row.opened.startsWith(u'!')) {
+            QCOMPARE(LastPrompt(m_user), row.opened.mid(1));
             QVERIFY(m_user.opened().isEmpty());
         } else {
-            QCOMPARE(m_user.opened(), QStringList{m_a + opened});
+            QCOMPARE(m_user.opened(), QStringList{m_a + row.opened});
         }
         QVERIFY(QFileInfo::exists(m_a + u"/a.txt"_s));
     }
 
     void protocolFacts_data() {
-        QTest::addColumn<int>("lang");
-        QTest::addColumn<QString>("name");
-        QTest::addColumn<QString>("facts");
-        QTest::addColumn<QString>("senderTip");
-        QTest::newRow("de") << 0 << "a.txt"
-                            << "Empfangen am 15.03.2024 von Anna Berg"
-                            << "Anna Berg (anna@berg.example)";
-        QTest::newRow("en") << 1 << "a.txt"
-                            << "Received on %1 from Anna Berg"
-                            << "Anna Berg (anna@berg.example)";
-        QTest::newRow("nothing recorded") << 0 << "noext"
-                                          << "Nichts protokolliert..."
-                                          << "";
+        const QString anna = u"Anna Berg (anna@berg.example)"_s;
+        // clang-format off
+        Rows<ProtoRow>({
+            {"de", 0, u"a.txt"_s, u"Empfangen am 15.03.2024 von Anna Berg"_s, anna},
+            {"en", 1, u"a.txt"_s, u"Received on %1 from Anna Berg"_s, anna},
+            {"nothing recorded", 0, u"noext"_s, u"Nichts protokolliert..."_s, u""_s},
+        });
+        // clang-format on
     }
     void protocolFacts() {
-        QFETCH(int, lang);
-        QFETCH(QString, name);
-        QFETCH(QString, facts);
-        QFETCH(QString, senderTip);
+        QFETCH(ProtoRow, row);
         // Newest first: the first match wins, compared in lower case.
         udtProtoEntry newer;
         newer.Date = DateToOle(QDateTime(QDate(2024, 3, 15), QTime(10, 0)));
@@ -252,13 +252,14 @@ class TestSearchPage : public QObject {
         ProtoEntries[1].Attachment = u"a.txt"_s;
         ProtoEntries[1].Folder = u"/elsewhere"_s;
         m_form->InitProtoList();
-        SearchPage* page = open(lang);
-        select(page, name);
+        SearchPage* page = open(row.lang);
+        select(page, row.file);
         // The long date in the language's own form.
         QCOMPARE(page->lblSearchFileInfos[1]->text(),
-                 facts.replace(u"%1"_s, FormatDate(newer.Date, u"Long Date"_s)));
-        QCOMPARE(page->lblSearchFileInfos[1]->toolTip(), senderTip);
-        QCOMPARE(page->lblSearchFileInfos[0]->text(), page->AdjustedPath(m_a + u'/' + name));
+                 row.facts.replace(u"%1"_s, FormatDate(newer.Date, u"Long Date"_s)));
+        QCOMPARE(page->lblSearchFileInfos[1]->toolTip(), row.senderTip);
+        QCOMPARE(m_form->currentTab(), 2);
+        QCOMPARE(page->lblSearchFileInfos[0]->text(), page->AdjustedPath(m_a + u'/' + row.file));
     }
 
     void adjustedPathKeepsBothEnds() {
@@ -274,56 +275,48 @@ class TestSearchPage : public QObject {
     }
 
     void send_data() {
-        QTest::addColumn<QStringList>("ticked"); // names in lvFiles; "found:" a search result
-        QTest::addColumn<QString>("exitCode");
-        QTest::addColumn<QString>("prompt");
-        QTest::addColumn<QStringList>("arguments");
-        const QString subject = u"Weitergeleitete Anhänge..."_s;
-        QTest::newRow("two files")
-            << QStringList{u"b.pdf"_s, u"a.txt"_s} << "0"
-            << "" << QStringList{u"--subject"_s, subject,       u"--attach"_s,
-                                 u"%1/a.txt"_s,  u"--attach"_s, u"%1/b.pdf"_s};
-        QTest::newRow("selected search results")
-            << QStringList{u"found:deep.pdf"_s} << "0"
-            << "" << QStringList{u"--subject"_s, subject, u"--attach"_s, u"%1/Sub2/deep.pdf"_s};
-        QTest::newRow("a folder") << QStringList{u"a.txt"_s, u"Sub2"_s} << "0"
-                                  << "Es können nur Dateien versendet werden, keine Ordner..."
-                                  << QStringList{};
-        QTest::newRow("nothing ticked") << QStringList{} << "0"
-                                        << "Keine Datei(en) markiert!" << QStringList{};
-        QTest::newRow("no mail program")
-            << QStringList{u"a.txt"_s} << "3"
-            << "Es ist kein E-Mail-Programm eingerichtet, das die Nachricht öffnen kann "
-               "(xdg-email: kein Programm gefunden)."
-            << QStringList{u"--subject"_s, subject, u"--attach"_s, u"%1/a.txt"_s};
+        Rows<SendRow>(
+            {{"two files", {u"b.pdf"_s, u"a.txt"_s}, "0", u""_s, {u"/a.txt"_s, u"/b.pdf"_s}},
+             {"selected search results", {u"found:deep.pdf"_s}, "0", u""_s, {u"/Sub2/deep.pdf"_s}},
+             {"a folder",
+              {u"a.txt"_s, u"Sub2"_s},
+              "0",
+              u"Es können nur Dateien versendet werden, keine Ordner..."_s,
+              {}},
+             {"nothing ticked", {}, "0", u"Keine Datei(en) markiert!"_s, {}},
+             {"no mail program",
+              {u"a.txt"_s},
+              "3",
+              u"Es ist kein E-Mail-Programm eingerichtet, das die Nachricht öffnen kann "
+              u"(xdg-email: kein Programm gefunden)."_s,
+              {u"/a.txt"_s}}});
     }
     void send() {
-        QFETCH(QStringList, ticked);
-        QFETCH(QString, exitCode);
-        QFETCH(QString, prompt);
-        QFETCH(QStringList, arguments);
-        qputenv("XDG_EMAIL_EXIT", exitCode.toLatin1());
+        QFETCH(SendRow, row);
+        qputenv("XDG_EMAIL_EXIT", row.exitCode);
         SearchPage* page = open(0);
-        for (const QString& name : ticked) {
+        for (const QString& name : row.ticked) {
             if (name.startsWith(u"found:"_s)) {
                 page->txtSearch->setText(name.mid(6));
                 page->btnSearch->click();
                 page->lstFoundFiles->item(0)->setSelected(true);
                 continue;
             }
-            const int row = int(Column(page->lvFiles->model(), 0).indexOf(name));
-            page->lvFiles->model()->setData(page->lvFiles->model()->index(row, 0), Qt::Checked,
-                                            Qt::CheckStateRole);
+            QAbstractItemModel* model = page->lvFiles->model();
+            model->setData(model->index(int(Texts(model).indexOf(name)), 0), Qt::Checked,
+                           Qt::CheckStateRole);
         }
         page->btnSearchSend->click();
-        QCOMPARE(m_user.questions().empty() ? QString() : m_user.questions().back().prompt, prompt);
+        QCOMPARE(LastPrompt(m_user), row.prompt);
         QFile log(m_log);
         QStringList got;
         if (log.open(QIODevice::ReadOnly))
             got = QString::fromUtf8(log.readAll()).split(u'\n', Qt::SkipEmptyParts);
-        for (QString& a : arguments)
-            a.replace(u"%1"_s, m_a);
-        QCOMPARE(got, arguments);
+        QStringList expected;
+        if (!row.attached.isEmpty()) expected << u"--subject"_s << u"Weitergeleitete Anhänge..."_s;
+        for (const QString& file : row.attached)
+            expected << u"--attach"_s << m_a + file;
+        QCOMPARE(got, expected);
     }
 
   private:
@@ -335,14 +328,13 @@ class TestSearchPage : public QObject {
         return m_form->searchPage();
     }
     void select(SearchPage* page, const QString& name) {
-        const int row = int(Column(page->lvFiles->model(), 0).indexOf(name));
+        const int row = int(Texts(page->lvFiles->model()).indexOf(name));
         QVERIFY(row >= 0);
         page->lvFiles->setCurrentIndex(page->lvFiles->model()->index(row, 0));
     }
 
     ScriptedUserInteraction m_user;
     QTemporaryDir m_binDir;
-    QString m_bin;
     QString m_log;
     QString m_a;
     std::unique_ptr<frmStowaway> m_form;

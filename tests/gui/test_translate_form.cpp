@@ -25,38 +25,31 @@ W* Add(QWidget* form, const QString& name, const QString& tag, const QString& te
 // created before the others.
 std::unique_ptr<QWidget> MakeForm(const QString& badTag) {
     auto form = std::make_unique<QWidget>();
-    form->setObjectName(QStringLiteral("frmTest"));
-    form->setWindowTitle(QStringLiteral("design"));
-    SetTag(form.get(), QStringLiteral("Projekte:|Projects:"));
-    if (!badTag.isEmpty())
-        Add<QLabel>(form.get(), QStringLiteral("lblBad"), badTag, QStringLiteral("bad"));
-    Add<QPushButton>(form.get(), QStringLiteral("btnFull"),
-                     QStringLiteral("Schließen|Zurück zu Outlook...|Close|Return to Outlook..."));
-    Add<QPushButton>(form.get(), QStringLiteral("btnNoTip"), QStringLiteral("Schließen||Close|"))
-        ->setToolTip(QStringLiteral("designed"));
-    Add<QPushButton>(form.get(), QStringLiteral("btnTipOnly"),
-                     QStringLiteral("|Ordner wählen...||Choose folder..."), QStringLiteral("X"));
-    Add<QLineEdit>(form.get(), QStringLiteral("txtTipOnly"),
-                   QStringLiteral("|Ordner wählen...||Choose folder..."), QStringLiteral("typed"));
-    Add<QLabel>(form.get(), QStringLiteral("lblBang"), QStringLiteral("!"), QStringLiteral("bang"));
-    Add<QLabel>(form.get(), QStringLiteral("lblOther"), QStringLiteral("other use"),
-                QStringLiteral("other"));
-    Add<QLabel>(form.get(), QStringLiteral("lblFit"),
-                QStringLiteral("~Breite Beschriftung||~Wide caption|"));
-    auto* tabs = Add<QTabWidget>(form.get(), QStringLiteral("regTabs"),
-                                 QStringLiteral("Eins|Zwei|Tab 3|One|Two|Tab 3"));
-    tabs->addTab(new QWidget, QStringLiteral("a"));
-    tabs->addTab(new QWidget, QStringLiteral("b"));
-    tabs->addTab(new QWidget, QStringLiteral("c"));
+    form->setObjectName(u"frmTest"_s);
+    form->setWindowTitle(u"design"_s);
+    SetTag(form.get(), u"Projekte:|Projects:"_s);
+    if (!badTag.isEmpty()) Add<QLabel>(form.get(), u"lblBad"_s, badTag, u"bad"_s);
+    Add<QPushButton>(form.get(), u"btnFull"_s,
+                     u"Schließen|Zurück zu Outlook...|Close|Return to Outlook..."_s);
+    Add<QPushButton>(form.get(), u"btnNoTip"_s, u"Schließen||Close|"_s)->setToolTip(u"designed"_s);
+    Add<QPushButton>(form.get(), u"btnTipOnly"_s, u"|Ordner wählen...||Choose folder..."_s, u"X"_s);
+    Add<QLineEdit>(form.get(), u"txtTipOnly"_s, u"|Ordner wählen...||Choose folder..."_s,
+                   u"typed"_s);
+    Add<QLabel>(form.get(), u"lblBang"_s, u"!"_s, u"bang"_s);
+    Add<QLabel>(form.get(), u"lblOther"_s, u"other use"_s, u"other"_s);
+    Add<QLabel>(form.get(), u"lblFit"_s, u"~Breite Beschriftung||~Wide caption|"_s);
+    auto* tabs = Add<QTabWidget>(form.get(), u"regTabs"_s, u"Eins|Zwei|Tab 3|One|Two|Tab 3"_s);
+    tabs->addTab(new QWidget, u"a"_s);
+    tabs->addTab(new QWidget, u"b"_s);
+    tabs->addTab(new QWidget, u"c"_s);
     QPixmap picture(8, 8);
     picture.fill(Qt::red);
     tabs->setTabIcon(1, QIcon(picture));
-    auto* short_tabs =
-        Add<QTabWidget>(form.get(), QStringLiteral("regShort"), QStringLiteral("Eins|One"));
-    short_tabs->addTab(new QWidget, QStringLiteral("a"));
-    short_tabs->addTab(new QWidget, QStringLiteral("b"));
-    auto* view = Add<QTreeWidget>(form.get(), QStringLiteral("lvFiles"),
-                                  QStringLiteral("Dateiname|Datum|Größe|Filename|Date|Size"));
+    auto* short_tabs = Add<QTabWidget>(form.get(), u"regShort"_s, u"Eins|One"_s);
+    short_tabs->addTab(new QWidget, u"a"_s);
+    short_tabs->addTab(new QWidget, u"b"_s);
+    auto* view =
+        Add<QTreeWidget>(form.get(), u"lvFiles"_s, u"Dateiname|Datum|Größe|Filename|Date|Size"_s);
     view->setColumnCount(3);
     return form;
 }
@@ -70,13 +63,13 @@ QString TextOf(QWidget* form, const QString& name) {
         QStringList texts;
         for (int i = 0; i < t->count(); ++i)
             texts << t->tabText(i);
-        return texts.join(QLatin1Char(','));
+        return texts.join(u',');
     }
     if (auto* v = qobject_cast<QTreeWidget*>(w)) {
         QStringList texts;
         for (int i = 0; i < v->columnCount(); ++i)
             texts << v->headerItem()->text(i);
-        return texts.join(QLatin1Char(','));
+        return texts.join(u',');
     }
     return form->windowTitle();
 }
@@ -125,7 +118,7 @@ class TestTranslateForm : public QObject {
         auto form = MakeForm(QString());
         TranslateForm(form.get());
         QCOMPARE(TextOf(form.get(), control), text);
-        if (control != QLatin1String("frmTest"))
+        if (control != u"frmTest"_s)
             QCOMPARE(form->findChild<QWidget*>(control)->toolTip(), toolTip);
         QVERIFY(user.questions().empty());
         QVERIFY(!LangChanged);
@@ -134,7 +127,7 @@ class TestTranslateForm : public QObject {
     void fittedWidth() {
         auto form = MakeForm(QString());
         TranslateForm(form.get());
-        auto* label = form->findChild<QLabel*>(QStringLiteral("lblFit"));
+        auto* label = form->findChild<QLabel*>(u"lblFit"_s);
         QCOMPARE(label->width(), label->fontMetrics().horizontalAdvance(label->text()) + 20);
     }
 
@@ -155,17 +148,15 @@ class TestTranslateForm : public QObject {
         QCOMPARE(int(user.questions().size()), 1);
         const AskedQuestion& box = user.questions().front();
         QCOMPARE(box.icon, 16);
-        QVERIFY(box.prompt.startsWith(
-            QStringLiteral("Please check translation settings: (F: frmTest, C: lblBad)")));
+        QVERIFY(
+            box.prompt.startsWith(u"Please check translation settings: (F: frmTest, C: lblBad)"_s));
         const QStringList log = LogLinesWithoutStamps();
-        QCOMPARE(
-            log.filter(QStringLiteral("Please check translation settings: (F: frmTest, C: lblBad)"))
-                .size(),
-            1);
+        QCOMPARE(log.filter(u"Please check translation settings: (F: frmTest, C: lblBad)"_s).size(),
+                 1);
         QVERIFY(!DoProto);
         // The walk goes on after the bad control.
-        QCOMPARE(TextOf(form.get(), QStringLiteral("btnFull")), QStringLiteral("Close"));
-        QCOMPARE(TextOf(form.get(), QStringLiteral("lblBad")), QStringLiteral("bad"));
+        QCOMPARE(TextOf(form.get(), u"btnFull"_s), u"Close"_s);
+        QCOMPARE(TextOf(form.get(), u"lblBad"_s), u"bad"_s);
     }
 };
 

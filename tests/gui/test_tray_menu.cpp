@@ -14,6 +14,24 @@ struct MenuRule {
 QMenu* SubMenu(QMenu* menu, const QString& name) {
     return menu->findChild<QMenu*>(name);
 }
+struct FolderButtonsRow {
+    const char* name;
+    int language;
+    QList<MenuRule> rules;
+    QStringList captions;
+    QStringList tags;
+};
+struct StructureRow {
+    const char* name;
+    int language;
+    QStringList expected;
+};
+struct OpenRuleFolderRow {
+    const char* name;
+    QString tag;
+    QString caption;
+    QString opened;
+};
 } // namespace
 
 Q_DECLARE_METATYPE(QList<MenuRule>)
@@ -24,35 +42,27 @@ class TestTrayMenu : public QObject {
     void init() { TestEnv::resetAll(); }
 
     void folderButtons_data() {
-        QTest::addColumn<int>("language");
-        QTest::addColumn<QList<MenuRule>>("rules");
-        QTest::addColumn<QStringList>("captions");
-        QTest::addColumn<QStringList>("tags");
-        QTest::newRow("no rules") << 0 << QList<MenuRule>{} << QStringList{"<Keine>"}
-                                  << QStringList{"QWKSWDir_0"};
-        QTest::newRow("no rules, English")
-            << 1 << QList<MenuRule>{} << QStringList{"<None>"} << QStringList{"QWKSWDir_0"};
-        QTest::newRow("same folder in other case, listed once")
-            << 0 << QList<MenuRule>{{4, "/data/Inv"}, {0, "/data/inv"}, {4, "/x"}}
-            << QStringList{"/data/Inv", "/x"} << QStringList{"QWKSWDir_1", "QWKSWDir_3"};
-        QTest::newRow("a project's folder")
-            << 0 << QList<MenuRule>{{3, "alpha"}, {4, "/x"}}
-            << QStringList{"/projects/Alpha/", "/x"} << QStringList{"QWKSWDir_1", "QWKSWDir_2"};
-        QTest::newRow("gone project as first rule")
-            << 0 << QList<MenuRule>{{3, "Gone"}, {4, "/x"}} << QStringList{"", "/x"}
-            << QStringList{"QWKSWDir_1", "QWKSWDir_2"};
-        QTest::newRow("gone project keeps the caption before")
-            << 0 << QList<MenuRule>{{4, "/x"}, {3, "Gone"}} << QStringList{"/x"}
-            << QStringList{"QWKSWDir_1"};
-        QTest::newRow("folder with an ampersand")
-            << 0 << QList<MenuRule>{{4, "/a & b"}} << QStringList{"/a && b"}
-            << QStringList{"QWKSWDir_1"};
+        // clang-format off
+        Rows<FolderButtonsRow>({
+            {"no rules", 0, QList<MenuRule>{}, {"<Keine>"}, {"QWKSWDir_0"}},
+            {"no rules, English", 1, QList<MenuRule>{}, {"<None>"}, {"QWKSWDir_0"}},
+            {"same folder in other case, listed once", 0,
+             QList<MenuRule>{{4, "/data/Inv"}, {0, "/data/inv"}, {4, "/x"}}, {"/data/Inv", "/x"},
+             {"QWKSWDir_1", "QWKSWDir_3"}},
+            {"a project's folder", 0, QList<MenuRule>{{3, "alpha"}, {4, "/x"}},
+             {"/projects/Alpha/", "/x"}, {"QWKSWDir_1", "QWKSWDir_2"}},
+            {"gone project as first rule", 0, QList<MenuRule>{{3, "Gone"}, {4, "/x"}}, {"", "/x"},
+             {"QWKSWDir_1", "QWKSWDir_2"}},
+            {"gone project keeps the caption before", 0, QList<MenuRule>{{4, "/x"}, {3, "Gone"}},
+             {"/x"}, {"QWKSWDir_1"}},
+            {"folder with an ampersand", 0, QList<MenuRule>{{4, "/a & b"}}, {"/a && b"},
+             {"QWKSWDir_1"}},
+        });
+        // clang-format on
     }
     void folderButtons() {
-        QFETCH(int, language);
-        QFETCH(QList<MenuRule>, rules);
-        QFETCH(QStringList, captions);
-        QFETCH(QStringList, tags);
+        QFETCH(FolderButtonsRow, row);
+        auto [name, language, rules, captions, tags] = row;
         CurrLang = static_cast<uint8_t>(language);
         Rules.clear();
         for (const MenuRule& r : rules) {
@@ -61,15 +71,12 @@ class TestTrayMenu : public QObject {
             rule.Folder = r.folder;
             Rules.append(rule);
         }
-        udtProject project;
-        project.Name = QStringLiteral("Alpha");
-        project.Folder = QStringLiteral("/projects/Alpha/");
-        Projects.assign({project});
+        Projects.assign({MakeProject(u"Alpha"_s, u"/projects/Alpha/"_s)});
 
         QMenu menu;
         BuildProductMenu(
             menu, [] {}, [] {});
-        QMenu* folders = SubMenu(&menu, QStringLiteral("objFoldersPopup"));
+        QMenu* folders = SubMenu(&menu, u"objFoldersPopup"_s);
         QVERIFY(folders);
         QStringList seenCaptions, seenTags;
         for (const QAction* a : folders->actions()) {
@@ -81,28 +88,20 @@ class TestTrayMenu : public QObject {
     }
 
     void structure_data() {
-        QTest::addColumn<int>("language");
-        QTest::addColumn<QStringList>("expected");
-        QTest::newRow("German") << 0
-                                << QStringList{"Quillworks",
-                                               "",
-                                               "Beenden",
-                                               "Stowaway:SWButton",
-                                               "Stowaway-Optionen && Funktionen...:QWKSWOptions",
-                                               "",
-                                               "Stowaway-Ordner:QWKSWDirs"};
-        QTest::newRow("English") << 1
-                                 << QStringList{"Quillworks",
-                                                "",
-                                                "Quit",
-                                                "Stowaway:SWButton",
-                                                "Stowaway Options && Functions...:QWKSWOptions",
-                                                "",
-                                                "Stowaway folders:QWKSWDirs"};
+        // clang-format off
+        Rows<StructureRow>({
+            {"German", 0,
+             {"Quillworks", "", "Beenden", "Stowaway:SWButton",
+              "Stowaway-Optionen && Funktionen...:QWKSWOptions", "", "Stowaway-Ordner:QWKSWDirs"}},
+            {"English", 1,
+             {"Quillworks", "", "Quit", "Stowaway:SWButton",
+              "Stowaway Options && Functions...:QWKSWOptions", "", "Stowaway folders:QWKSWDirs"}},
+        });
+        // clang-format on
     }
     void structure() {
-        QFETCH(int, language);
-        QFETCH(QStringList, expected);
+        QFETCH(StructureRow, row);
+        auto [name, language, expected] = row;
         CurrLang = static_cast<uint8_t>(language);
         InitAppCaptions();
         QMenu menu;
@@ -112,12 +111,11 @@ class TestTrayMenu : public QObject {
         auto entries = [](const QMenu* m) {
             QStringList out;
             for (const QAction* a : m->actions())
-                out << (ActionTag(a).isEmpty() ? a->text()
-                                               : a->text() + QLatin1Char(':') + ActionTag(a));
+                out << (ActionTag(a).isEmpty() ? a->text() : a->text() + u':' + ActionTag(a));
             return out;
         };
-        QMenu* family = SubMenu(&menu, QStringLiteral("mnuQuillworks"));
-        QMenu* product = SubMenu(&menu, QStringLiteral("mnuProduct"));
+        QMenu* family = SubMenu(&menu, u"mnuQuillworks"_s);
+        QMenu* product = SubMenu(&menu, u"mnuProduct"_s);
         QCOMPARE(entries(&menu) + entries(family) + entries(product), expected);
         product->actions().at(0)->trigger();
         menu.actions().at(2)->trigger();
@@ -126,23 +124,17 @@ class TestTrayMenu : public QObject {
     }
 
     void openRuleFolder_data() {
-        QTest::addColumn<QString>("tag");
-        QTest::addColumn<QString>("caption");
-        QTest::addColumn<QString>("opened");
-        QTest::newRow("folder without its trailing separator") << "QWKSWDir_1"
-                                                               << "/data/inv/"
-                                                               << "/data/inv";
-        QTest::newRow("the <None> entry only beeps") << "QWKSWDir_0"
-                                                     << "<Keine>"
-                                                     << "";
-        QTest::newRow("another tag only beeps") << "QWKSWOptions"
-                                                << "/data"
-                                                << "";
+        // clang-format off
+        Rows<OpenRuleFolderRow>({
+            {"folder without its trailing separator", "QWKSWDir_1", "/data/inv/", "/data/inv"},
+            {"the <None> entry only beeps", "QWKSWDir_0", "<Keine>", ""},
+            {"another tag only beeps", "QWKSWOptions", "/data", ""},
+        });
+        // clang-format on
     }
     void openRuleFolder() {
-        QFETCH(QString, tag);
-        QFETCH(QString, caption);
-        QFETCH(QString, opened);
+        QFETCH(OpenRuleFolderRow, row);
+        auto [name, tag, caption, opened] = row;
         ScriptedUserInteraction user;
         SetUserInteraction(&user);
         OpenRuleFolder(tag, caption);

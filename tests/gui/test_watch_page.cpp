@@ -1,5 +1,7 @@
 // The Watch tab: the switches and their picture, the watched folders with a scripted picker over
-// an in-memory store, and the protocol panel on a protocol made here.
+// an in-memory store, the protocol panel on a protocol made here, and the run buttons: their
+// drop-downs and flags, a test or real run over the watched folders, the reset of the
+// processing marks, and the caption by test mode.
 #include "gui_test.h"
 
 #include "addin/folder_commands.h"
@@ -15,18 +17,35 @@
 #include <QComboBox>
 #include <QLabel>
 #include <QListWidget>
+#include <QMenu>
+#include <QPushButton>
 #include <QRadioButton>
 #include <QToolButton>
 #include <QTreeView>
 
-using namespace Qt::StringLiterals;
-
 namespace {
-template <class W> W* Child(QWidget* form, const QString& name) {
-    W* w = form->findChild<W*>(name);
-    if (!w) qFatal("no control %s", qPrintable(name));
-    return w;
-}
+struct WatchRow {
+    const char* name;
+    QStringList rows;   // paths; a leading "-" for an inactive row
+    QString action;     // add:PATH, del:ROW, uncheck:ROW, check:ROW, gone:ROW
+    bool yes;           // the answer to a question
+    QStringList after;  // the paths after, with "-" as above
+    QString said;       // the question or message, "" for none
+    int selected;       // current row after
+    QString folderPath; // lblFolderPath after
+};
+struct FilterRow {
+    const char* name;
+    int filter;
+    QStringList values;
+    QString heading;   // of the third column
+    QStringList shown; // under clSelect's first value
+};
+struct OpenRow {
+    const char* name;
+    int row; // 3: the error of row 2 as a saved file
+    QString button, said, opened;
+};
 
 // A record of the store's folder whose path is `path` under any case, as an add would make it.
 udtWatchFolder Watched(const QString& path, bool active = true) {
@@ -70,13 +89,6 @@ void MakeProtocol() {
                                u"Bills"_s, u"! disk full"_s),
                          Entry(45998.5, u"a.pdf"_s, u"anna"_s, u"me"_s, u"Alpha"_s, u"/s/Bills/"_s,
                                u"Bills"_s, u"S"_s)});
-}
-
-QStringList Items(QComboBox* box) {
-    QStringList out;
-    for (int i = 0; i < box->count(); ++i)
-        out << box->itemText(i);
-    return out;
 }
 
 // Each shown row as "attachment/third column".
@@ -139,63 +151,45 @@ class TestWatchPage : public QObject {
 
     // The watch list: rows before, what the user does and answers, and what follows.
     void watchList_data() {
-        QTest::addColumn<QStringList>("rows");   // paths; a leading "-" for an inactive row
-        QTest::addColumn<QString>("action");     // add:PATH, del:ROW, uncheck:ROW, check:ROW
-        QTest::addColumn<bool>("yes");           // the answer to a question
-        QTest::addColumn<QStringList>("after");  // the paths after, with "-" as above
-        QTest::addColumn<QString>("said");       // the question or message, "" for none
-        QTest::addColumn<int>("selected");       // current row after
-        QTest::addColumn<QString>("folderPath"); // lblFolderPath after
-        const QStringList inbox{u"Maildir|Inbox"_s};
-        QTest::newRow("add a folder: watched, none selected, the former path kept")
-            << inbox << "add:Maildir|Work|Offers" << true
-            << QStringList{u"Maildir|Inbox"_s, u"Maildir|Work|Offers"_s} << "" << -1
-            << "Maildir|Inbox";
-        QTest::newRow("add a folder watched under other case")
-            << QStringList{u"maildir|WORK"_s, u"Maildir|Inbox"_s} << "add:Maildir|Work" << true
-            << QStringList{u"maildir|WORK"_s, u"Maildir|Inbox"_s}
-            << "'WORK' wird bereits überwacht..." << 0 << "maildir|WORK";
-        QTest::newRow("add the store's top")
-            << inbox << "add:Maildir" << true << inbox << "Ordner ist kein Nachrichtenordner!" << 0
-            << "Maildir|Inbox";
-        QTest::newRow("picker cancelled")
-            << inbox << "add:" << true << inbox << "" << 0 << "Maildir|Inbox";
-        QTest::newRow("remove the only row")
-            << inbox << "del:0" << true << QStringList{} << "Ordner 'Inbox' wirklich entfernen?"
-            << -1 << "Maildir|Inbox";
-        QTest::newRow("remove answered no")
-            << inbox << "del:0" << false << inbox << "Ordner 'Inbox' wirklich entfernen?" << 0
-            << "Maildir|Inbox";
-        QTest::newRow("remove the last row selects the new last")
-            << QStringList{u"Maildir|Inbox"_s, u"Maildir|Work"_s} << "del:1" << true << inbox
-            << "Ordner 'Work' wirklich entfernen?" << 0 << "Maildir|Inbox";
-        QTest::newRow("clear a mark, answered no: restored, asked once")
-            << inbox << "uncheck:0" << false << inbox
-            << "Möchten Sie den Ordner 'Inbox' wirklich aus der Überwachung nehmen?" << 0
-            << "Maildir|Inbox";
-        QTest::newRow("clear a mark, answered yes")
-            << inbox << "uncheck:0" << true << QStringList{u"-Maildir|Inbox"_s}
-            << "Möchten Sie den Ordner 'Inbox' wirklich aus der Überwachung nehmen?" << 0
-            << "Maildir|Inbox";
-        QTest::newRow("a row whose folder a command removed meanwhile: the list is refilled")
-            << QStringList{u"Maildir|Inbox"_s, u"Maildir|Work"_s} << "gone:0" << true
-            << QStringList{u"Maildir|Work"_s} << "" << 0 << "Maildir|Work";
-        QTest::newRow("setting a mark asks nothing")
-            << QStringList{u"-Maildir|Inbox"_s} << "check:0" << false << inbox << "" << 0
-            << "Maildir|Inbox";
+        const QStringList inbox{u"Maildir|Inbox"_s},
+            inboxWork{u"Maildir|Inbox"_s, u"Maildir|Work"_s};
+        const QString uncheck =
+            u"Möchten Sie den Ordner 'Inbox' wirklich aus der Überwachung nehmen?"_s;
+        // clang-format off
+        Rows<WatchRow>({
+            {"add a folder: watched, none selected, the former path kept", inbox,
+             u"add:Maildir|Work|Offers"_s, true, {u"Maildir|Inbox"_s, u"Maildir|Work|Offers"_s},
+             u""_s, -1, u"Maildir|Inbox"_s},
+            {"add a folder watched under other case", {u"maildir|WORK"_s, u"Maildir|Inbox"_s},
+             u"add:Maildir|Work"_s, true, {u"maildir|WORK"_s, u"Maildir|Inbox"_s},
+             u"'WORK' wird bereits überwacht..."_s, 0, u"maildir|WORK"_s},
+            {"add the store's top", inbox, u"add:Maildir"_s, true, inbox,
+             u"Ordner ist kein Nachrichtenordner!"_s, 0, u"Maildir|Inbox"_s},
+            {"picker cancelled", inbox, u"add:"_s, true, inbox, u""_s, 0, u"Maildir|Inbox"_s},
+            {"remove the only row", inbox, u"del:0"_s, true, {},
+             u"Ordner 'Inbox' wirklich entfernen?"_s, -1, u"Maildir|Inbox"_s},
+            {"remove answered no", inbox, u"del:0"_s, false, inbox,
+             u"Ordner 'Inbox' wirklich entfernen?"_s, 0, u"Maildir|Inbox"_s},
+            {"remove the last row selects the new last", inboxWork, u"del:1"_s, true, inbox,
+             u"Ordner 'Work' wirklich entfernen?"_s, 0, u"Maildir|Inbox"_s},
+            {"clear a mark, answered no: restored, asked once", inbox, u"uncheck:0"_s, false, inbox,
+             uncheck, 0, u"Maildir|Inbox"_s},
+            {"clear a mark, answered yes", inbox, u"uncheck:0"_s, true, {u"-Maildir|Inbox"_s},
+             uncheck, 0, u"Maildir|Inbox"_s},
+            {"a row whose folder a command removed meanwhile: the list is refilled", inboxWork,
+             u"gone:0"_s, true, {u"Maildir|Work"_s}, u""_s, 0, u"Maildir|Work"_s},
+            {"setting a mark asks nothing", {u"-Maildir|Inbox"_s}, u"check:0"_s, false, inbox,
+             u""_s, 0, u"Maildir|Inbox"_s},
+        });
+        // clang-format on
     }
     void watchList() {
-        QFETCH(QStringList, rows);
-        QFETCH(QString, action);
-        QFETCH(bool, yes);
-        QFETCH(QStringList, after);
-        QFETCH(QString, said);
-        QFETCH(int, selected);
-        QFETCH(QString, folderPath);
+        QFETCH(WatchRow, row);
+        const auto& [name, rows, action, yes, after, said, selected, folderPath] = row;
         WatchFolders.clear();
-        for (const QString& row : rows)
+        for (const QString& path : rows)
             WatchFolders.append(
-                Watched(row.startsWith(u'-') ? row.mid(1) : row, !row.startsWith(u'-')));
+                Watched(path.startsWith(u'-') ? path.mid(1) : path, !path.startsWith(u'-')));
         frmStowaway form;
         form.Form_Load();
         auto* list = Child<QListWidget>(&form, u"lstWatchFolders"_s);
@@ -233,35 +227,31 @@ class TestWatchPage : public QObject {
     // Each filter of clFilter: its values in clSelect, the third column's heading, and what
     // the first value shows.
     void protoFilters_data() {
-        QTest::addColumn<int>("filter");
-        QTest::addColumn<QStringList>("values");
-        QTest::addColumn<QString>("heading");
-        QTest::addColumn<QStringList>("shown"); // under clSelect's first value
-        QTest::newRow("0 no filter") << 0 << QStringList{} << "Von" << QStringList{};
-        QTest::newRow("2 sender: no empty one, case kept")
-            << 2 << QStringList{u"Anna"_s, u"Bob"_s, u"anna"_s} << "Von"
-            << QStringList{u"a.pdf/Anna"_s};
-        QTest::newRow("3 recipient") << 3 << QStringList{u"me"_s, u"you"_s} << "An"
-                                     << QStringList{u"a.pdf/me"_s, u"c.exe/me"_s, u"a.pdf/me"_s};
-        QTest::newRow("4 project") << 4 << QStringList{u"Alpha"_s, u"Beta"_s} << "Projekt"
-                                   << QStringList{u"a.pdf/Alpha"_s, u"a.pdf/Alpha"_s};
-        QTest::newRow("5 file name") << 5 << QStringList{u"a.pdf"_s, u"b.doc"_s, u"c.exe"_s}
-                                     << "Von" << QStringList{u"a.pdf/Anna"_s, u"a.pdf/anna"_s};
-        QTest::newRow("6 format") << 6 << QStringList{u"PDF"_s, u"DOC"_s, u"EXE"_s} << "Von"
-                                  << QStringList{u"a.pdf/Anna"_s, u"a.pdf/anna"_s};
-        QTest::newRow("7 folder: one name for two folders")
-            << 7 << QStringList{u"Offers"_s, u"Bills"_s} << "Ordner"
-            << QStringList{u"a.pdf/Offers"_s, u"b.doc/Offers"_s};
-        QTest::newRow("8 rule: no SpecialRule") << 8 << QStringList{u"Offers"_s, u"Bills"_s}
-                                                << "Regel" << QStringList{u"a.pdf/Offers"_s};
-        QTest::newRow("9 state") << 9 << QStringList{u"S"_s, u"T S"_s, u"! disk full"_s} << "Von"
-                                 << QStringList{u"a.pdf/Anna"_s, u"a.pdf/anna"_s};
+        // clang-format off
+        Rows<FilterRow>({
+            {"0 no filter", 0, {}, u"Von"_s, {}},
+            {"2 sender: no empty one, case kept", 2, {u"Anna"_s, u"Bob"_s, u"anna"_s}, u"Von"_s,
+             {u"a.pdf/Anna"_s}},
+            {"3 recipient", 3, {u"me"_s, u"you"_s}, u"An"_s,
+             {u"a.pdf/me"_s, u"c.exe/me"_s, u"a.pdf/me"_s}},
+            {"4 project", 4, {u"Alpha"_s, u"Beta"_s}, u"Projekt"_s,
+             {u"a.pdf/Alpha"_s, u"a.pdf/Alpha"_s}},
+            {"5 file name", 5, {u"a.pdf"_s, u"b.doc"_s, u"c.exe"_s}, u"Von"_s,
+             {u"a.pdf/Anna"_s, u"a.pdf/anna"_s}},
+            {"6 format", 6, {u"PDF"_s, u"DOC"_s, u"EXE"_s}, u"Von"_s,
+             {u"a.pdf/Anna"_s, u"a.pdf/anna"_s}},
+            {"7 folder: one name for two folders", 7, {u"Offers"_s, u"Bills"_s}, u"Ordner"_s,
+             {u"a.pdf/Offers"_s, u"b.doc/Offers"_s}},
+            {"8 rule: no SpecialRule", 8, {u"Offers"_s, u"Bills"_s}, u"Regel"_s,
+             {u"a.pdf/Offers"_s}},
+            {"9 state", 9, {u"S"_s, u"T S"_s, u"! disk full"_s}, u"Von"_s,
+             {u"a.pdf/Anna"_s, u"a.pdf/anna"_s}},
+        });
+        // clang-format on
     }
     void protoFilters() {
-        QFETCH(int, filter);
-        QFETCH(QStringList, values);
-        QFETCH(QString, heading);
-        QFETCH(QStringList, shown);
+        QFETCH(FilterRow, row);
+        const auto& [name, filter, values, heading, shown] = row;
         MakeProtocol();
         frmStowaway form;
         form.Form_Load();
@@ -271,7 +261,7 @@ class TestWatchPage : public QObject {
         QCOMPARE(clFilter->count(), 10);
         QCOMPARE(Shown(lvProto).size(), 4);
         clFilter->setCurrentIndex(filter);
-        QCOMPARE(Items(clSelect), QStringList{u"<Alles>"_s} + values);
+        QCOMPARE(Texts(clSelect), QStringList{u"<Alles>"_s} + values);
         QCOMPARE(clSelect->currentIndex(), 0);
         QCOMPARE(Shown(lvProto).size(), 4); // "<Alles>" shows every entry
         QCOMPARE(lvProto->model()->headerData(2, Qt::Horizontal).toString(), heading);
@@ -304,49 +294,33 @@ class TestWatchPage : public QObject {
 
     // Opening an entry's file or folder: refused for a test run, an error, a blocked format.
     void protoOpen_data() {
-        QTest::addColumn<int>("row");
-        QTest::addColumn<QString>("button");
-        QTest::addColumn<QString>("said");
-        QTest::addColumn<QString>("opened");
         const QString nothing = u"Dies war ein Testlauf oder es ist ein Fehler aufgetreten, es "
                                 u"wurde kein Anhang gespeichert!"_s;
-        QTest::newRow("a saved file") << 0 << "btnProtoView"
-                                      << ""
-                                      << "/s/one/Offers/a.pdf";
-        QTest::newRow("its folder") << 0 << "btnProtoOpenFolder"
-                                    << ""
-                                    << "/s/one/Offers";
-        QTest::newRow("a test run") << 1 << "btnProtoView" << nothing << "";
-        QTest::newRow("a test run's folder") << 1 << "btnProtoOpenFolder" << nothing << "";
-        QTest::newRow("an error") << 2 << "btnProtoView" << nothing << "";
+        // clang-format off
+        Rows<OpenRow>({
+            {"a saved file", 0, u"btnProtoView"_s, u""_s, u"/s/one/Offers/a.pdf"_s},
+            {"its folder", 0, u"btnProtoOpenFolder"_s, u""_s, u"/s/one/Offers"_s},
+            {"a test run", 1, u"btnProtoView"_s, nothing, u""_s},
+            {"a test run's folder", 1, u"btnProtoOpenFolder"_s, nothing, u""_s},
+            {"an error", 2, u"btnProtoView"_s, nothing, u""_s},
+            {"a blocked format", 3, u"btnProtoView"_s,
+             u"Dateien dieses Typs sind blockiert und können nicht geöffnet werden!"_s, u""_s},
+        });
+        // clang-format on
     }
     void protoOpen() {
-        QFETCH(int, row);
-        QFETCH(QString, button);
-        QFETCH(QString, said);
-        QFETCH(QString, opened);
+        QFETCH(OpenRow, row);
         MakeProtocol();
-        frmStowaway form;
-        form.Form_Load();
-        auto* lvProto = Child<QTreeView>(&form, u"lvProto"_s);
-        lvProto->setCurrentIndex(lvProto->model()->index(row, 0));
-        Child<QToolButton>(&form, button)->click();
-        QCOMPARE(m_user.questions().empty() ? QString() : m_user.questions()[0].prompt, said);
-        QCOMPARE(m_user.opened().isEmpty() ? QString() : m_user.opened()[0], opened);
-    }
-
-    void blockedFormatIsNotOpened() {
-        MakeProtocol();
-        ProtoEntries[3].State = u"S"_s; // c.exe, saved
+        // c.exe, saved this time, of a blocked format.
+        if (row.row == 3) ProtoEntries[3].State = u"S"_s;
         BlockedFormats.assign({AddBlockedFormat(u"EXE"_s, u"Program"_s, true)});
         frmStowaway form;
         form.Form_Load();
         auto* lvProto = Child<QTreeView>(&form, u"lvProto"_s);
-        lvProto->setCurrentIndex(lvProto->model()->index(2, 0));
-        Child<QToolButton>(&form, u"btnProtoView"_s)->click();
-        QCOMPARE(m_user.questions().at(0).prompt,
-                 u"Dateien dieses Typs sind blockiert und können nicht geöffnet werden!"_s);
-        QVERIFY(m_user.opened().isEmpty());
+        lvProto->setCurrentIndex(lvProto->model()->index(std::min(row.row, 2), 0));
+        Child<QToolButton>(&form, row.button)->click();
+        QCOMPARE(LastPrompt(m_user), row.said);
+        QCOMPARE(m_user.opened().isEmpty() ? QString() : m_user.opened()[0], row.opened);
     }
 
     void selectEntryFromElsewhere() {
@@ -356,8 +330,8 @@ class TestWatchPage : public QObject {
         form.showTab(2);
         Child<QComboBox>(&form, u"clFilter"_s)->setCurrentIndex(2);
         Child<QComboBox>(&form, u"clSelect"_s)->setCurrentIndex(2); // Bob: entry 3 alone
-        form.SelectProtoEntry(4); // hidden by the filter: the filter goes off
-        QCOMPARE(form.currentTab(), 0);
+        form.SelectProtoEntry(4);       // hidden by the filter: the filter goes off
+        QCOMPARE(form.currentTab(), 2); // the Search tab asked and stays in front
         QCOMPARE(Child<QComboBox>(&form, u"clFilter"_s)->currentIndex(), 0);
         auto* lvProto = Child<QTreeView>(&form, u"lvProto"_s);
         QCOMPARE(lvProto->currentIndex().row(), 3);
@@ -412,7 +386,7 @@ class TestWatchPage : public QObject {
         QCOMPARE(Child<QComboBox>(&form, u"clFilter"_s)->currentIndex(), 0);
         QCOMPARE(m_user.sounds(), QStringList{u"SystemAsterisk"_s});
         Child<QToolButton>(&form, u"btnProtoDel"_s)->click();
-        QCOMPARE(m_user.questions().back().prompt, u"Das Protokoll ist leer..."_s);
+        QCOMPARE(LastPrompt(m_user), u"Das Protokoll ist leer..."_s);
         FlushProtocol(); // nothing pending writes the file again
         QVERIFY(!QFile::exists(prt));
     }
@@ -441,9 +415,170 @@ class TestWatchPage : public QObject {
                  int(WatchFolders.count()));
     }
 
+    void dropDowns_data() {
+        QTest::addColumn<QString>("button");
+        QTest::addColumn<int>("entry");
+        QTest::addColumn<QString>("flag");
+        QTest::newRow("test all folders") << "btnTestDropDown" << 1 << "bTestAllFolders";
+        QTest::newRow("test notifies") << "btnTestDropDown" << 2 << "TestNotifies";
+        QTest::newRow("reset all folders") << "btnResetDropDown" << 1 << "bResetAllFolders";
+        QTest::newRow("set unread") << "btnResetDropDown" << 2 << "bSetUnread";
+    }
+    void dropDowns() {
+        QFETCH(QString, button);
+        QFETCH(int, entry);
+        QFETCH(QString, flag);
+        frmStowaway form;
+        form.Form_Load();
+        form.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&form));
+        const auto value = [&] {
+            return flag == u"bTestAllFolders"    ? form.bTestAllFolders
+                   : flag == u"TestNotifies"     ? TestNotifies
+                   : flag == u"bResetAllFolders" ? form.bResetAllFolders
+                                                 : form.bSetUnread;
+        };
+        QCOMPARE(choose(form, button, entry), QString());
+        QVERIFY(value());
+        // The mark shows the flag, and a second choice clears it.
+        QVERIFY(!choose(form, button, entry).isEmpty());
+        QVERIFY(!value());
+        // The flags outlive a new load of the dialog.
+        choose(form, button, entry);
+        form.Form_Load();
+        QVERIFY(value());
+        TestNotifies = false;
+    }
+
+    void runs_data() {
+        QTest::addColumn<bool>("testMode");
+        QTest::addColumn<bool>("all");
+        QTest::addColumn<QStringList>("saved");
+        QTest::addColumn<QString>("lastAction");
+        QTest::newRow("test run over all folders saves nothing")
+            << true << true << QStringList{} << "Testlauf für 'Archiv', ";
+        QTest::newRow("real run over all folders")
+            << false << true << QStringList{"Archiv.pdf", "Eingang.pdf"}
+            << "Ausführung für 'Archiv', ";
+        QTest::newRow("no folder selected beeps") << false << false << QStringList{} << "";
+    }
+    void runs() {
+        QFETCH(bool, testMode);
+        setUpRuns();
+        QFETCH(bool, all);
+        QFETCH(QStringList, saved);
+        QFETCH(QString, lastAction);
+        SaveSetting(u"SWTest"_s, testMode ? u"1"_s : u"0"_s);
+        frmStowaway form;
+        form.Form_Load();
+        form.bTestAllFolders = all;
+        if (!all) Child<QListWidget>(&form, u"lstWatchFolders"_s)->setCurrentRow(-1);
+        const int beepsBefore = m_user.beeps();
+        Child<QPushButton>(&form, u"btnTestOrRun"_s)->click();
+        QCOMPARE(QDir(m_target.path()).entryList(QDir::Files), saved);
+        QVERIFY(lastAction.isEmpty() ? gLastAction.isEmpty() : gLastAction.startsWith(lastAction));
+        QCOMPARE(Child<QLabel>(&form, u"lblLastAction"_s)->text(), gLastAction);
+        // Without a folder the click only beeps (a run's notifications may beep too).
+        if (!all) QCOMPARE(m_user.beeps() - beepsBefore, 1);
+        QVERIFY(!SWRun);
+    }
+
+    void resetClearsTheMarks_data() {
+        QTest::addColumn<bool>("setUnread");
+        QTest::newRow("marks only") << false;
+        QTest::newRow("and unread") << true;
+    }
+    void resetClearsTheMarks() {
+        QFETCH(bool, setUnread);
+        setUpRuns();
+        for (const FakeFolderPtr& f : m_folders) {
+            f->messages().front()->stored.mileage = u"QWKStowaway"_s;
+            f->messages().front()->stored.unread = false;
+        }
+        frmStowaway form;
+        form.Form_Load();
+        form.bResetAllFolders = true;
+        form.bSetUnread = setUnread;
+        Child<QPushButton>(&form, u"btnReset"_s)->click();
+        for (const FakeFolderPtr& f : m_folders) {
+            QCOMPARE(f->messages().front()->stored.mileage, QString());
+            QCOMPARE(f->messages().front()->stored.unread, setUnread);
+        }
+        QCOMPARE(m_user.questions(AskedQuestion::Kind::MessageBox).back().prompt,
+                 u"2 Nachrichte(n) zurückgesetzt..."_s);
+        QVERIFY(gLastAction.startsWith(u"Bearbeitungsflags zurückgesetzt für 'Archiv'"_s));
+    }
+
+    void captionFollowsTestMode_data() {
+        QTest::addColumn<int>("lang");
+        QTest::addColumn<QString>("test");
+        QTest::addColumn<QString>("process");
+        QTest::newRow("German") << 0 << "Testen"
+                                << "Ausführen";
+        QTest::newRow("English") << 1 << "Test"
+                                 << "Process";
+    }
+    void captionFollowsTestMode() {
+        QFETCH(int, lang);
+        QFETCH(QString, test);
+        QFETCH(QString, process);
+        SaveSetting(u"CurrLang"_s, QString::number(lang));
+        CurrLang = static_cast<uint8_t>(lang);
+        SaveSetting(u"SWActive"_s, u"1"_s); // test mode needs it
+        frmStowaway form;
+        form.Form_Load();
+        auto* button = Child<QPushButton>(&form, u"btnTestOrRun"_s);
+        QCOMPARE(button->text(), test);
+        Child<QCheckBox>(&form, u"cbTestmode"_s)->click();
+        form.UpdateOBs();
+        QCOMPARE(button->text(), process);
+        QCOMPARE(Child<QPushButton>(&form, u"btnReset"_s)->text(),
+                 lang ? u"Reset processing flags"_s : u"Bearbeitungsflags zurücksetzen"_s);
+    }
+
   private:
     ScriptedUserInteraction m_user;
     std::shared_ptr<FakeMailSession> m_session;
+    std::vector<FakeFolderPtr> m_folders;
+    QTemporaryDir m_target;
+
+    // Two watched folders in stores of their own, a mail with a file in each, and a rule that
+    // saves everything into m_target.
+    void setUpRuns() {
+        SaveSetting(u"PaceSeconds"_s, u"0"_s);
+        m_folders.clear();
+        for (const QString& f : QDir(m_target.path()).entryList(QDir::Files))
+            QFile::remove(m_target.filePath(f));
+        watch(u"Eingang"_s);
+        watch(u"Archiv"_s);
+        Rules.append(MakeRule(u"Alles"_s, SaveBy::Folder, m_target.path(), FileExists::Replace));
+    }
+    void watch(const QString& name) {
+        FakeFolderPtr folder =
+            m_session->addStore(u"Store "_s + name, u"/mail/"_s + name)->addFolder(name);
+        FakeMessageData data;
+        data.subject = u"Post für "_s + name;
+        data.senderName = u"Anna Berg"_s;
+        data.senderAddress = u"anna@berg.example"_s;
+        folder->addMessage(data)->addAttachment(name + u".pdf"_s, "pdf");
+        WatchFolders.append(WatchOf(folder));
+        m_folders.push_back(folder);
+    }
+    // Chooses entry `entry` (1-based) of the drop-down that `button` opens; "" for the ticks.
+    QString choose(frmStowaway& form, const QString& button, int entry) {
+        QString ticked;
+        WhenShown<QMenu>(
+            [&](QMenu* menu) {
+                const QList<QAction*> actions = menu->actions();
+                for (QAction* a : actions)
+                    if (a->isChecked()) ticked += a->text() + u';';
+                QTest::mouseClick(menu, Qt::LeftButton, {},
+                                  menu->actionGeometry(actions.at(entry - 1)).center());
+            },
+            true);
+        Child<QToolButton>(&form, button)->click();
+        return ticked;
+    }
 };
 
 STOWAWAY_GUI_TEST_MAIN(TestWatchPage)

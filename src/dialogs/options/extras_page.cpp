@@ -8,6 +8,7 @@
 #include "dialogs/icons.h"
 #include "dialogs/models/mails_list_model.h"
 #include "dialogs/models/mails_tree_model.h"
+#include "dialogs/named_widget.h"
 #include "dialogs/options/frm_stowaway.h"
 #include "dialogs/translate.h"
 #include "ui/user_interaction.h"
@@ -26,19 +27,9 @@
 #include <QVBoxLayout>
 
 namespace {
-template <class W> W* Named(QWidget* parent, const QString& name, const QString& tag) {
-    auto* w = new W(parent);
-    w->setObjectName(name);
-    if (!tag.isEmpty()) SetTag(w, tag);
-    return w;
-}
-
 QToolButton* FolderButton(QWidget* parent, const QString& name) {
-    auto* b =
-        Named<QToolButton>(parent, name, QStringLiteral("|Ordner wählen...||Choose folder..."));
-    b->setIcon(ThemeIcon({"folder-open", "document-open", "folder"}));
-    b->setToolButtonStyle(Qt::ToolButtonIconOnly);
-    return b;
+    return PictureButton(parent, name, ThemeIcon({"folder-open", "document-open", "folder"}),
+                         QStringLiteral("|Ordner wählen...||Choose folder..."));
 }
 
 void Warn(const QString& text) {

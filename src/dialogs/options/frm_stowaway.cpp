@@ -7,6 +7,7 @@
 #include "data/settings.h"
 #include "dialogs/common/dlg_info.h"
 #include "dialogs/icons.h"
+#include "dialogs/named_widget.h"
 #include "dialogs/options/extras_page.h"
 #include "dialogs/options/options_page.h"
 #include "dialogs/options/rules_page.h"
@@ -38,16 +39,6 @@ QPushButton* Button(QWidget* parent, const QString& name, const QString& tag) {
     auto* b = new QPushButton(parent);
     b->setObjectName(name);
     b->setAutoDefault(false);
-    SetTag(b, tag);
-    return b;
-}
-
-QToolButton* PictureButton(QWidget* parent, const QString& name, const QIcon& icon,
-                           const QString& tag) {
-    auto* b = new QToolButton(parent);
-    b->setObjectName(name);
-    b->setIcon(icon);
-    b->setAutoRaise(true);
     SetTag(b, tag);
     return b;
 }

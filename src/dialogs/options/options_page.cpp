@@ -13,6 +13,7 @@
 #include "data/settings.h"
 #include "data/watch_edits.h"
 #include "dialogs/icons.h"
+#include "dialogs/named_widget.h"
 #include "dialogs/options/frm_stowaway.h"
 #include "dialogs/options/rules_page.h"
 #include "dialogs/translate.h"
@@ -39,27 +40,12 @@
 #include <QVBoxLayout>
 
 namespace {
-template <class W> W* Named(QWidget* parent, const QString& name, const QString& tag) {
-    auto* w = new W(parent);
-    w->setObjectName(name);
-    if (!tag.isEmpty()) SetTag(w, tag);
-    return w;
-}
-
 QGroupBox* Frame(QWidget* parent, const QString& name, const QString& tag) {
     return Named<QGroupBox>(parent, name, tag);
 }
 
 QString Flag(bool on) {
     return on ? QStringLiteral("1") : QStringLiteral("0");
-}
-
-QToolButton* PictureButton(QWidget* parent, const QString& name, const QIcon& icon,
-                           const QString& tag) {
-    auto* b = Named<QToolButton>(parent, name, tag);
-    b->setIcon(icon);
-    b->setAutoRaise(true);
-    return b;
 }
 
 void LogNotFound() {

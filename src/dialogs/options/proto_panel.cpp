@@ -9,6 +9,7 @@
 #include "data/watch_edits.h"
 #include "dialogs/icons.h"
 #include "dialogs/models/proto_model.h"
+#include "dialogs/named_widget.h"
 #include "dialogs/options/frm_stowaway.h"
 #include "dialogs/translate.h"
 #include "ui/user_interaction.h"
@@ -52,20 +53,6 @@ const ProtoField kDetailFields[10] = {
 // widened to its text where the desktop's font needs more.
 const int kWidths[4] = {1500 / 15, 3000 / 15, 3500 / 15, 1000 / 15};
 
-template <class W> W* Named(QWidget* parent, const char* name, const QString& tag = {}) {
-    auto* w = new W(parent);
-    w->setObjectName(QString::fromLatin1(name));
-    if (!tag.isEmpty()) SetTag(w, tag);
-    return w;
-}
-
-QToolButton* ToolButton(QWidget* parent, const char* name, const QIcon& icon, const QString& tag) {
-    auto* b = Named<QToolButton>(parent, name, tag);
-    b->setIcon(icon);
-    b->setAutoRaise(true);
-    return b;
-}
-
 QString AllEntry() {
     return LangText(QStringLiteral("<Alles>"), QStringLiteral("<All>"));
 }
@@ -82,18 +69,18 @@ ProtoPanel::ProtoPanel(frmStowaway& form, QWidget* parent) : QGroupBox(parent), 
     clSelect->setMinimumContentsLength(18);
     clSelect->setSizeAdjustPolicy(QComboBox::AdjustToMinimumContentsLengthWithIcon);
     label3->setBuddy(clSelect);
-    auto* refresh = ToolButton(this, "btnRefreshProto", ThemeIcon({"view-refresh"}),
-                               QStringLiteral("|Aktualisieren||Refresh"));
-    auto* view = ToolButton(this, "btnProtoView", ThemeIcon({"document-open"}),
-                            QStringLiteral("|Anhang öffnen||Open attachment"));
-    auto* openFolder = ToolButton(
+    auto* refresh = PictureButton(this, "btnRefreshProto", ThemeIcon({"view-refresh"}),
+                                  QStringLiteral("|Aktualisieren||Refresh"));
+    auto* view = PictureButton(this, "btnProtoView", ThemeIcon({"document-open"}),
+                               QStringLiteral("|Anhang öffnen||Open attachment"));
+    auto* openFolder = PictureButton(
         this, "btnProtoOpenFolder", ThemeIcon({"folder-open", "folder"}),
         QStringLiteral("|Aktuellen Ordner mit Windows-Explorer öffnen||Open current folder in "
                        "windows explorer"));
-    auto* del = ToolButton(this, "btnProtoDel", ThemeIcon({"edit-delete", "user-trash"}),
-                           QStringLiteral("|Protokoll löschen...||Delete protocol..."));
-    imgZoomProto = ToolButton(this, "imgZoomProto", ThemeIcon({"go-down"}),
-                              QStringLiteral("|Mehr/Weniger...||More/Less..."));
+    auto* del = PictureButton(this, "btnProtoDel", ThemeIcon({"edit-delete", "user-trash"}),
+                              QStringLiteral("|Protokoll löschen...||Delete protocol..."));
+    imgZoomProto = PictureButton(this, "imgZoomProto", ThemeIcon({"go-down"}),
+                                 QStringLiteral("|Mehr/Weniger...||More/Less..."));
     imgZoomProto->setProperty("Picture", QStringLiteral("ArrowsDown"));
 
     m_model = new ProtoModel(this);
@@ -210,7 +197,7 @@ void ProtoPanel::selectProtoEntry(int index) {
         fillCombos();
         InitProtoList();
     }
-    m_form.showTab(0);
+    // Selected where it stands: the Search tab that asks stays in front.
     const QModelIndex row = m_model->index(m_model->rowOf(index), 0);
     m_quiet = true;
     lvProto->setCurrentIndex(row);

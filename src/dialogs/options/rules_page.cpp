@@ -43,13 +43,6 @@ QString Tag(const char* tag) {
     return QString::fromUtf8(tag);
 }
 
-QToolButton* Picture(QWidget* parent, const QString& name, const QString& tag, const QIcon& icon) {
-    auto* b = Named<QToolButton>(parent, name, tag);
-    b->setIcon(icon);
-    b->setAutoRaise(true);
-    return b;
-}
-
 void Box(const QString& text, MsgIcon icon) {
     ui().beep();
     ui().messageBox(text, MsgButtons::OK, icon, gAppCaption);
@@ -112,14 +105,15 @@ QWidget* RulesPage::buildList() {
     lblRulesTXT->setWordWrap(true);
     lstRules = Named<QListWidget>(box, QStringLiteral("lstRules"));
     lblRulesTXT->setBuddy(lstRules);
-    btnRulesAdd = Picture(box, QStringLiteral("btnRulesAdd"),
-                          QStringLiteral("|Neue Regel||Add rule"), ThemeIcon({"list-add"}));
+    btnRulesAdd = PictureButton(box, QStringLiteral("btnRulesAdd"), ThemeIcon({"list-add"}),
+                                QStringLiteral("|Neue Regel||Add rule"));
     btnRulesDel =
-        Picture(box, QStringLiteral("btnRulesDel"), QStringLiteral("|Regel löschen||Delete rule"),
-                ThemeIcon({"list-remove", "edit-delete"}));
-    btnRuleEdit = Picture(box, QStringLiteral("btnRuleEdit"),
-                          QStringLiteral("|Regel umbenennen||Rename rule"),
-                          ThemeIcon({"document-edit", "edit-rename", "accessories-text-editor"}));
+        PictureButton(box, QStringLiteral("btnRulesDel"), ThemeIcon({"list-remove", "edit-delete"}),
+                      QStringLiteral("|Regel löschen||Delete rule"));
+    btnRuleEdit =
+        PictureButton(box, QStringLiteral("btnRuleEdit"),
+                      ThemeIcon({"document-edit", "edit-rename", "accessories-text-editor"}),
+                      QStringLiteral("|Regel umbenennen||Rename rule"));
     spnUpDown = Named<QWidget>(
         box, QStringLiteral("spnUpDown"),
         QStringLiteral("|Eintrag nach oben/nach unten verschieben||Move entry up/down"));
@@ -243,23 +237,22 @@ QWidget* RulesPage::buildActions() {
     lblRulesSaveFormat->setText(QStringLiteral("Format:"));
     clRulesSaveFormat = Named<QComboBox>(page, QStringLiteral("clRulesSaveFormat"));
     lblRulesSaveFormat->setBuddy(clRulesSaveFormat);
-    btnEditProjects = Picture(page, QStringLiteral("btnEditProjects"),
-                              QStringLiteral("|Projekte verwalten||Manage projects"),
-                              ThemeIcon({"folder-new", "document-properties"}));
+    btnEditProjects = PictureButton(page, QStringLiteral("btnEditProjects"),
+                                    ThemeIcon({"folder-new", "document-properties"}),
+                                    QStringLiteral("|Projekte verwalten||Manage projects"));
     lblSaveTo = Named<QLabel>(page, QStringLiteral("lblSaveTo"),
                               QStringLiteral("Speichern in Basisordner:||Save to base folder:|"));
     txtRulesFolder = Named<QLineEdit>(page, QStringLiteral("txtRulesFolder"),
                                       QStringLiteral("|Ordner festlegen||Specify folder"));
     txtRulesFolder->setMaxLength(decltype(udtRule::Folder)::Length);
     lblSaveTo->setBuddy(txtRulesFolder);
-    btnChooseFolder = Picture(page, QStringLiteral("btnChooseFolder"),
-                              QStringLiteral("|Ordner wählen...||Choose folder..."),
-                              ThemeIcon({"folder-open", "document-open"}));
-    btnOpenFolder =
-        Picture(page, QStringLiteral("btnOpenFolder"),
-                QStringLiteral("|Aktuellen Ordner mit Windows-Explorer öffnen||Open current folder "
-                               "in windows explorer"),
-                ThemeIcon({"system-file-manager", "folder"}));
+    btnChooseFolder = PictureButton(page, QStringLiteral("btnChooseFolder"),
+                                    ThemeIcon({"folder-open", "document-open"}),
+                                    QStringLiteral("|Ordner wählen...||Choose folder..."));
+    btnOpenFolder = PictureButton(
+        page, QStringLiteral("btnOpenFolder"), ThemeIcon({"system-file-manager", "folder"}),
+        QStringLiteral("|Aktuellen Ordner mit Windows-Explorer öffnen||Open current folder "
+                       "in windows explorer"));
     cbRulesDelAttach = Named<QCheckBox>(
         page, QStringLiteral("cbRulesDelAttach"),
         QStringLiteral("Anhang aus Nachricht löschen||Remove attachment from mail|"));
@@ -273,9 +266,9 @@ QWidget* RulesPage::buildActions() {
                                       QStringLiteral("|Anwendung festlegen||Specify application"));
     txtRulesRunApp->setMaxLength(decltype(udtRule::Execute)::Length);
     lblRulesRunApp->setBuddy(txtRulesRunApp);
-    btnChooseApp = Picture(page, QStringLiteral("btnChooseApp"),
-                           QStringLiteral("|Anwendung wählen...||Choose application..."),
-                           ThemeIcon({"application-x-executable", "system-run"}));
+    btnChooseApp = PictureButton(page, QStringLiteral("btnChooseApp"),
+                                 ThemeIcon({"application-x-executable", "system-run"}),
+                                 QStringLiteral("|Anwendung wählen...||Choose application..."));
     lblSaveInfos = Named<QLabel>(page, QStringLiteral("lblSaveInfos"));
     lblSaveInfos->setWordWrap(true);
     lblSaveInfos->setTextFormat(Qt::PlainText);

@@ -16,6 +16,7 @@
 #include "data/saved_files.h"
 #include "dialogs/icons.h"
 #include "dialogs/models/found_files_model.h"
+#include "dialogs/named_widget.h"
 #include "dialogs/options/frm_stowaway.h"
 #include "dialogs/translate.h"
 #include "ui/user_interaction.h"
@@ -36,21 +37,6 @@
 #include <algorithm>
 
 namespace {
-template <class W> W* Named(QWidget* parent, const QString& name, const QString& tag) {
-    auto* w = new W(parent);
-    w->setObjectName(name);
-    if (!tag.isEmpty()) SetTag(w, tag);
-    return w;
-}
-
-QToolButton* PictureButton(QWidget* parent, const QString& name,
-                           std::initializer_list<const char*> icons, const QString& tag) {
-    auto* b = Named<QToolButton>(parent, name, tag);
-    b->setIcon(ThemeIcon(icons));
-    b->setToolButtonStyle(Qt::ToolButtonIconOnly);
-    return b;
-}
-
 void Warn(const QString& text, MsgIcon icon = MsgIcon::Exclamation) {
     ui().beep();
     ui().messageBox(text, MsgButtons::OK, icon, gAppCaption);
@@ -70,18 +56,16 @@ SearchPage::SearchPage(frmStowaway& form) : m_form(form) {
 
     auto* label2 =
         Named<QLabel>(this, QStringLiteral("Label2"), QStringLiteral("Suchen:||Search:|"));
-    txtSearch = Named<QLineEdit>(this, QStringLiteral("txtSearch"), QString());
+    txtSearch = Named<QLineEdit>(this, QStringLiteral("txtSearch"));
     label2->setBuddy(txtSearch);
     btnSearch =
-        PictureButton(this, QStringLiteral("btnSearch"), {"edit-find", "system-search"}, QString());
+        PictureButton(this, QStringLiteral("btnSearch"), ThemeIcon({"edit-find", "system-search"}));
     btnSearchBack = PictureButton(this, QStringLiteral("btnSearchBack"),
-                                  {"go-previous", "edit-undo"}, QString());
+                                  ThemeIcon({"go-previous", "edit-undo"}));
     btnSearchBack->setEnabled(false);
-    btnSearchRefresh =
-        PictureButton(this, QStringLiteral("btnSearchRefresh"), {"view-refresh", "reload"},
-                      QStringLiteral("|Aktualisieren||Refresh"));
-    Dir1 = Named<QLabel>(this, QStringLiteral("Dir1"), QString());
-    Dir1->setTextFormat(Qt::PlainText);
+    btnSearchRefresh = PictureButton(this, QStringLiteral("btnSearchRefresh"),
+                                     ThemeIcon({"view-refresh", "reload"}),
+                                     QStringLiteral("|Aktualisieren||Refresh"));
 
     lvFiles = Named<QTreeView>(this, QStringLiteral("lvFiles"),
                                QStringLiteral("Dateiname|Datum|Größe|Filename|Date|Size"));
@@ -91,20 +75,21 @@ SearchPage::SearchPage(frmStowaway& form) : m_form(form) {
     lvFiles->setAllColumnsShowFocus(true);
     lvFiles->header()->setStretchLastSection(false);
     lvFiles->header()->setSectionResizeMode(0, QHeaderView::Stretch);
-    lstFoundFiles = Named<QListWidget>(this, QStringLiteral("lstFoundFiles"), QString());
+    lstFoundFiles = Named<QListWidget>(this, QStringLiteral("lstFoundFiles"));
     lstFoundFiles->setSelectionMode(QAbstractItemView::ExtendedSelection);
     lstFoundFiles->setUniformItemSizes(true);
     lstFoundFiles->hide();
 
-    imgSearchFileFormat = Named<QLabel>(this, QStringLiteral("imgSearchFileFormat"), QString());
+    imgSearchFileFormat = Named<QLabel>(this, QStringLiteral("imgSearchFileFormat"));
     imgSearchFileFormat->setFixedSize(20, 20);
-    for (int i = 0; i < 2; ++i) {
-        lblSearchFileInfos[i] =
-            Named<QLabel>(this, QStringLiteral("lblSearchFileInfos_%1").arg(i), QString());
+    for (int i = 0; i < 4; ++i) {
+        lblSearchFileInfos[i] = Named<QLabel>(this, QStringLiteral("lblSearchFileInfos_%1").arg(i));
         lblSearchFileInfos[i]->setTextFormat(Qt::PlainText);
         lblSearchFileInfos[i]->setMinimumWidth(120);
         lblSearchFileInfos[i]->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);
     }
+    // Three dates do not fit beside the buttons in one line.
+    lblSearchFileInfos[3]->setWordWrap(true);
 
     connect(txtSearch, &QLineEdit::returnPressed, this, [this] { btnSearch_Click(); });
     connect(btnSearch, &QToolButton::clicked, this, [this] { btnSearch_Click(); });
@@ -129,13 +114,15 @@ SearchPage::SearchPage(frmStowaway& form) : m_form(form) {
     views->addWidget(lstFoundFiles, 0, 0);
     auto* facts = new QGridLayout;
     facts->addWidget(imgSearchFileFormat, 0, 0);
+    // The path, its size, its dates, then what the protocol knows of it.
     facts->addWidget(lblSearchFileInfos[0], 0, 1);
-    facts->addWidget(lblSearchFileInfos[1], 1, 1);
-    facts->addWidget(buildButtons(), 0, 2, 2, 1);
+    facts->addWidget(buildButtons(), 0, 2);
+    facts->addWidget(lblSearchFileInfos[2], 1, 1, 1, 2);
+    facts->addWidget(lblSearchFileInfos[3], 2, 1, 1, 2);
+    facts->addWidget(lblSearchFileInfos[1], 3, 1, 1, 2);
     facts->setColumnStretch(1, 1);
     auto* right = new QVBoxLayout;
     right->addLayout(searchRow);
-    right->addWidget(Dir1);
     right->addLayout(views, 1);
     right->addLayout(facts);
     auto* layout = new QHBoxLayout(this);
@@ -146,28 +133,35 @@ SearchPage::SearchPage(frmStowaway& form) : m_form(form) {
 QGroupBox* SearchPage::buildFolders() {
     auto* frame = Named<QGroupBox>(this, QStringLiteral("frAttchDirs"),
                                    QStringLiteral("Stowaway-Ordner:||Stowaway folder:|"));
-    lstStowawayFolders = Named<QListWidget>(frame, QStringLiteral("lstStowawayFolders"), QString());
+    lstStowawayFolders = Named<QListWidget>(frame, QStringLiteral("lstStowawayFolders"));
+    // The folder list box that holds the current folder lies under the target folders, out of
+    // sight: the user walks through the folders in lvFiles.
+    Dir1 = Named<QListWidget>(frame, QStringLiteral("Dir1"));
+    Dir1->hide();
     connect(lstStowawayFolders, &QListWidget::currentRowChanged, this,
             [this](int row) { lstStowawayFolders_Click(row); });
-    auto* box = new QVBoxLayout(frame);
-    box->addWidget(lstStowawayFolders);
+    auto* box = new QGridLayout(frame);
+    box->addWidget(Dir1, 0, 0);
+    box->addWidget(lstStowawayFolders, 0, 0);
     return frame;
 }
 
 QWidget* SearchPage::buildButtons() {
     auto* row = new QWidget(this);
     btnSearchOpenFolder = PictureButton(
-        row, QStringLiteral("btnSearchOpenFolder"), {"folder-open", "system-file-manager"},
+        row, QStringLiteral("btnSearchOpenFolder"),
+        ThemeIcon({"folder-open", "system-file-manager"}),
         QStringLiteral("|Aktuellen Ordner mit Windows-Explorer öffnen||Open current folder in "
                        "windows explorer"));
     btnSearchView = PictureButton(row, QStringLiteral("btnSearchView"),
-                                  {"document-open", "document-preview"}, QString());
-    btnSearchRenFile = PictureButton(row, QStringLiteral("btnSearchRenFile"), {"edit-rename"},
+                                  ThemeIcon({"document-open", "document-preview"}));
+    btnSearchRenFile = PictureButton(row, QStringLiteral("btnSearchRenFile"),
+                                     ThemeIcon({"edit-rename", "document-edit"}),
                                      QStringLiteral("|Umbenennen...||Rename..."));
     btnSearchDelFile =
-        PictureButton(row, QStringLiteral("btnSearchDelFile"), {"edit-delete"}, QString());
+        PictureButton(row, QStringLiteral("btnSearchDelFile"), ThemeIcon({"edit-delete"}));
     btnSearchSend = PictureButton(row, QStringLiteral("btnSearchSend"),
-                                  {"mail-forward", "mail-send", "mail-message-new"},
+                                  ThemeIcon({"mail-forward", "mail-send", "mail-message-new"}),
                                   QStringLiteral("|Versenden...||Send to..."));
     connect(btnSearchOpenFolder, &QToolButton::clicked, this,
             [this] { btnSearchOpenFolder_Click(); });
@@ -242,7 +236,18 @@ bool SearchPage::setDir1(const QString& path) {
     const QFileInfo info(path);
     if (path.isEmpty() || !info.isAbsolute() || !info.isDir()) return false;
     m_dir1 = QDir::cleanPath(path);
-    Dir1->setText(m_dir1);
+    // As a folder list box shows it: the folders down to this one, then its subfolders.
+    Dir1->clear();
+    QStringList above;
+    for (QString up = m_dir1; !up.isEmpty(); up = GetParentFolder(up)) {
+        above.prepend(up);
+        if (GetParentFolder(up) == up) break;
+    }
+    Dir1->addItems(above);
+    Dir1->setCurrentRow(Dir1->count() - 1);
+    const QDir dir(m_dir1);
+    for (const QString& sub : dir.entryList(QDir::Dirs | QDir::NoDotAndDotDot, QDir::Name))
+        Dir1->addItem(dir.filePath(sub));
     Dir1_Change();
     return true;
 }
@@ -330,17 +335,21 @@ void SearchPage::lvFiles_Click() {
     if (!upward) imgSearchFileFormat->setPixmap(GetFileIcon(257, path).pixmap(16, 16));
     FileFindData data;
     if (GetFileFindData(path, data)) {
-        const QString size = FormatThousands(data.size) + QStringLiteral(" Bytes");
         const auto date = [](double d) { return FormatDate(d, QStringLiteral("General Date")); };
-        QString text = LangText(QStringLiteral("Größe: "), QStringLiteral("Size: ")) + size;
-        text += QStringLiteral(", ") +
-                LangText(QStringLiteral("Angelegt: "), QStringLiteral("Created: ")) +
-                date(data.creationTime) + QStringLiteral(", ") +
-                LangText(QStringLiteral("Letzter Zugriff: "), QStringLiteral("Last accessed: ")) +
-                date(data.lastAccessTime) + QStringLiteral(", ") +
-                LangText(QStringLiteral("Letzte Änderung: "), QStringLiteral("Last edited: ")) +
-                date(data.lastWriteTime);
+        const QString size = LangText(QStringLiteral("Größe: "), QStringLiteral("Size: ")) +
+                             FormatThousands(data.size) + QStringLiteral(" Bytes");
+        const QString dates =
+            LangText(QStringLiteral("Angelegt: "), QStringLiteral("Created: ")) +
+            date(data.creationTime) + QStringLiteral(", ") +
+            LangText(QStringLiteral("Letzter Zugriff: "), QStringLiteral("Last accessed: ")) +
+            date(data.lastAccessTime) + QStringLiteral(", ") +
+            LangText(QStringLiteral("Letzte Änderung: "), QStringLiteral("Last edited: ")) +
+            date(data.lastWriteTime);
+        // The whole line is the path's tooltip; size and dates also stand on lines of their own.
+        const QString text = size + QStringLiteral(", ") + dates;
         lblSearchFileInfos[0]->setToolTip(text);
+        lblSearchFileInfos[2]->setText(size);
+        lblSearchFileInfos[3]->setText(dates);
     }
     lblSearchFileInfos[0]->setText(AdjustedPath(path));
     m_infoPath = path;

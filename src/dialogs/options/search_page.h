@@ -18,7 +18,7 @@ class SearchPage : public QWidget {
     explicit SearchPage(frmStowaway& form);
 
     // Steps of the load procedure and the form's routines that belong to this tab.
-    void clearFileInfos(); // lblSearchFileInfos(0..1)
+    void clearFileInfos(); // lblSearchFileInfos(0..3)
     void prepare();        // tab change: Dir1 and InitStowawayFolderList
     void InitStowawayFolderList();
 
@@ -30,7 +30,7 @@ class SearchPage : public QWidget {
     QString AdjustedPath(const QString& path) const;
 
     QListWidget* lstStowawayFolders;
-    QLabel* Dir1;
+    QListWidget* Dir1; // holds the current folder; not shown
     QToolButton* btnSearchRefresh;
     QToolButton* btnSearchBack;
     QLineEdit* txtSearch;
@@ -38,7 +38,9 @@ class SearchPage : public QWidget {
     QTreeView* lvFiles;
     QListWidget* lstFoundFiles;
     QLabel* imgSearchFileFormat;
-    QLabel* lblSearchFileInfos[2];
+    // 0 the path (its tooltip: size and dates in one line), 1 the protocol facts, 2 the size,
+    // 3 the dates.
+    QLabel* lblSearchFileInfos[4];
     QToolButton* btnSearchOpenFolder;
     QToolButton* btnSearchView;
     QToolButton* btnSearchRenFile;

@@ -7,6 +7,7 @@
 #include "data/settings.h"
 #include "data/watch_edits.h"
 #include "dialogs/icons.h"
+#include "dialogs/named_widget.h"
 #include "dialogs/options/frm_stowaway.h"
 #include "dialogs/options/proto_panel.h"
 #include "dialogs/options/test_run_buttons.h"
@@ -27,16 +28,6 @@ namespace {
 // A yes/no setting, written at once with its mirror (as `stowaway settings` writes it).
 void WriteSwitch(const QString& key, bool on) {
     ApplySetting(key, on ? QStringLiteral("1") : QStringLiteral("0"));
-}
-
-QToolButton* PictureButton(QWidget* parent, const QString& name, const QIcon& icon,
-                           const QString& tag) {
-    auto* b = new QToolButton(parent);
-    b->setObjectName(name);
-    b->setIcon(icon);
-    b->setAutoRaise(true);
-    SetTag(b, tag);
-    return b;
 }
 
 void Warn(const QString& text) {
