@@ -10,12 +10,14 @@
 
 #include <QDirIterator>
 #include <QElapsedTimer>
+#include <QStandardPaths>
 #include <QThread>
 
 #include <arpa/inet.h>
 #include <atomic>
 #include <netinet/in.h>
 #include <poll.h>
+#include <set>
 #include <sys/socket.h>
 #include <thread>
 #include <unistd.h>
@@ -202,6 +204,72 @@ TEST_F(ImapStoreTest, XOAuth2TakesTheTokenFromThePasswordCommand) {
     ASSERT_EQ(r.exitCode, 0) << S(r.err);
     EXPECT_EQ(savedFiles(), QStringList{u"invoice.pdf"_s});
     EXPECT_TRUE(readFile(dovecot->dir() + u"/dovecot.log"_s).contains("method=XOAUTH2"));
+}
+
+// The UIDs whose header or whole mail the clients fetched, by the server's rawlog.
+std::set<int> BodiesFetched(const QByteArray& sent) {
+    std::set<int> uids;
+    for (const QByteArray& line : sent.split('\n'))
+        if (const qsizetype at = line.indexOf("UID FETCH "); at >= 0 && line.contains("BODY.PEEK["))
+            uids.insert(line.mid(at + 10).split(' ').first().toInt());
+    return uids;
+}
+
+TEST_F(ImapStoreTest, ANewMailEventFetchesOnlyTheNewMailOnceTheOldAreNotedDone) {
+    useOnlyRule(SaveAllRule(target));
+    SaveSetting(u"SWActive"_s, u"1"_s);
+    SaveSetting(u"DoProto"_s, u"0"_s); // a LOG of every mail would read every mail
+    for (int i = 1; i <= 5; ++i)
+        append(MailWithFile(u"Old %1"_s.arg(i), u"old%1.pdf"_s.arg(i)));
+    ASSERT_EQ(runOn({u"run"_s, u"1"_s}).exitCode, 0); // saves and stamps them
+    ASSERT_EQ(runOn({u"run"_s, u"1"_s}).exitCode, 0); // passes over them, noting that
+
+    // `watch` is told of one new mail; the UIDs whose header or body it then fetched.
+    const auto newMailEvent = [&](int n) {
+        auto watch = startStowaway(storeArgs() + QStringList{u"watch"_s});
+        QByteArray said;
+        EXPECT_TRUE(WaitFor(*watch, [&] {
+            said += watch->readAllStandardOutput();
+            return said.contains("Watching 1 folder(s)");
+        })) << said.toStdString();
+        dovecot->clearClientLines();
+        const QString file = u"new%1.pdf"_s.arg(n);
+        append(MailWithFile(u"New %1"_s.arg(n), file));
+        EXPECT_TRUE(WaitFor(*watch, [&] { return savedFiles().contains(file); })) << S(logText());
+        watch->terminate();
+        EXPECT_TRUE(watch->waitForFinished(30000));
+        // The server writes a session's rawlog out as the session ends.
+        QByteArray sent = dovecot->clientLines();
+        for (int quiet = 0, tries = 0; quiet < 5 && tries < 50; ++tries) {
+            QThread::msleep(100);
+            const QByteArray now = dovecot->clientLines();
+            quiet = now == sent ? quiet + 1 : 0;
+            sent = now;
+        }
+        return BodiesFetched(sent);
+    };
+    EXPECT_EQ(newMailEvent(6), std::set<int>{6});
+
+    // A damaged cache is said in the LOG, and the walk reads all and builds it anew.
+    QDirIterator it(QStandardPaths::writableLocation(QStandardPaths::GenericCacheLocation),
+                    QDir::Files, QDirIterator::Subdirectories);
+    QString cache;
+    while (it.hasNext())
+        if (const QString f = it.next(); f.contains(u"/imap/"_s) && f.contains(u"/done/"_s))
+            cache = f;
+    ASSERT_FALSE(cache.isEmpty());
+    {
+        QFile file(cache);
+        ASSERT_TRUE(file.open(QIODevice::ReadWrite));
+        file.resize(file.size() / 2);
+    }
+    EXPECT_EQ(newMailEvent(7), (std::set<int>{1, 2, 3, 4, 5, 6, 7}));
+    EXPECT_TRUE(logText().contains(u"! IMAP: the cache %1 is damaged (cut off)"_s.arg(cache)))
+        << S(logText());
+    // 7, saved by the last event, is looked at once more (stamped now) and noted done.
+    EXPECT_EQ(newMailEvent(8), (std::set<int>{7, 8}));
+    EXPECT_EQ(newMailEvent(9), (std::set<int>{8, 9}));
+    EXPECT_EQ(savedFiles().size(), 9);
 }
 
 struct RefusedCase {

@@ -60,6 +60,7 @@ QString DovecotServer::start() {
     QDir().mkpath(dir_ + QStringLiteral("/run"));
     QDir().mkpath(dir_ + QStringLiteral("/state"));
     QDir().mkpath(dir_ + QStringLiteral("/mail"));
+    QDir().mkpath(dir_ + QStringLiteral("/rawlog"));
     if (port_ == 0) port_ = FreePort();
     // As root, the server runs as nobody; else as the test's own user.
     const bool root = ::geteuid() == 0;
@@ -84,6 +85,7 @@ default_internal_group = %3
 default_login_user = %2
 first_valid_uid = %4
 mail_location = maildir:%1/mail/%u
+rawlog_dir = %1/rawlog
 mail_plugins = acl
 plugin {
   acl = vfile
@@ -156,6 +158,25 @@ service stats {
     return QStringLiteral("dovecot did not answer on port %1: %2")
         .arg(port_)
         .arg(QString::fromUtf8(log.readAll().right(2000)));
+}
+
+QByteArray DovecotServer::clientLines() const {
+    QByteArray all;
+    const QDir dir(dir_ + QStringLiteral("/rawlog"));
+    for (const QString& name : dir.entryList({QStringLiteral("*.in")}, QDir::Files, QDir::Name)) {
+        QFile file(dir.filePath(name));
+        if (!file.open(QIODevice::ReadOnly)) continue;
+        file.seek(seen_.value(name));
+        all += file.readAll();
+    }
+    return all;
+}
+
+void DovecotServer::clearClientLines() {
+    // Sessions still open keep writing to their files: what is forgotten is what they hold now.
+    const QDir dir(dir_ + QStringLiteral("/rawlog"));
+    for (const QFileInfo& file : dir.entryInfoList({QStringLiteral("*.in")}, QDir::Files))
+        seen_[file.fileName()] = file.size();
 }
 
 void DovecotServer::stop() {

@@ -3,6 +3,7 @@
 // run as root) with a configuration of its own in the test's folder, on a free loopback port,
 // with a static password for every user and the mail of user U in <dir>/mail/U (Maildir), and
 // access rights from a dovecot-acl file where a test puts one.
+#include <QHash>
 #include <QProcess>
 #include <QString>
 
@@ -25,6 +26,9 @@ class DovecotServer {
     QString url(const QString& user) const;
     // The Maildir of a user's mailbox ("INBOX" or a folder name as Dovecot lays it out).
     QString maildir(const QString& user, const QString& mailbox = QStringLiteral("INBOX")) const;
+    // What clients sent over every connection so far (the server's rawlog), and forgetting it.
+    QByteArray clientLines() const;
+    void clearClientLines();
     // Leaves mails of `user` readable by the tests after the server wrote them.
     QString dir() const { return dir_; }
 
@@ -32,4 +36,5 @@ class DovecotServer {
     QString dir_;
     quint16 port_ = 0;
     std::unique_ptr<QProcess> process_;
+    QHash<QString, qint64> seen_; // rawlog bytes already read, by file
 };

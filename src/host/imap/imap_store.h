@@ -4,6 +4,7 @@
 // UIDVALIDITY lives, and which mails were replaced by whom.
 #include "host/imap/imap_account.h"
 #include "host/imap/imap_jobs.h"
+#include "host/imap/imap_summary_cache.h"
 #include "host/mime/mail_summary.h"
 
 #include <map>
@@ -53,10 +54,14 @@ class ImapStore {
 
     // Header summaries kept per mail.
     std::map<ImapMailId, MailHeadersPtr> headers;
+    // The mails the driver passed over for good, kept across runs.
+    ImapSummaryCache& summaries() { return *summaries_; }
     // The folder where rewrites note their steps, so a run after a crash completes them.
     QString journalDir() const;
 
   private:
+    // This account's folder in the cache folder.
+    QString cacheDir() const;
     bool hasJournalFor(const QByteArray& rawName) const;
     OpError recover(const QByteArray& rawName, const ImapMailboxState& state);
 
@@ -72,6 +77,7 @@ class ImapStore {
     std::map<quint64, QByteArray> validityToMailbox_;
     std::map<ImapMailId, ImapMailId> replaced_;
     std::set<QByteArray> recovered_;
+    std::unique_ptr<ImapSummaryCache> summaries_;
 
     friend class ImapRewrite;
 
