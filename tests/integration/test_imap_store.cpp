@@ -310,6 +310,53 @@ TEST_F(ImapStoreTest, AnAccountThatCannotBeUsedIsRefusedWithAClearMessage) {
     }
 }
 
+// Dovecot over TLS with a certificate the test makes: refused with the host and the reason
+// unless trusted (SSL_CERT_FILE) and made out to the host connected to.
+TEST_F(ImapStoreTest, AServerCertificateIsCheckedAndCanBeTrustedByFile) {
+    const struct {
+        const char* name;
+        const char* altName; // whom the certificate is for
+        bool trusted;
+        const char* refusal; // empty: the account is used
+    } cases[] = {
+        {"self-signed", "IP:127.0.0.1", false,
+         "IMAP 127.0.0.1: the secure connection was refused: The certificate is self-signed, "
+         "and untrusted"},
+        {"trusted", "IP:127.0.0.1", true, ""},
+        {"another host's", "DNS:mail.example.org", true,
+         "IMAP 127.0.0.1: the secure connection was refused: The host name did not match any of "
+         "the valid hosts for this certificate"},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.name);
+        const QString cert = dovecot->dir() + u"/cert.pem"_s, key = dovecot->dir() + u"/key.pem"_s;
+        QProcess openssl;
+        openssl.setProcessChannelMode(QProcess::MergedChannels);
+        openssl.start(u"openssl"_s,
+                      {u"req"_s, u"-x509"_s, u"-newkey"_s, u"ec"_s, u"-pkeyopt"_s,
+                       u"ec_paramgen_curve:prime256v1"_s, u"-nodes"_s, u"-keyout"_s, key, u"-out"_s,
+                       cert, u"-days"_s, u"2"_s, u"-subj"_s, u"/CN=Stowaway test"_s, u"-addext"_s,
+                       u"subjectAltName="_s + QLatin1String(c.altName)});
+        ASSERT_TRUE(openssl.waitForFinished() && openssl.exitCode() == 0)
+            << openssl.readAll().toStdString();
+        dovecot->stop();
+        dovecot->useCertificate(cert, key);
+        ASSERT_TRUE(dovecot->start().isEmpty());
+        if (c.trusted) qputenv("SSL_CERT_FILE", cert.toLocal8Bit());
+        const CommandResult r =
+            runStowaway({u"--store"_s, u"imap://bob@127.0.0.1:%1"_s.arg(dovecot->tlsPort()),
+                         u"--password-command"_s, u"echo secret"_s, u"folders"_s});
+        qunsetenv("SSL_CERT_FILE");
+        if (*c.refusal) {
+            EXPECT_NE(r.exitCode, 0);
+            EXPECT_TRUE((r.out + r.err).contains(QString::fromUtf8(c.refusal))) << S(r.out + r.err);
+        } else {
+            EXPECT_EQ(r.exitCode, 0) << S(r.out + r.err);
+            EXPECT_TRUE(r.out.contains(u"INBOX"_s)) << S(r.out);
+        }
+    }
+}
+
 TEST_F(ImapStoreTest, WatchTakesMailAppendedMeanwhileAndAfterTheServerRestarts) {
     useOnlyRule(SaveAllRule(target));
     SaveSetting(u"SWActive"_s, u"1"_s);

@@ -50,6 +50,11 @@ QString DovecotServer::url(const QString& user) const {
     return QStringLiteral("imap+plain://%1@127.0.0.1:%2").arg(user).arg(port_);
 }
 
+void DovecotServer::useCertificate(const QString& cert, const QString& key) {
+    cert_ = cert;
+    key_ = key;
+}
+
 QString DovecotServer::maildir(const QString& user, const QString& mailbox) const {
     const QString base = dir_ + QStringLiteral("/mail/") + user;
     return mailbox == QLatin1String("INBOX") ? base : base + QStringLiteral("/.") + mailbox;
@@ -62,6 +67,7 @@ QString DovecotServer::start() {
     QDir().mkpath(dir_ + QStringLiteral("/mail"));
     QDir().mkpath(dir_ + QStringLiteral("/rawlog"));
     if (port_ == 0) port_ = FreePort();
+    if (!cert_.isEmpty() && tlsPort_ == 0) tlsPort_ = FreePort();
     // As root, the server runs as nobody; else as the test's own user.
     const bool root = ::geteuid() == 0;
     const passwd* pw = root ? ::getpwnam("nobody") : ::getpwuid(::geteuid());
@@ -77,7 +83,7 @@ state_dir = %1/state
 log_path = %1/dovecot.log
 protocols = imap
 listen = 127.0.0.1
-ssl = no
+%8
 disable_plaintext_auth = no
 auth_mechanisms = plain login xoauth2
 default_internal_user = %2
@@ -105,7 +111,8 @@ service imap-login {
     port = %7
   }
   inet_listener imaps {
-    port = 0
+    address = 127.0.0.1
+    port = %9
   }
 }
 service anvil {
@@ -119,7 +126,12 @@ service stats {
                                .arg(uid)
                                .arg(QLatin1String(kPassword))
                                .arg(gid)
-                               .arg(port_);
+                               .arg(port_)
+                               .arg(cert_.isEmpty() ? QStringLiteral("ssl = no")
+                                                    : QStringLiteral("ssl = yes\nssl_cert = <%1\n"
+                                                                     "ssl_key = <%2")
+                                                          .arg(cert_, key_))
+                               .arg(tlsPort_);
     QFile file(dir_ + QStringLiteral("/dovecot.conf"));
     if (!file.open(QIODevice::WriteOnly) || file.write(config.toUtf8()) < 0)
         return QStringLiteral("cannot write the configuration");

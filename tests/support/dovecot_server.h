@@ -22,6 +22,10 @@ class DovecotServer {
     QString start();
     void stop();
     quint16 port() const { return port_; }
+    // TLS from the next start on, with this certificate and key, on tlsPort() beside the plain
+    // port.
+    void useCertificate(const QString& cert, const QString& key);
+    quint16 tlsPort() const { return tlsPort_; }
     // "imap+plain://user@127.0.0.1:port"
     QString url(const QString& user) const;
     // The Maildir of a user's mailbox ("INBOX" or a folder name as Dovecot lays it out).
@@ -35,6 +39,8 @@ class DovecotServer {
   private:
     QString dir_;
     quint16 port_ = 0;
+    quint16 tlsPort_ = 0;
+    QString cert_, key_;
     std::unique_ptr<QProcess> process_;
     QHash<QString, qint64> seen_; // rawlog bytes already read, by file
 };
