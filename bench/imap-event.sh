@@ -175,7 +175,7 @@ out=$work/out-event
 set_up_home event "$out" imap
 "$stowaway" --no-input watch >"$work/watch.log" 2>&1 &
 pid=$!
-until grep -q '^Watching' "$work/watch.log"; do sleep 0.2; done
+until grep -qs '^Watching' "$work/watch.log"; do sleep 0.2; done
 i=0
 first_walk=
 for m in "${mails[@]}"; do
