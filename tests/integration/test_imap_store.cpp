@@ -15,9 +15,9 @@
 
 #include <arpa/inet.h>
 #include <atomic>
+#include <map>
 #include <netinet/in.h>
 #include <poll.h>
-#include <set>
 #include <sys/socket.h>
 #include <thread>
 #include <unistd.h>
@@ -194,12 +194,13 @@ TEST_F(ImapStoreTest, XOAuth2TakesTheTokenFromThePasswordCommand) {
     EXPECT_TRUE(readFile(dovecot->dir() + u"/dovecot.log"_s).contains("method=XOAUTH2"));
 }
 
-// The UIDs whose header or whole mail the clients fetched, by the server's rawlog.
-std::set<int> BodiesFetched(const QByteArray& sent) {
-    std::set<int> uids;
+// How often the clients fetched the header or the whole mail of each UID, by the server's rawlog.
+using Fetches = std::map<int, int>;
+Fetches BodiesFetched(const QByteArray& sent) {
+    Fetches uids;
     for (const QByteArray& line : sent.split('\n'))
         if (const qsizetype at = line.indexOf("UID FETCH "); at >= 0 && line.contains("BODY.PEEK["))
-            uids.insert(line.mid(at + 10).split(' ').first().toInt());
+            ++uids[line.mid(at + 10).split(' ').first().toInt()];
     return uids;
 }
 
@@ -236,7 +237,8 @@ TEST_F(ImapStoreTest, ANewMailEventFetchesOnlyTheNewMailOnceTheOldAreNotedDone) 
         }
         return BodiesFetched(sent);
     };
-    EXPECT_EQ(newMailEvent(6), std::set<int>{6});
+    // Each mail looked at costs its header once and the whole mail once.
+    EXPECT_EQ(newMailEvent(6), (Fetches{{6, 2}}));
 
     // A damaged cache is said in the LOG, and the walk reads all and builds it anew.
     QDirIterator it(QStandardPaths::writableLocation(QStandardPaths::GenericCacheLocation),
@@ -251,12 +253,12 @@ TEST_F(ImapStoreTest, ANewMailEventFetchesOnlyTheNewMailOnceTheOldAreNotedDone) 
         ASSERT_TRUE(file.open(QIODevice::ReadWrite));
         file.resize(file.size() / 2);
     }
-    EXPECT_EQ(newMailEvent(7), (std::set<int>{1, 2, 3, 4, 5, 6, 7}));
+    EXPECT_EQ(newMailEvent(7), (Fetches{{1, 2}, {2, 2}, {3, 2}, {4, 2}, {5, 2}, {6, 2}, {7, 2}}));
     EXPECT_TRUE(logText().contains(u"! IMAP: the cache %1 is damaged (cut off)"_s.arg(cache)))
         << S(logText());
     // 7, saved by the last event, is looked at once more (stamped now) and noted done.
-    EXPECT_EQ(newMailEvent(8), (std::set<int>{7, 8}));
-    EXPECT_EQ(newMailEvent(9), (std::set<int>{8, 9}));
+    EXPECT_EQ(newMailEvent(8), (Fetches{{7, 2}, {8, 2}}));
+    EXPECT_EQ(newMailEvent(9), (Fetches{{8, 2}, {9, 2}}));
     EXPECT_EQ(savedFiles().size(), 9);
 }
 

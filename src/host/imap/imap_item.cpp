@@ -89,18 +89,22 @@ Result<MailHeadersPtr> ImapItem::headers() const {
 OpError ImapItem::ensureParsed() const {
     follow();
     if (parsed_) return OpError::none();
-    UidFetchJob fetch(QByteArray::number(id_.uid), "FLAGS INTERNALDATE BODY.PEEK[]");
-    if (OpError e = store_->runIn(mailbox_.rawName, fetch)) return e;
-    const auto found = fetch.mails.find(id_.uid);
-    if (found == fetch.mails.end() || !found->second.hasBody)
-        return OpError::make(
-            ErrNo::NotFound,
-            QStringLiteral("The mail %1 is no longer on the server").arg(id_.entryId()));
-    auto parsed = ParsedMail::FromBytes(found->second.body, where());
+    const ImapStore::FetchedMail* mail = store_->recentlyFetched(id_);
+    if (!mail) {
+        UidFetchJob fetch(QByteArray::number(id_.uid), "FLAGS INTERNALDATE BODY.PEEK[]");
+        if (OpError e = store_->runIn(mailbox_.rawName, fetch)) return e;
+        const auto found = fetch.mails.find(id_.uid);
+        if (found == fetch.mails.end() || !found->second.hasBody)
+            return OpError::make(
+                ErrNo::NotFound,
+                QStringLiteral("The mail %1 is no longer on the server").arg(id_.entryId()));
+        if (found->second.hasFlags) flags_ = found->second.flags;
+        mail = &store_->noteFetched({id_, found->second.body, found->second.internalDate});
+    }
+    auto parsed = ParsedMail::FromBytes(mail->bytes, where());
     if (!parsed.ok()) return parsed.error;
     parsed_ = std::move(parsed.value);
-    internalDate_ = found->second.internalDate;
-    if (found->second.hasFlags) flags_ = found->second.flags;
+    internalDate_ = mail->internalDate;
     keys_.resize(parsed_->structure().attachments.size());
     std::iota(keys_.begin(), keys_.end(), 0);
     return OpError::none();

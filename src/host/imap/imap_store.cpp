@@ -168,6 +168,26 @@ void ImapStore::noteReplaced(const ImapMailId& old, const ImapMailId& replacemen
     headers.erase(old);
 }
 
+const ImapStore::FetchedMail* ImapStore::recentlyFetched(const ImapMailId& id) const {
+    for (const FetchedMail& mail : fetched_)
+        if (mail.id == id) return &mail;
+    return nullptr;
+}
+
+const ImapStore::FetchedMail& ImapStore::noteFetched(FetchedMail mail) {
+    constexpr size_t kMails = 8;
+    constexpr qsizetype kBytes = 32 * 1024 * 1024;
+    qsizetype total = mail.bytes.size();
+    for (const FetchedMail& kept : fetched_)
+        total += kept.bytes.size();
+    while (!fetched_.empty() && (fetched_.size() >= kMails || total > kBytes)) {
+        total -= fetched_.front().bytes.size();
+        fetched_.pop_front();
+    }
+    fetched_.push_back(std::move(mail));
+    return fetched_.back();
+}
+
 QString ImapStore::cacheDir() const {
     // By user and host alone: what is kept there checks the mailbox's UIDVALIDITY itself.
     const QByteArray key =

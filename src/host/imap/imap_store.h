@@ -7,6 +7,7 @@
 #include "host/imap/imap_summary_cache.h"
 #include "host/mime/mail_summary.h"
 
+#include <deque>
 #include <map>
 #include <memory>
 #include <set>
@@ -19,6 +20,9 @@ struct ImapMailId {
     quint64 uid = 0;
     QString entryId() const;
     static bool parse(const QString& entryId, ImapMailId& id);
+    bool operator==(const ImapMailId& o) const {
+        return uidValidity == o.uidValidity && uid == o.uid;
+    }
     bool operator<(const ImapMailId& o) const {
         return uidValidity != o.uidValidity ? uidValidity < o.uidValidity : uid < o.uid;
     }
@@ -54,6 +58,16 @@ class ImapStore {
 
     // Header summaries kept per mail.
     std::map<ImapMailId, MailHeadersPtr> headers;
+    // The mails fetched last: a walk looks at a mail through more than one object (the
+    // new-mail event's, the listing's, the one fetched by id), and a mail's bytes never change
+    // under its UID. A few mails, a few MB at most.
+    struct FetchedMail {
+        ImapMailId id;
+        QByteArray bytes;
+        QDateTime internalDate;
+    };
+    const FetchedMail* recentlyFetched(const ImapMailId& id) const;
+    const FetchedMail& noteFetched(FetchedMail mail);
     // The mails the driver passed over for good, kept across runs.
     ImapSummaryCache& summaries() { return *summaries_; }
     // The folder where rewrites note their steps, so a run after a crash completes them.
@@ -78,6 +92,7 @@ class ImapStore {
     std::map<ImapMailId, ImapMailId> replaced_;
     std::set<QByteArray> recovered_;
     std::unique_ptr<ImapSummaryCache> summaries_;
+    std::deque<FetchedMail> fetched_;
 
     friend class ImapRewrite;
 
