@@ -17,6 +17,10 @@ constexpr char kMagic[] = "stowaway-imap-done 1";
 // The flags as one comparable line: case folded, sorted, \Recent (which only says which session
 // saw the mail first) left out.
 QByteArray FlagKey(const QSet<QByteArray>& flags) {
+    if (flags.size() == 1) { // the common case, a stamp or \Seen alone: no list to sort
+        const QByteArray lower = flags.begin()->toLower();
+        return lower == "\\recent" ? QByteArray() : lower;
+    }
     QList<QByteArray> list;
     list.reserve(flags.size());
     for (const QByteArray& f : flags) {
@@ -83,6 +87,7 @@ ImapSummaryCache::Box& ImapSummaryCache::box(const QByteArray& rawName, quint64 
         b.done.clear();
         b.uidValidity = uidValidity;
         b.dirty = true;
+        b.pruned = false;
     }
     return b;
 }
@@ -108,6 +113,8 @@ void ImapSummaryCache::markDone(const QByteArray& rawName, quint64 uidValidity, 
 void ImapSummaryCache::prune(const QByteArray& rawName, quint64 uidValidity,
                              const std::unordered_set<quint64>& present) {
     Box& b = box(rawName, uidValidity);
+    if (b.pruned) return;
+    b.pruned = true;
     for (auto it = b.done.begin(); it != b.done.end();) {
         if (present.count(it->first)) {
             ++it;

@@ -25,7 +25,8 @@ class ImapSummaryCache {
                 const QSet<QByteArray>& flags);
     void markDone(const QByteArray& rawName, quint64 uidValidity, quint64 uid,
                   const QSet<QByteArray>& flags);
-    // Forgets the mails no longer in the mailbox.
+    // Forgets the mails no longer in the mailbox, once per mailbox and instance: UIDs are never
+    // given again, so notes of expunged mails cost only room until then.
     void prune(const QByteArray& rawName, quint64 uidValidity,
                const std::unordered_set<quint64>& present);
     // Writes the mailboxes whose notes changed (also done shortly after a change, and at the end).
@@ -37,6 +38,7 @@ class ImapSummaryCache {
         quint64 uidValidity = 0;
         std::unordered_map<quint64, QByteArray> done; // UID -> its flags when noted
         bool dirty = false;
+        bool pruned = false;
     };
     Box& box(const QByteArray& rawName, quint64 uidValidity);
     void load(const QByteArray& rawName, Box& box) const;
