@@ -10,10 +10,12 @@
 
 #include <QDirIterator>
 #include <QElapsedTimer>
+#include <QStandardPaths>
 #include <QThread>
 
 #include <arpa/inet.h>
 #include <atomic>
+#include <map>
 #include <netinet/in.h>
 #include <poll.h>
 #include <sys/socket.h>
@@ -96,33 +98,72 @@ class ImapStoreTest : public StowawayCommandTest {
     QString target;
 };
 
-TEST_F(ImapStoreTest, RealRunSavesTheFilesAndStampsByKeywordWithoutRewriting) {
-    useOnlyRule(SaveAllRule(target));
-    append(MailWithFile(u"Invoice"_s, u"invoice.pdf"_s));
-    append(MailWithFile(u"Report"_s, u"report.pdf"_s));
-    const QStringList before = mailFiles();
-    ASSERT_EQ(before.size(), 2);
-    QList<QByteArray> bytesBefore;
-    for (const QString& f : before)
-        bytesBefore << readFile(f);
+// A real run stamps each mail by keyword where the mailbox takes keywords (the mail's bytes
+// untouched unless the file is taken out), else by header in a rewrite; a second run finds every
+// mail done and changes nothing.
+TEST_F(ImapStoreTest, RealRunSavesTheFilesAndStampsEachMailOnce) {
+    const struct {
+        const char* name;
+        bool removeAndLink;
+        bool keywords; // else the user's mailbox lacks the right to write flags (ACL "w")
+    } cases[] = {
+        {"stamp by keyword", false, true},
+        {"file taken out, link added", true, true},
+        {"stamp by header", false, false},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.name);
+        const QString user = QString::fromLatin1(c.name).section(u' ', -1) + u"user"_s;
+        if (!c.keywords) {
+            // Without ACL "w", PERMANENTFLAGS holds \Seen and \Deleted alone.
+            const QString box = dovecot->maildir(user);
+            for (const char* sub : {"/cur", "/new", "/tmp"})
+                QDir().mkpath(box + QLatin1String(sub));
+            QFile acl(box + u"/dovecot-acl"_s);
+            ASSERT_TRUE(acl.open(QIODevice::WriteOnly));
+            acl.write("owner lrstipe\n");
+            acl.close();
+            QProcess::execute(u"chown"_s, {u"-R"_s, u"--reference="_s + dovecot->dir() + u"/run"_s,
+                                           dovecot->dir() + u"/mail"_s});
+        }
+        QDir(target).removeRecursively();
+        useOnlyRule(SaveAllRule(target, c.removeAndLink));
+        append(MailWithFile(u"Invoice"_s, u"invoice.pdf"_s), user);
+        append(MailWithFile(u"Report"_s, u"report.pdf"_s), user);
+        QList<QByteArray> before;
+        for (const QString& f : mailFiles(user))
+            before << readFile(f);
+        ASSERT_EQ(before.size(), 2);
 
-    const CommandResult r = runOn({u"run"_s, u"1"_s});
-    ASSERT_EQ(r.exitCode, 0) << S(r.err) << S(logText());
-    EXPECT_EQ(savedFiles(), (QStringList{u"invoice.pdf"_s, u"report.pdf"_s}));
-    EXPECT_EQ(readFile(target + u"/invoice.pdf"_s), QByteArray("%PDF-1.4 Invoice"));
-
-    // The same two mails, each with the keyword, their bytes untouched.
-    const QStringList after = mailFiles();
-    ASSERT_EQ(after.size(), 2) << S(after.join(u'\n'));
-    const QString letter = keywordLetter(QString::fromLatin1(kStampKeyword));
-    ASSERT_FALSE(letter.isEmpty());
-    for (int i = 0; i < 2; ++i) {
-        EXPECT_TRUE(Flags(after[i]).contains(letter)) << S(after[i]);
-        EXPECT_EQ(readFile(after[i]), bytesBefore[i]);
+        const CommandResult r = runOn({u"run"_s, u"1"_s}, user);
+        ASSERT_EQ(r.exitCode, 0) << S(r.err) << S(logText());
+        EXPECT_EQ(savedFiles(), (QStringList{u"invoice.pdf"_s, u"report.pdf"_s}));
+        EXPECT_EQ(readFile(target + u"/invoice.pdf"_s), QByteArray("%PDF-1.4 Invoice"));
+        const QStringList after = mailFiles(user);
+        ASSERT_EQ(after.size(), 2) << S(after.join(u'\n'));
+        const QString letter = keywordLetter(QString::fromLatin1(kStampKeyword), user);
+        for (int i = 0; i < 2; ++i) {
+            const QByteArray mail = readFile(after[i]);
+            if (c.keywords) {
+                ASSERT_FALSE(letter.isEmpty());
+                EXPECT_TRUE(Flags(after[i]).contains(letter)) << S(after[i]);
+                EXPECT_FALSE(mail.contains("X-Mileage")) << "the keyword is the stamp here";
+            } else {
+                EXPECT_TRUE(mail.contains("X-Mileage: QWKStowaway")) << mail.toStdString();
+            }
+            if (c.removeAndLink) {
+                EXPECT_FALSE(mail.contains("%PDF-1.4")) << S(after[i]);
+                EXPECT_TRUE(mail.contains(("file://" + target + "/").toUtf8())) << S(after[i]);
+            } else if (c.keywords) {
+                EXPECT_EQ(mail, before[i]) << "stamped without a rewrite";
+            } else {
+                EXPECT_TRUE(mail.contains("filename=")) << "the file stays in the mail";
+            }
+        }
+        ASSERT_EQ(runOn({u"run"_s, u"1"_s}, user).exitCode, 0);
+        EXPECT_EQ(mailFiles(user), after) << "nothing written again";
+        EXPECT_EQ(savedFiles().size(), 2);
     }
-    // A second run finds both stamped and saves nothing again.
-    ASSERT_EQ(runOn({u"run"_s, u"1"_s}).exitCode, 0);
-    EXPECT_EQ(savedFiles().size(), 2);
 }
 
 TEST_F(ImapStoreTest, TestRunChangesNothingOnTheServer) {
@@ -143,57 +184,6 @@ TEST_F(ImapStoreTest, TestRunChangesNothingOnTheServer) {
     EXPECT_TRUE(after == before);
 }
 
-TEST_F(ImapStoreTest, RemovalWithLinksReplacesEachMailByOneCopyWithoutTheFile) {
-    useOnlyRule(SaveAllRule(target, true));
-    append(MailWithFile(u"Invoice"_s, u"invoice.pdf"_s));
-    append(MailWithFile(u"Report"_s, u"report.pdf"_s));
-
-    const CommandResult r = runOn({u"run"_s, u"1"_s});
-    ASSERT_EQ(r.exitCode, 0) << S(r.err) << S(logText());
-    EXPECT_EQ(savedFiles(), (QStringList{u"invoice.pdf"_s, u"report.pdf"_s}));
-    const QStringList after = mailFiles();
-    ASSERT_EQ(after.size(), 2) << S(after.join(u'\n'));
-    const QString letter = keywordLetter(QString::fromLatin1(kStampKeyword));
-    for (const QString& f : after) {
-        const QByteArray mail = readFile(f);
-        EXPECT_FALSE(mail.contains("%PDF-1.4")) << S(f);
-        EXPECT_TRUE(mail.contains(("file://" + target + "/").toUtf8())) << S(f);
-        EXPECT_FALSE(mail.contains("X-Mileage")) << "the keyword is the stamp here";
-        EXPECT_TRUE(Flags(f).contains(letter)) << S(f);
-    }
-    // Nothing comes back on the next run.
-    ASSERT_EQ(runOn({u"run"_s, u"1"_s}).exitCode, 0);
-    EXPECT_EQ(mailFiles().size(), 2);
-    EXPECT_EQ(savedFiles().size(), 2);
-}
-
-TEST_F(ImapStoreTest, AMailboxWithoutRoomForKeywordsGetsTheStampAsHeader) {
-    // Without the right to write flags (ACL "w"), PERMANENTFLAGS holds \Seen and \Deleted alone.
-    const QString box = dovecot->maildir(u"carol"_s);
-    for (const char* sub : {"/cur", "/new", "/tmp"})
-        QDir().mkpath(box + QLatin1String(sub));
-    QFile acl(box + u"/dovecot-acl"_s);
-    ASSERT_TRUE(acl.open(QIODevice::WriteOnly));
-    acl.write("owner lrstipe\n");
-    acl.close();
-    QProcess::execute(u"chown"_s, {u"-R"_s, u"--reference="_s + dovecot->dir() + u"/run"_s,
-                                   dovecot->dir() + u"/mail"_s});
-
-    useOnlyRule(SaveAllRule(target));
-    append(MailWithFile(u"Invoice"_s, u"invoice.pdf"_s), u"carol"_s);
-    const CommandResult r = runOn({u"run"_s, u"1"_s}, u"carol"_s);
-    ASSERT_EQ(r.exitCode, 0) << S(r.err) << S(logText());
-    EXPECT_EQ(savedFiles(), QStringList{u"invoice.pdf"_s});
-    const QStringList after = mailFiles(u"carol"_s);
-    ASSERT_EQ(after.size(), 1) << S(after.join(u'\n'));
-    EXPECT_TRUE(readFile(after[0]).contains("X-Mileage: QWKStowaway")) << S(readFile(after[0]));
-    EXPECT_TRUE(readFile(after[0]).contains("filename=invoice.pdf"))
-        << "the file stays in the mail";
-    ASSERT_EQ(runOn({u"run"_s, u"1"_s}, u"carol"_s).exitCode, 0);
-    EXPECT_EQ(mailFiles(u"carol"_s).size(), 1);
-    EXPECT_EQ(savedFiles().size(), 1);
-}
-
 TEST_F(ImapStoreTest, XOAuth2TakesTheTokenFromThePasswordCommand) {
     useOnlyRule(SaveAllRule(target));
     append(MailWithFile(u"Invoice"_s, u"invoice.pdf"_s));
@@ -202,6 +192,74 @@ TEST_F(ImapStoreTest, XOAuth2TakesTheTokenFromThePasswordCommand) {
     ASSERT_EQ(r.exitCode, 0) << S(r.err);
     EXPECT_EQ(savedFiles(), QStringList{u"invoice.pdf"_s});
     EXPECT_TRUE(readFile(dovecot->dir() + u"/dovecot.log"_s).contains("method=XOAUTH2"));
+}
+
+// How often the clients fetched the header or the whole mail of each UID, by the server's rawlog.
+using Fetches = std::map<int, int>;
+Fetches BodiesFetched(const QByteArray& sent) {
+    Fetches uids;
+    for (const QByteArray& line : sent.split('\n'))
+        if (const qsizetype at = line.indexOf("UID FETCH "); at >= 0 && line.contains("BODY.PEEK["))
+            ++uids[line.mid(at + 10).split(' ').first().toInt()];
+    return uids;
+}
+
+TEST_F(ImapStoreTest, ANewMailEventFetchesOnlyTheNewMailOnceTheOldAreNotedDone) {
+    useOnlyRule(SaveAllRule(target));
+    SaveSetting(u"SWActive"_s, u"1"_s);
+    SaveSetting(u"DoProto"_s, u"0"_s); // a LOG of every mail would read every mail
+    for (int i = 1; i <= 5; ++i)
+        append(MailWithFile(u"Old %1"_s.arg(i), u"old%1.pdf"_s.arg(i)));
+    ASSERT_EQ(runOn({u"run"_s, u"1"_s}).exitCode, 0); // saves and stamps them
+    ASSERT_EQ(runOn({u"run"_s, u"1"_s}).exitCode, 0); // passes over them, noting that
+
+    // `watch` is told of one new mail; the UIDs whose header or body it then fetched.
+    const auto newMailEvent = [&](int n) {
+        auto watch = startStowaway(storeArgs() + QStringList{u"watch"_s});
+        QByteArray said;
+        EXPECT_TRUE(WaitFor(*watch, [&] {
+            said += watch->readAllStandardOutput();
+            return said.contains("Watching 1 folder(s)");
+        })) << said.toStdString();
+        dovecot->clearClientLines();
+        const QString file = u"new%1.pdf"_s.arg(n);
+        append(MailWithFile(u"New %1"_s.arg(n), file));
+        EXPECT_TRUE(WaitFor(*watch, [&] { return savedFiles().contains(file); })) << S(logText());
+        watch->terminate();
+        EXPECT_TRUE(watch->waitForFinished(30000));
+        // The server writes a session's rawlog out as the session ends.
+        QByteArray sent = dovecot->clientLines();
+        for (int quiet = 0, tries = 0; quiet < 5 && tries < 50; ++tries) {
+            QThread::msleep(100);
+            const QByteArray now = dovecot->clientLines();
+            quiet = now == sent ? quiet + 1 : 0;
+            sent = now;
+        }
+        return BodiesFetched(sent);
+    };
+    // Each mail looked at costs its header once and the whole mail once.
+    EXPECT_EQ(newMailEvent(6), (Fetches{{6, 2}}));
+
+    // A damaged cache is said in the LOG, and the walk reads all and builds it anew.
+    QDirIterator it(QStandardPaths::writableLocation(QStandardPaths::GenericCacheLocation),
+                    QDir::Files, QDirIterator::Subdirectories);
+    QString cache;
+    while (it.hasNext())
+        if (const QString f = it.next(); f.contains(u"/imap/"_s) && f.contains(u"/done/"_s))
+            cache = f;
+    ASSERT_FALSE(cache.isEmpty());
+    {
+        QFile file(cache);
+        ASSERT_TRUE(file.open(QIODevice::ReadWrite));
+        file.resize(file.size() / 2);
+    }
+    EXPECT_EQ(newMailEvent(7), (Fetches{{1, 2}, {2, 2}, {3, 2}, {4, 2}, {5, 2}, {6, 2}, {7, 2}}));
+    EXPECT_TRUE(logText().contains(u"! IMAP: the cache %1 is damaged (cut off)"_s.arg(cache)))
+        << S(logText());
+    // 7, saved by the last event, is looked at once more (stamped now) and noted done.
+    EXPECT_EQ(newMailEvent(8), (Fetches{{7, 2}, {8, 2}}));
+    EXPECT_EQ(newMailEvent(9), (Fetches{{8, 2}, {9, 2}}));
+    EXPECT_EQ(savedFiles().size(), 9);
 }
 
 struct RefusedCase {
@@ -239,6 +297,53 @@ TEST_F(ImapStoreTest, AnAccountThatCannotBeUsedIsRefusedWithAClearMessage) {
             << c.name << "\n"
             << S(r.out + r.err);
         EXPECT_FALSE(logText().contains(u"wrong"_s)) << "the secret is never logged";
+    }
+}
+
+// Dovecot over TLS with a certificate the test makes: refused with the host and the reason
+// unless trusted (SSL_CERT_FILE) and made out to the host connected to.
+TEST_F(ImapStoreTest, AServerCertificateIsCheckedAndCanBeTrustedByFile) {
+    const struct {
+        const char* name;
+        const char* altName; // whom the certificate is for
+        bool trusted;
+        const char* refusal; // empty: the account is used
+    } cases[] = {
+        {"self-signed", "IP:127.0.0.1", false,
+         "IMAP 127.0.0.1: the secure connection was refused: The certificate is self-signed, "
+         "and untrusted"},
+        {"trusted", "IP:127.0.0.1", true, ""},
+        {"another host's", "DNS:mail.example.org", true,
+         "IMAP 127.0.0.1: the secure connection was refused: The host name did not match any of "
+         "the valid hosts for this certificate"},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.name);
+        const QString cert = dovecot->dir() + u"/cert.pem"_s, key = dovecot->dir() + u"/key.pem"_s;
+        QProcess openssl;
+        openssl.setProcessChannelMode(QProcess::MergedChannels);
+        openssl.start(u"openssl"_s,
+                      {u"req"_s, u"-x509"_s, u"-newkey"_s, u"ec"_s, u"-pkeyopt"_s,
+                       u"ec_paramgen_curve:prime256v1"_s, u"-nodes"_s, u"-keyout"_s, key, u"-out"_s,
+                       cert, u"-days"_s, u"2"_s, u"-subj"_s, u"/CN=Stowaway test"_s, u"-addext"_s,
+                       u"subjectAltName="_s + QLatin1String(c.altName)});
+        ASSERT_TRUE(openssl.waitForFinished() && openssl.exitCode() == 0)
+            << openssl.readAll().toStdString();
+        dovecot->stop();
+        dovecot->useCertificate(cert, key);
+        ASSERT_TRUE(dovecot->start().isEmpty());
+        if (c.trusted) qputenv("SSL_CERT_FILE", cert.toLocal8Bit());
+        const CommandResult r =
+            runStowaway({u"--store"_s, u"imap://bob@127.0.0.1:%1"_s.arg(dovecot->tlsPort()),
+                         u"--password-command"_s, u"echo secret"_s, u"folders"_s});
+        qunsetenv("SSL_CERT_FILE");
+        if (*c.refusal) {
+            EXPECT_NE(r.exitCode, 0);
+            EXPECT_TRUE((r.out + r.err).contains(QString::fromUtf8(c.refusal))) << S(r.out + r.err);
+        } else {
+            EXPECT_EQ(r.exitCode, 0) << S(r.out + r.err);
+            EXPECT_TRUE(r.out.contains(u"INBOX"_s)) << S(r.out);
+        }
     }
 }
 
@@ -364,22 +469,38 @@ class CuttingProxy {
     std::atomic<bool> cut_{false};
 };
 
-// The connection dies before each step of a rewrite in turn; the run after it leaves exactly one
-// copy of every mail on the server, without the file.
-TEST_F(ImapStoreTest, ARewriteCutAtAnyStepLeavesExactlyOneCopy) {
+// A rewrite broken off at each of its steps in turn, by the network (the connection cut as the
+// command is sent) or by the process being killed (SIGKILL right after the step): the run after
+// it leaves exactly one copy of every mail on the server, without the file.
+TEST_F(ImapStoreTest, ARewriteBrokenOffAtAnyStepLeavesExactlyOneCopy) {
     useOnlyRule(SaveAllRule(target, true));
-    for (const char* step : {"APPEND", "UID STORE", "UID EXPUNGE"}) {
-        SCOPED_TRACE(step);
-        const QString subject = u"Cut at "_s + QLatin1String(step);
-        const QString file = QString::fromLatin1(step).replace(u' ', u'-').toLower() + u".pdf"_s;
+    const struct {
+        const char* cutAt;  // the command the connection dies at
+        const char* killAt; // or the step after which the process is killed
+    } cases[] = {
+        {"APPEND", nullptr},    {"UID STORE", nullptr}, {"UID EXPUNGE", nullptr},
+        {nullptr, "journaled"}, {nullptr, "appended"},  {nullptr, "noted"},
+        {nullptr, "stored"},    {nullptr, "expunged"},
+    };
+    int n = 0;
+    for (const auto& c : cases) {
+        const QString step = QString::fromLatin1(c.cutAt ? c.cutAt : c.killAt);
+        SCOPED_TRACE(step.toStdString());
+        const QString subject = u"Broken off at "_s + step;
+        const QString file = u"file%1.pdf"_s.arg(++n);
         append(MailWithFile(subject, file));
-        {
-            CuttingProxy proxy(dovecot->port(), step);
+        if (c.cutAt) {
+            CuttingProxy proxy(dovecot->port(), c.cutAt);
             const CommandResult cut =
                 runStowaway({u"--store"_s, u"imap+plain://bob@127.0.0.1:%1"_s.arg(proxy.port()),
                              u"--password-command"_s, u"echo secret"_s, u"run"_s, u"1"_s});
             EXPECT_TRUE(proxy.cut()) << S(logText());
             EXPECT_FALSE(cut.crashed);
+        } else {
+            qputenv("STOWAWAY_IMAP_KILL_AT", c.killAt);
+            const CommandResult killed = runOn({u"run"_s, u"1"_s});
+            qunsetenv("STOWAWAY_IMAP_KILL_AT");
+            EXPECT_TRUE(killed.crashed) << S(logText());
         }
         ASSERT_EQ(runOn({u"run"_s, u"1"_s}).exitCode, 0);
         int copies = 0;

@@ -50,6 +50,11 @@ QString DovecotServer::url(const QString& user) const {
     return QStringLiteral("imap+plain://%1@127.0.0.1:%2").arg(user).arg(port_);
 }
 
+void DovecotServer::useCertificate(const QString& cert, const QString& key) {
+    cert_ = cert;
+    key_ = key;
+}
+
 QString DovecotServer::maildir(const QString& user, const QString& mailbox) const {
     const QString base = dir_ + QStringLiteral("/mail/") + user;
     return mailbox == QLatin1String("INBOX") ? base : base + QStringLiteral("/.") + mailbox;
@@ -60,7 +65,9 @@ QString DovecotServer::start() {
     QDir().mkpath(dir_ + QStringLiteral("/run"));
     QDir().mkpath(dir_ + QStringLiteral("/state"));
     QDir().mkpath(dir_ + QStringLiteral("/mail"));
+    QDir().mkpath(dir_ + QStringLiteral("/rawlog"));
     if (port_ == 0) port_ = FreePort();
+    if (!cert_.isEmpty() && tlsPort_ == 0) tlsPort_ = FreePort();
     // As root, the server runs as nobody; else as the test's own user.
     const bool root = ::geteuid() == 0;
     const passwd* pw = root ? ::getpwnam("nobody") : ::getpwuid(::geteuid());
@@ -76,7 +83,7 @@ state_dir = %1/state
 log_path = %1/dovecot.log
 protocols = imap
 listen = 127.0.0.1
-ssl = no
+%8
 disable_plaintext_auth = no
 auth_mechanisms = plain login xoauth2
 default_internal_user = %2
@@ -84,6 +91,7 @@ default_internal_group = %3
 default_login_user = %2
 first_valid_uid = %4
 mail_location = maildir:%1/mail/%u
+rawlog_dir = %1/rawlog
 mail_plugins = acl
 plugin {
   acl = vfile
@@ -103,7 +111,8 @@ service imap-login {
     port = %7
   }
   inet_listener imaps {
-    port = 0
+    address = 127.0.0.1
+    port = %9
   }
 }
 service anvil {
@@ -117,7 +126,12 @@ service stats {
                                .arg(uid)
                                .arg(QLatin1String(kPassword))
                                .arg(gid)
-                               .arg(port_);
+                               .arg(port_)
+                               .arg(cert_.isEmpty() ? QStringLiteral("ssl = no")
+                                                    : QStringLiteral("ssl = yes\nssl_cert = <%1\n"
+                                                                     "ssl_key = <%2")
+                                                          .arg(cert_, key_))
+                               .arg(tlsPort_);
     QFile file(dir_ + QStringLiteral("/dovecot.conf"));
     if (!file.open(QIODevice::WriteOnly) || file.write(config.toUtf8()) < 0)
         return QStringLiteral("cannot write the configuration");
@@ -156,6 +170,25 @@ service stats {
     return QStringLiteral("dovecot did not answer on port %1: %2")
         .arg(port_)
         .arg(QString::fromUtf8(log.readAll().right(2000)));
+}
+
+QByteArray DovecotServer::clientLines() const {
+    QByteArray all;
+    const QDir dir(dir_ + QStringLiteral("/rawlog"));
+    for (const QString& name : dir.entryList({QStringLiteral("*.in")}, QDir::Files, QDir::Name)) {
+        QFile file(dir.filePath(name));
+        if (!file.open(QIODevice::ReadOnly)) continue;
+        file.seek(seen_.value(name));
+        all += file.readAll();
+    }
+    return all;
+}
+
+void DovecotServer::clearClientLines() {
+    // Sessions still open keep writing to their files: what is forgotten is what they hold now.
+    const QDir dir(dir_ + QStringLiteral("/rawlog"));
+    for (const QFileInfo& file : dir.entryInfoList({QStringLiteral("*.in")}, QDir::Files))
+        seen_[file.fileName()] = file.size();
 }
 
 void DovecotServer::stop() {

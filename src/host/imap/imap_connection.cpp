@@ -1,5 +1,7 @@
 #include "host/imap/imap_connection.h"
 
+#include "data/log.h"
+
 #include <QDeadlineTimer>
 #include <QTimer>
 
@@ -119,6 +121,15 @@ OpError ImapConnection::open() {
     caps_.clear();
     socket_ = std::make_unique<QSslSocket>();
     socket_->setPeerVerifyName(endpoint_.host);
+    // Certificates trusted besides the system's: a server with a certificate of its own (a
+    // company CA, a self-signed one) is used by naming that certificate's file, as OpenSSL's
+    // tools take it.
+    if (const QString extra = qEnvironmentVariable("SSL_CERT_FILE"); !extra.isEmpty()) {
+        QSslConfiguration config = socket_->sslConfiguration();
+        if (!config.addCaCertificates(extra))
+            WriteLog(QStringLiteral("! IMAP: no certificate read from SSL_CERT_FILE ") + extra);
+        socket_->setSslConfiguration(config);
+    }
     if (endpoint_.security == ImapSecurity::Tls) {
         socket_->connectToHostEncrypted(endpoint_.host, endpoint_.port);
         if (!socket_->waitForConnected(timeoutMs_))

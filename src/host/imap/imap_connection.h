@@ -6,6 +6,7 @@
 #include "host/imap/imap_response.h"
 
 #include <QSet>
+#include <QSslConfiguration>
 #include <QSslSocket>
 
 #include <functional>

@@ -35,15 +35,27 @@ Result<std::vector<MailItemPtr>> ImapFolder::Items() const {
     return itemsFrom(1);
 }
 
-Result<std::vector<MailItemPtr>> ImapFolder::itemsFrom(quint64 firstUid) const {
+Result<std::vector<MailItemPtr>> ImapFolder::ItemsNotDone() const {
+    return itemsFrom(1, true);
+}
+
+Result<std::vector<MailItemPtr>> ImapFolder::itemsFrom(quint64 firstUid, bool leaveOutDone) const {
     std::vector<MailItemPtr> items;
     if (isTop() || !mailbox_.selectable()) return {items, OpError::none()};
     UidFetchJob fetch(QByteArray::number(firstUid) + ":*", "FLAGS");
     if (OpError e = store_->runIn(mailbox_.rawName, fetch)) return {{}, e};
     const quint64 validity = store_->select(mailbox_.rawName).value.uidValidity;
     items.reserve(fetch.mails.size());
+    ImapSummaryCache& done = store_->summaries();
+    if (leaveOutDone && firstUid == 1) {
+        std::unordered_set<quint64> present;
+        for (const auto& entry : fetch.mails)
+            present.insert(entry.first);
+        done.prune(mailbox_.rawName, validity, present);
+    }
     for (auto& [uid, mail] : fetch.mails) {
         if (uid < firstUid) continue; // "n:*" names the last mail even below n
+        if (leaveOutDone && done.isDone(mailbox_.rawName, validity, uid, mail.flags)) continue;
         items.push_back(
             std::make_shared<ImapItem>(store_, mailbox_, ImapMailId{validity, uid}, mail.flags));
     }

@@ -12,13 +12,14 @@ class ImapFolder : public MailFolder {
     Result<QString> StoreID() const override;
     Result<MailFolderPtr> Parent() const override;
     Result<std::vector<MailItemPtr>> Items() const override;
+    Result<std::vector<MailItemPtr>> ItemsNotDone() const override;
     Result<int> ItemCount() const override;
     Result<std::vector<MailFolderPtr>> Folders() const override;
 
     const ImapMailbox& mailbox() const { return mailbox_; }
     bool isTop() const { return mailbox_.rawName.isEmpty(); }
-    // The mails with UIDs from `firstUid` on, in UID order.
-    Result<std::vector<MailItemPtr>> itemsFrom(quint64 firstUid) const;
+    // The mails with UIDs from `firstUid` on, in UID order; without those noted done.
+    Result<std::vector<MailItemPtr>> itemsFrom(quint64 firstUid, bool leaveOutDone = false) const;
 
   private:
     ImapStorePtr store_;

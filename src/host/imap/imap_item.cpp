@@ -55,6 +55,11 @@ void ImapItem::follow() const {
         flags_ = fetch.mails[id_.uid].flags;
 }
 
+QString ImapItem::where() const {
+    return store_->account().displayName() + QLatin1Char(' ') +
+           DecodeMailboxName(mailbox_.rawName) + QLatin1Char(' ') + id_.entryId();
+}
+
 Result<MailHeadersPtr> ImapItem::headers() const {
     follow();
     if (auto known = store_->headers.find(id_); known != store_->headers.end())
@@ -74,7 +79,7 @@ Result<MailHeadersPtr> ImapItem::headers() const {
                     QStringLiteral("The mail %1 is no longer on the server").arg(id_.entryId()))};
     QByteArray header = found->second.header;
     if (!header.endsWith("\n\n") && !header.endsWith("\r\n\r\n")) header += "\r\n";
-    const auto parsed = ParsedMail::FromBytes(header, id_.entryId());
+    const auto parsed = ParsedMail::FromBytes(header, where());
     if (!parsed.ok()) return {nullptr, parsed.error};
     auto h = std::make_shared<const MailHeaders>(parsed.value->headers());
     store_->headers[id_] = h;
@@ -84,19 +89,22 @@ Result<MailHeadersPtr> ImapItem::headers() const {
 OpError ImapItem::ensureParsed() const {
     follow();
     if (parsed_) return OpError::none();
-    UidFetchJob fetch(QByteArray::number(id_.uid), "FLAGS INTERNALDATE BODY.PEEK[]");
-    if (OpError e = store_->runIn(mailbox_.rawName, fetch)) return e;
-    const auto found = fetch.mails.find(id_.uid);
-    if (found == fetch.mails.end() || !found->second.hasBody)
-        return OpError::make(
-            ErrNo::NotFound,
-            QStringLiteral("The mail %1 is no longer on the server").arg(id_.entryId()));
-    auto parsed = ParsedMail::FromBytes(found->second.body, DecodeMailboxName(mailbox_.rawName) +
-                                                                QLatin1Char(' ') + id_.entryId());
+    const ImapStore::FetchedMail* mail = store_->recentlyFetched(id_);
+    if (!mail) {
+        UidFetchJob fetch(QByteArray::number(id_.uid), "FLAGS INTERNALDATE BODY.PEEK[]");
+        if (OpError e = store_->runIn(mailbox_.rawName, fetch)) return e;
+        const auto found = fetch.mails.find(id_.uid);
+        if (found == fetch.mails.end() || !found->second.hasBody)
+            return OpError::make(
+                ErrNo::NotFound,
+                QStringLiteral("The mail %1 is no longer on the server").arg(id_.entryId()));
+        if (found->second.hasFlags) flags_ = found->second.flags;
+        mail = &store_->noteFetched({id_, found->second.body, found->second.internalDate});
+    }
+    auto parsed = ParsedMail::FromBytes(mail->bytes, where());
     if (!parsed.ok()) return parsed.error;
     parsed_ = std::move(parsed.value);
-    internalDate_ = found->second.internalDate;
-    if (found->second.hasFlags) flags_ = found->second.flags;
+    internalDate_ = mail->internalDate;
     keys_.resize(parsed_->structure().attachments.size());
     std::iota(keys_.begin(), keys_.end(), 0);
     return OpError::none();
@@ -301,6 +309,12 @@ Result<AttachmentPtr> ImapItem::AttachmentAt(int index) const {
                 OpError::make(ErrNo::Failed, QStringLiteral("No attachment number %1").arg(index))};
     auto self = std::const_pointer_cast<ImapItem>(shared_from_this());
     return {std::make_shared<ImapAttachment>(self, keys_[size_t(index - 1)]), OpError::none()};
+}
+
+void ImapItem::NoteDone() {
+    if (rewrite_ || stamp_) return; // the version on the server is not the one looked at
+    follow();
+    store_->summaries().markDone(mailbox_.rawName, id_.uidValidity, id_.uid, flags_);
 }
 
 Result<int> ImapItem::indexOfKey(int key) const {

@@ -39,6 +39,7 @@ class ImapItem : public MailItem, public std::enable_shared_from_this<ImapItem> 
     OpError Save() override;
     Result<int> AttachmentCount() const override;
     Result<AttachmentPtr> AttachmentAt(int index) const override;
+    void NoteDone() override;
 
     const ImapMailId& id() const { return id_; }
     Result<AttachmentInfo> attachmentInfo(int key) const;
@@ -50,6 +51,8 @@ class ImapItem : public MailItem, public std::enable_shared_from_this<ImapItem> 
     // Follows a replacement this store made through another object.
     void follow() const;
     Result<MailHeadersPtr> headers() const;
+    // The account, mailbox and id, for messages.
+    QString where() const;
     OpError ensureParsed() const;
     Result<int> indexOfKey(int key) const;
     OpError storeFlags(bool add, const QByteArray& flag);

@@ -8,6 +8,8 @@
 #include <QJsonObject>
 #include <QSaveFile>
 
+#include <csignal>
+
 namespace {
 
 struct JournalEntry {
@@ -53,13 +55,23 @@ bool ReadEntry(const QString& path, JournalEntry& e) {
     return e.uidValidity && e.oldUid && !e.mailbox.isEmpty();
 }
 
+// For the crash tests: STOWAWAY_IMAP_KILL_AT names a step of the rewrite at which the process
+// kills itself, as a power cut or the OOM killer would.
+void KillPoint(const char* step) {
+    static const QByteArray killAt = qgetenv("STOWAWAY_IMAP_KILL_AT");
+    if (!killAt.isEmpty() && killAt == step) ::raise(SIGKILL);
+}
+
 // Removes the old mail by its UID alone.
 OpError ExpungeOld(ImapConnection& conn, quint64 uid) {
     const QByteArray set = QByteArray::number(uid);
     UidStoreJob mark(set, true, {"\\Deleted"});
     if (OpError e = conn.run(mark)) return e;
+    KillPoint("stored");
     UidExpungeJob expunge(set);
-    return conn.run(expunge);
+    if (OpError e = conn.run(expunge)) return e;
+    KillPoint("expunged");
+    return OpError::none();
 }
 
 } // namespace
@@ -86,9 +98,12 @@ Result<ImapMailId> ImapRewrite::Replace(ImapStore& store, const QByteArray& rawN
     JournalEntry entry{rawName, old.uidValidity, old.uid, state.value.uidNext, messageId, 0};
     const QString path = EntryPath(store, old.uidValidity, old.uid);
     if (OpError e = WriteEntry(path, entry)) return {{}, e};
+    KillPoint("journaled");
 
     AppendJob append(rawName, flags, internalDate, mail);
-    if (OpError e = conn.run(append)) {
+    const OpError appended = conn.run(append);
+    KillPoint("appended");
+    if (OpError e = appended) {
         // Refused by the server: nothing was stored. A dropped connection leaves the journal
         // for the next selection to look whether the new mail landed.
         if (conn.isOpen())
@@ -111,6 +126,7 @@ Result<ImapMailId> ImapRewrite::Replace(ImapStore& store, const QByteArray& rawN
         store.recovered_.erase(rawName);
         return {fresh, e};
     }
+    KillPoint("noted");
     if (OpError e = ExpungeOld(conn, old.uid)) {
         store.recovered_.erase(rawName);
         store.noteReplaced(old, fresh);

@@ -59,7 +59,8 @@ OpError ImapLogin(ImapConnection& conn, const ImapAccount& account, const QByteA
 }
 
 ImapStore::ImapStore(ImapAccount account, QByteArray secret, ImapLimits limits)
-    : account_(std::move(account)), secret_(std::move(secret)), limits_(limits) {}
+    : account_(std::move(account)), secret_(std::move(secret)), limits_(limits),
+      summaries_(std::make_unique<ImapSummaryCache>(cacheDir() + QStringLiteral("/done"))) {}
 
 Result<std::unique_ptr<ImapConnection>> ImapStore::openConnection() const {
     auto conn = std::make_unique<ImapConnection>(account_.endpoint, limits_);
@@ -167,15 +168,38 @@ void ImapStore::noteReplaced(const ImapMailId& old, const ImapMailId& replacemen
     headers.erase(old);
 }
 
-QString ImapStore::journalDir() const {
-    // By user and host alone: the entries check the mailbox's UIDVALIDITY themselves.
+const ImapStore::FetchedMail* ImapStore::recentlyFetched(const ImapMailId& id) const {
+    for (const FetchedMail& mail : fetched_)
+        if (mail.id == id) return &mail;
+    return nullptr;
+}
+
+const ImapStore::FetchedMail& ImapStore::noteFetched(FetchedMail mail) {
+    constexpr size_t kMails = 8;
+    constexpr qsizetype kBytes = 32 * 1024 * 1024;
+    qsizetype total = mail.bytes.size();
+    for (const FetchedMail& kept : fetched_)
+        total += kept.bytes.size();
+    while (!fetched_.empty() && (fetched_.size() >= kMails || total > kBytes)) {
+        total -= fetched_.front().bytes.size();
+        fetched_.pop_front();
+    }
+    fetched_.push_back(std::move(mail));
+    return fetched_.back();
+}
+
+QString ImapStore::cacheDir() const {
+    // By user and host alone: what is kept there checks the mailbox's UIDVALIDITY itself.
     const QByteArray key =
         QCryptographicHash::hash(account_.displayName().toUtf8(), QCryptographicHash::Sha1)
             .toHex()
             .left(16);
     return QStandardPaths::writableLocation(QStandardPaths::GenericCacheLocation) +
-           QStringLiteral("/Quillworks/Stowaway/imap/") + QString::fromLatin1(key) +
-           QStringLiteral("/rewrites");
+           QStringLiteral("/Quillworks/Stowaway/imap/") + QString::fromLatin1(key);
+}
+
+QString ImapStore::journalDir() const {
+    return cacheDir() + QStringLiteral("/rewrites");
 }
 
 bool ImapStore::hasJournalFor(const QByteArray& rawName) const {

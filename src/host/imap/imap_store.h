@@ -4,8 +4,10 @@
 // UIDVALIDITY lives, and which mails were replaced by whom.
 #include "host/imap/imap_account.h"
 #include "host/imap/imap_jobs.h"
+#include "host/imap/imap_summary_cache.h"
 #include "host/mime/mail_summary.h"
 
+#include <deque>
 #include <map>
 #include <memory>
 #include <set>
@@ -18,6 +20,9 @@ struct ImapMailId {
     quint64 uid = 0;
     QString entryId() const;
     static bool parse(const QString& entryId, ImapMailId& id);
+    bool operator==(const ImapMailId& o) const {
+        return uidValidity == o.uidValidity && uid == o.uid;
+    }
     bool operator<(const ImapMailId& o) const {
         return uidValidity != o.uidValidity ? uidValidity < o.uidValidity : uid < o.uid;
     }
@@ -53,10 +58,24 @@ class ImapStore {
 
     // Header summaries kept per mail.
     std::map<ImapMailId, MailHeadersPtr> headers;
+    // The mails fetched last: a walk looks at a mail through more than one object (the
+    // new-mail event's, the listing's, the one fetched by id), and a mail's bytes never change
+    // under its UID. A few mails, a few MB at most.
+    struct FetchedMail {
+        ImapMailId id;
+        QByteArray bytes;
+        QDateTime internalDate;
+    };
+    const FetchedMail* recentlyFetched(const ImapMailId& id) const;
+    const FetchedMail& noteFetched(FetchedMail mail);
+    // The mails the driver passed over for good, kept across runs.
+    ImapSummaryCache& summaries() { return *summaries_; }
     // The folder where rewrites note their steps, so a run after a crash completes them.
     QString journalDir() const;
 
   private:
+    // This account's folder in the cache folder.
+    QString cacheDir() const;
     bool hasJournalFor(const QByteArray& rawName) const;
     OpError recover(const QByteArray& rawName, const ImapMailboxState& state);
 
@@ -72,6 +91,8 @@ class ImapStore {
     std::map<quint64, QByteArray> validityToMailbox_;
     std::map<ImapMailId, ImapMailId> replaced_;
     std::set<QByteArray> recovered_;
+    std::unique_ptr<ImapSummaryCache> summaries_;
+    std::deque<FetchedMail> fetched_;
 
     friend class ImapRewrite;
 

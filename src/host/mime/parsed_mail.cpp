@@ -388,7 +388,7 @@ ParsedMail::ParsedMail(std::unique_ptr<Tree> tree) : tree_(std::move(tree)) {}
 ParsedMail::~ParsedMail() = default;
 
 Result<std::shared_ptr<ParsedMail>> ParsedMail::Parse(RawBytes& raw, const QString& what,
-                                                      const MailLimits& limits) {
+                                                      const MailLimits& limits, const char* store) {
     GByteArray* bytes = std::exchange(raw.bytes, nullptr);
     const QByteArray view =
         QByteArray::fromRawData(reinterpret_cast<const char*>(bytes->data), qsizetype(bytes->len));
@@ -404,8 +404,8 @@ Result<std::shared_ptr<ParsedMail>> ParsedMail::Parse(RawBytes& raw, const QStri
                 OpError::make(ErrNo::Failed, QStringLiteral("Not a readable mail: ") + what)};
     // Such a mail is still read as far as it goes; the LOG says why parts may be missing.
     if (!faults.isEmpty())
-        WriteLog(QStringLiteral("! Maildir: a damaged mail (%1): %2")
-                     .arg(faults.join(QStringLiteral(", ")), what));
+        WriteLog(QStringLiteral("! %1: a damaged mail (%2): %3")
+                     .arg(QLatin1String(store), faults.join(QStringLiteral(", ")), what));
     return {std::shared_ptr<ParsedMail>(
                 new ParsedMail(std::make_unique<Tree>(message, std::move(source)))),
             OpError::none()};
@@ -414,7 +414,7 @@ Result<std::shared_ptr<ParsedMail>> ParsedMail::Parse(RawBytes& raw, const QStri
 Result<std::shared_ptr<ParsedMail>>
 ParsedMail::FromBytes(const QByteArray& bytes, const QString& what, const MailLimits& limits) {
     RawBytes raw{ToGBytes(bytes)};
-    return Parse(raw, what, limits);
+    return Parse(raw, what, limits, "IMAP");
 }
 
 Result<std::shared_ptr<ParsedMail>>
@@ -426,7 +426,7 @@ ParsedMail::LoadFile(const QString& path, const FileIdentity* expected, const Ma
     const Result<GByteArray*> data = ReadWholeMail(fd.value, path, identity.size);
     if (!data.ok()) return {nullptr, data.error};
     RawBytes raw{data.value};
-    Result<std::shared_ptr<ParsedMail>> mail = Parse(raw, path, limits);
+    Result<std::shared_ptr<ParsedMail>> mail = Parse(raw, path, limits, "Maildir");
     if (mail.ok()) mail.value->identity_ = identity;
     return mail;
 }

@@ -17,6 +17,7 @@ class ParsedMail {
     // listed; a mail another program changed or replaced meanwhile is an error.
     static Result<std::shared_ptr<ParsedMail>>
     LoadFile(const QString& path, const FileIdentity* expected, const MailLimits& limits = {});
+    // A mail fetched from an IMAP server; `what` names it in messages.
     static Result<std::shared_ptr<ParsedMail>>
     FromBytes(const QByteArray& bytes, const QString& what, const MailLimits& limits = {});
     // Reads only the header block of a file.
@@ -50,8 +51,9 @@ class ParsedMail {
     struct Tree;
     struct RawBytes;
     explicit ParsedMail(std::unique_ptr<Tree> tree);
+    // `store` names where the mail lives in the LOG ("Maildir", "IMAP").
     static Result<std::shared_ptr<ParsedMail>> Parse(RawBytes& bytes, const QString& what,
-                                                     const MailLimits& limits);
+                                                     const MailLimits& limits, const char* store);
     void refreshBodies();
     // The file's own bytes with the stamp as a first header line, when the stamp is the only
     // change and the bytes allow it; false when the message must be written anew.

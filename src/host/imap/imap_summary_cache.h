@@ -1,0 +1,51 @@
+#pragma once
+// Which mails of a mailbox the driver passed over for good, kept on disk per account, mailbox
+// and UIDVALIDITY. A mail's content never changes under its UID, so only its flags can make it
+// worth a look again: a walk of a big mailbox costs one FETCH of FLAGS, not every mail's body.
+// A changed UIDVALIDITY drops a mailbox's notes; a damaged file is ignored (with a LOG line)
+// and written anew.
+#include <QByteArray>
+#include <QSet>
+#include <QString>
+
+#include <map>
+#include <memory>
+#include <unordered_map>
+#include <unordered_set>
+
+class ImapSummaryCache {
+  public:
+    explicit ImapSummaryCache(QString dir);
+    ~ImapSummaryCache();
+    ImapSummaryCache(const ImapSummaryCache&) = delete;
+    ImapSummaryCache& operator=(const ImapSummaryCache&) = delete;
+
+    // Whether the mail was noted done with these flags.
+    bool isDone(const QByteArray& rawName, quint64 uidValidity, quint64 uid,
+                const QSet<QByteArray>& flags);
+    void markDone(const QByteArray& rawName, quint64 uidValidity, quint64 uid,
+                  const QSet<QByteArray>& flags);
+    // Forgets the mails no longer in the mailbox, once per mailbox and instance: UIDs are never
+    // given again, so notes of expunged mails cost only room until then.
+    void prune(const QByteArray& rawName, quint64 uidValidity,
+               const std::unordered_set<quint64>& present);
+    // Writes the mailboxes whose notes changed (also done shortly after a change, and at the end).
+    void save();
+    QString pathOf(const QByteArray& rawName) const;
+
+  private:
+    struct Box {
+        quint64 uidValidity = 0;
+        std::unordered_map<quint64, QByteArray> done; // UID -> its flags when noted
+        bool dirty = false;
+        bool pruned = false;
+    };
+    Box& box(const QByteArray& rawName, quint64 uidValidity);
+    void load(const QByteArray& rawName, Box& box) const;
+    void saveSoon();
+
+    QString dir_;
+    std::map<QByteArray, Box> boxes_;
+    bool saveScheduled_ = false;
+    std::shared_ptr<bool> alive_;
+};

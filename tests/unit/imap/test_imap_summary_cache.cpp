@@ -1,0 +1,80 @@
+// The notes of mails passed over, on disk: kept across instances while UIDVALIDITY and the
+// flags stay, dropped when either changes, and a damaged file read as no notes and written anew.
+#include "host/imap/imap_summary_cache.h"
+
+#include <QFile>
+#include <QTemporaryDir>
+
+#include <gtest/gtest.h>
+
+namespace {
+
+const QByteArray kBox = "INBOX";
+const QSet<QByteArray> kStamped{"\\Seen", "QWKStowaway"};
+
+QByteArray ReadAll(const QString& path) {
+    QFile f(path);
+    return f.open(QIODevice::ReadOnly) ? f.readAll() : QByteArray();
+}
+
+TEST(ImapSummaryCache, NotesLastAcrossInstancesWhileValidityAndFlagsStay) {
+    QTemporaryDir dir;
+    {
+        ImapSummaryCache cache(dir.path());
+        cache.markDone(kBox, 7, 1, kStamped);
+        cache.markDone(kBox, 7, 2, {});
+        cache.markDone(kBox, 7, 3, kStamped);
+        cache.prune(kBox, 7, {1, 2}); // 3 was expunged
+    }                                 // saved at the end
+    ImapSummaryCache cache(dir.path());
+    EXPECT_TRUE(cache.isDone(kBox, 7, 1, {"\\Recent", "qwkstowaway", "\\SEEN"}))
+        << "\\Recent and the case of flags do not count";
+    EXPECT_TRUE(cache.isDone(kBox, 7, 2, {}));
+    EXPECT_FALSE(cache.isDone(kBox, 7, 3, kStamped));
+    EXPECT_FALSE(cache.isDone(kBox, 7, 1, {"QWKStowaway"})) << "marked unread since";
+    EXPECT_FALSE(cache.isDone("Archive", 7, 1, kStamped));
+    // A recreated mailbox: the same UIDs are other mails.
+    EXPECT_FALSE(cache.isDone(kBox, 8, 2, {}));
+    cache.save();
+    EXPECT_FALSE(ImapSummaryCache(dir.path()).isDone(kBox, 7, 2, {}));
+}
+
+TEST(ImapSummaryCache, ADamagedFileIsNoNotesAndIsWrittenAnew) {
+    QTemporaryDir dir;
+    QByteArray good;
+    {
+        ImapSummaryCache cache(dir.path());
+        cache.markDone(kBox, 7, 1, kStamped);
+        cache.markDone(kBox, 7, 2, kStamped);
+        cache.save();
+        good = ReadAll(cache.pathOf(kBox));
+    }
+    const struct {
+        const char* name;
+        QByteArray text;
+    } cases[] = {
+        {"garbage", "\x7f\x45LF\0\1\2"},
+        {"cut off", good.left(good.size() - 8)},
+        {"a line lost", QByteArray(good).replace("1 \\seen qwkstowaway\n", "")},
+        {"a bad UID", QByteArray(good).replace("2 \\seen", "x2 \\seen")},
+        {"another mailbox's", QByteArray(good).replace(kBox.toBase64(), "QXJjaGl2ZQ==")},
+        {"empty", ""},
+    };
+    ASSERT_TRUE(good.contains("1 \\seen qwkstowaway\n")) << good.toStdString();
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.name);
+        ImapSummaryCache cache(dir.path());
+        {
+            QFile f(cache.pathOf(kBox));
+            ASSERT_TRUE(f.open(QIODevice::WriteOnly));
+            f.write(c.text);
+        }
+        EXPECT_FALSE(cache.isDone(kBox, 7, 2, kStamped));
+        cache.markDone(kBox, 7, 1, kStamped);
+        cache.markDone(kBox, 7, 2, kStamped);
+        cache.save();
+        EXPECT_EQ(ReadAll(cache.pathOf(kBox)), good);
+    }
+}
+
+} // namespace
