@@ -48,15 +48,15 @@ udtProtoEntry Entry(double date, const QString& attachment, const QString& sende
                     const QString& rule, const QString& state) {
     udtProtoEntry e;
     e.Date = date;
-    e.Mail = u"Mail about "_s + attachment;
-    e.Attachment = attachment;
-    e.FileFormat = attachment.section(u'.', -1).toUpper();
-    e.Sender = sender;
-    e.Recipient = recipient;
-    e.Project = project;
-    e.Folder = folder;
-    e.Rule = rule;
-    e.State = state;
+    e.Mail() = u"Mail about "_s + attachment;
+    e.Attachment() = attachment;
+    e.FileFormat() = attachment.section(u'.', -1).toUpper();
+    e.Sender() = sender;
+    e.Recipient() = recipient;
+    e.Project() = project;
+    e.Folder() = folder;
+    e.Rule() = rule;
+    e.State() = state;
     return e;
 }
 
@@ -337,7 +337,7 @@ class TestWatchPage : public QObject {
 
     void blockedFormatIsNotOpened() {
         MakeProtocol();
-        ProtoEntries[3].State = u"S"_s; // c.exe, saved
+        ProtoEntries[3].State() = u"S"_s; // c.exe, saved
         BlockedFormats.assign({AddBlockedFormat(u"EXE"_s, u"Program"_s, true)});
         frmStowaway form;
         form.Form_Load();

@@ -38,8 +38,8 @@ TEST_F(Conflicts, NumberingGivesTwoAttachmentsOfOneNameTwoFilesAndTwoRecords) {
     EXPECT_EQ(read(outFile(u"a.pdf"_s)), QByteArray("old"));
     const auto records = proto();
     ASSERT_EQ(records.size(), 2u);
-    EXPECT_EQ(records[0].Attachment.get(), u"a -0003.pdf"_s);
-    EXPECT_EQ(records[1].Attachment.get(), u"a -0002.pdf"_s);
+    EXPECT_EQ(records[0].Attachment().get(), u"a -0003.pdf"_s);
+    EXPECT_EQ(records[1].Attachment().get(), u"a -0002.pdf"_s);
 }
 
 TEST_F(Conflicts, ExhaustedNumbersSkipTheAttachmentWithoutARecord) {
@@ -51,7 +51,7 @@ TEST_F(Conflicts, ExhaustedNumbersSkipTheAttachmentWithoutARecord) {
     EXPECT_TRUE(runFolder());
     EXPECT_TRUE(logLines().contains(u"GetNextNumberName= ''..."_s));
     ASSERT_EQ(proto().size(), 1u);
-    EXPECT_EQ(proto()[0].Attachment.get(), u"b.pdf"_s);
+    EXPECT_EQ(proto()[0].Attachment().get(), u"b.pdf"_s);
 }
 
 TEST_F(Conflicts, DateNamesKeepTheOldFile) {
@@ -90,7 +90,7 @@ TEST_F(Conflicts, TheSaveDialogIsAskedAndItsChoiceIsTakenWhereverItLies) {
     EXPECT_EQ(r.filterIndex, 1);
     EXPECT_EQ(read(elsewhere), QByteArray("Scan.PDF content"));
     EXPECT_EQ(read(outFile(u"Scan.PDF"_s)), QByteArray("old"));
-    EXPECT_EQ(proto()[0].Attachment.get(), u"chosen.bin"_s);
+    EXPECT_EQ(proto()[0].Attachment().get(), u"chosen.bin"_s);
 }
 
 TEST_F(Conflicts, CancellingTheDialogSkipsTheAttachmentOrStopsTheRun) {
@@ -152,7 +152,7 @@ TEST_F(EngineTest, ANameThatWouldLeaveTheFolderIsAFailedSave) {
     EXPECT_TRUE(runFolder());
     EXPECT_EQ(mail->stored.attachments[0]->fails.count(u"SaveAsFile"_s), 0);
     ASSERT_EQ(proto().size(), 1u);
-    EXPECT_TRUE(proto()[0].State.get().startsWith(u"! 75/"_s));
+    EXPECT_TRUE(proto()[0].State().get().startsWith(u"! 75/"_s));
     EXPECT_TRUE(filesIn(root).isEmpty());
     EXPECT_EQ(mail->saves, 0);
 }
@@ -170,7 +170,7 @@ TEST_F(EngineTest, AnApplicationThatCannotStartIsLoggedAndTheRecordKeepsItsE) {
     EXPECT_TRUE(logLines().contains(u"Running app: "_s + app + QLatin1Char('/') + path));
     EXPECT_TRUE(logLines().contains(u"Error runing app: "_s + app + QLatin1Char('/') + path));
     ASSERT_EQ(proto().size(), 1u);
-    EXPECT_EQ(proto()[0].State.get(), u"SE"_s);
+    EXPECT_EQ(proto()[0].State().get(), u"SE"_s);
     EXPECT_TRUE(QFileInfo::exists(path));
 }
 
@@ -193,7 +193,7 @@ TEST_F(EngineTest, DeletionFindsTheMailsOwnNamesAndTakesEqualNamesInTurn) {
     EXPECT_EQ(mail->stored.attachments[0]->fileName, u"logo.png"_s);
     EXPECT_TRUE(logLines().contains(u"DeletedAttachm: a:b.pdf; x.txt; x.txt; "_s));
     for (const auto& record : proto())
-        EXPECT_EQ(record.State.get(), u"SX"_s);
+        EXPECT_EQ(record.State().get(), u"SX"_s);
 }
 
 TEST_F(EngineTest, ATestRunWithDeletionOnlyLogsIt) {
