@@ -25,16 +25,16 @@ void MakeProtocol(int entries) {
     for (int i = 0; i < entries; ++i) {
         udtProtoEntry e;
         e.Date = 46000.0 - i * (365.0 / entries);
-        e.Mail = QStringLiteral("Invoice %1 for March").arg(i % 5000);
-        e.Attachment = QStringLiteral("document-%1.pdf").arg(i % 20000);
-        e.FileFormat = i % 7 ? QStringLiteral("PDF") : QStringLiteral("DOCX");
-        e.Sender = QStringLiteral("Sender %1").arg(i % 400);
-        e.Recipient = QStringLiteral("me%1@example.com").arg(i % 3);
-        e.Rule = i % 50 ? QStringLiteral("Rule %1").arg(i % 50) : QStringLiteral("SpecialRule");
-        e.Folder = QStringLiteral("/home/user/Documents/Saved/Folder %1/").arg(i % 40);
-        e.Project = i % 3 ? QString() : QStringLiteral("Project %1").arg(i % 12);
-        e.State = i % 97 ? QStringLiteral("S")
-                         : (i % 2 ? QStringLiteral("T S") : QStringLiteral("! disk full"));
+        e.Mail() = QStringLiteral("Invoice %1 for March").arg(i % 5000);
+        e.Attachment() = QStringLiteral("document-%1.pdf").arg(i % 20000);
+        e.FileFormat() = i % 7 ? QStringLiteral("PDF") : QStringLiteral("DOCX");
+        e.Sender() = QStringLiteral("Sender %1").arg(i % 400);
+        e.Recipient() = QStringLiteral("me%1@example.com").arg(i % 3);
+        e.Rule() = i % 50 ? QStringLiteral("Rule %1").arg(i % 50) : QStringLiteral("SpecialRule");
+        e.Folder() = QStringLiteral("/home/user/Documents/Saved/Folder %1/").arg(i % 40);
+        e.Project() = i % 3 ? QString() : QStringLiteral("Project %1").arg(i % 12);
+        e.State() = i % 97 ? QStringLiteral("S")
+                           : (i % 2 ? QStringLiteral("T S") : QStringLiteral("! disk full"));
         rows.push_back(e);
     }
     ProtoEntries.assign(std::move(rows));

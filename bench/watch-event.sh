@@ -4,10 +4,12 @@
 # (user + system of all its threads, from /proc) per delivered mail.
 #
 #   bench/watch-event.sh [--mails "1000 100000"] [--deliver 20] [--gap 1.5] [--work DIR]
+#                        [--perf]
 #
 # The first delivered mail is not counted: it lets the process see the folder once (the full
 # look at start). Each counted mail has one attachment or more, so it is saved, stamped and
-# rewritten, as a new mail is. Folders are made once per size (small mails, attachments of
+# rewritten, as a new mail is. --perf records the counted mails with `perf record -g` into
+# WORK/perf-N.data. Folders are made once per size (small mails, attachments of
 # 1-64 KB) and kept under the work folder; each measurement works on a fresh copy.
 set -euo pipefail
 
@@ -15,13 +17,15 @@ sizes="1000 100000"
 deliver=20
 gap=1.5
 work=${TMPDIR:-/tmp}/stowaway-watch
+perf=0
 while [ $# -gt 0 ]; do
   case $1 in
   --mails) sizes=$2; shift 2 ;;
   --deliver) deliver=$2; shift 2 ;;
   --gap) gap=$2; shift 2 ;;
   --work) work=$2; shift 2 ;;
-  *) sed -n '2,12p' "$0"; exit 2 ;;
+  --perf) perf=1; shift ;;
+  *) sed -n '2,14p' "$0"; exit 2 ;;
   esac
 done
 
@@ -80,7 +84,7 @@ mapfile -t mails < <(grep -l '^Content-Disposition: attachment' "$incoming"/mail
 cpu_ns() { cat /proc/"$1"/task/*/schedstat | awk '{ s += $1 } END { printf "%.0f", s }'; }
 
 measure() {
-  local n=$1 dir run home out pid before after per
+  local n=$1 dir run home out pid before after per perf_pid
   dir=$(folder_for "$n")
   run=$work/run
   home=$work/home
@@ -117,11 +121,19 @@ measure() {
       done
       sleep "$gap"
       before=$(cpu_ns "$pid")
+      if [ "$perf" = 1 ]; then
+        perf record -g -p "$pid" -o "$work/perf-$n.data" >/dev/null 2>&1 &
+        perf_pid=$!
+      fi
     fi
     i=$((i + 1))
   done
   after=$(cpu_ns "$pid")
   counted=$((i - 1))
+  if [ "$perf" = 1 ]; then
+    kill -INT "$perf_pid"
+    wait "$perf_pid" || true
+  fi
   kill -TERM "$pid"
   wait "$pid" || true
   local saved

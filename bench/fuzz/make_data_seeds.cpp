@@ -43,18 +43,18 @@ void FillTables() {
 
     udtProtoEntry entry;
     entry.Date = 45292.5;
-    entry.Mail = QStringLiteral("Ihre Rechnung");
-    entry.EntryID = QStringLiteral("1700000000.M1P2Q3.host");
-    entry.StoreID = QStringLiteral("/home/user/Mail");
-    entry.Attachment = QStringLiteral("Rechnung.pdf");
-    entry.FileFormat = QStringLiteral("PDF");
-    entry.Sender = QStringLiteral("billing@example.org");
-    entry.Recipient = QStringLiteral("user@example.org");
-    entry.Rule = QStringLiteral("Rechnungen");
-    entry.Folder = QStringLiteral("/home/user/Rechnungen/");
-    entry.State = QStringLiteral("S");
+    entry.Mail() = QStringLiteral("Ihre Rechnung");
+    entry.EntryID() = QStringLiteral("1700000000.M1P2Q3.host");
+    entry.StoreID() = QStringLiteral("/home/user/Mail");
+    entry.Attachment() = QStringLiteral("Rechnung.pdf");
+    entry.FileFormat() = QStringLiteral("PDF");
+    entry.Sender() = QStringLiteral("billing@example.org");
+    entry.Recipient() = QStringLiteral("user@example.org");
+    entry.Rule() = QStringLiteral("Rechnungen");
+    entry.Folder() = QStringLiteral("/home/user/Rechnungen/");
+    entry.State() = QStringLiteral("S");
     ProtoEntries.assign({entry, entry});
-    ProtoEntries[2].State = QStringLiteral("! Path/File access error");
+    ProtoEntries[2].State() = QStringLiteral("! Path/File access error");
 
     std::vector<udtBlockedFormat> blocked = DefaultBlockedFormats();
     blocked.erase(blocked.begin());

@@ -269,12 +269,12 @@ void PrintWhereFilesWent(int32_t added, const ExtrasArgs& a, CliContext& ctx) {
     QMap<QString, int> perFolder;
     for (int32_t i = 1; i <= added && i <= ProtoEntries.count(); ++i) {
         const udtProtoEntry& e = ProtoEntries[static_cast<size_t>(i)];
-        if (e.State.get().startsWith(QLatin1Char('!'))) {
+        if (e.State().get().startsWith(QLatin1Char('!'))) {
             ++failed;
             continue;
         }
         ++saved;
-        ++perFolder[e.Folder.get()];
+        ++perFolder[e.Folder().get()];
     }
     const char* verb = SWTest ? " would be saved (test run: nothing was written)" : " saved";
     ctx.out << saved << " file(s)" << verb;
@@ -366,23 +366,24 @@ int CmdProtocol(const CliOptions& opts, CliContext& ctx) {
         return 2;
     }
     auto fieldOf = [&](const udtProtoEntry& e) -> QString {
-        if (field == QLatin1String("rule")) return e.Rule.get();
-        if (field == QLatin1String("sender")) return e.Sender.get();
-        if (field == QLatin1String("recipient")) return e.Recipient.get();
-        if (field == QLatin1String("folder")) return e.Folder.get();
-        if (field == QLatin1String("format")) return e.FileFormat.get();
-        if (field == QLatin1String("project")) return e.Project.get();
-        if (field == QLatin1String("mail")) return e.Mail.get();
-        return e.State.get();
+        if (field == QLatin1String("rule")) return e.Rule().get();
+        if (field == QLatin1String("sender")) return e.Sender().get();
+        if (field == QLatin1String("recipient")) return e.Recipient().get();
+        if (field == QLatin1String("folder")) return e.Folder().get();
+        if (field == QLatin1String("format")) return e.FileFormat().get();
+        if (field == QLatin1String("project")) return e.Project().get();
+        if (field == QLatin1String("mail")) return e.Mail().get();
+        return e.State().get();
     };
     int shown = 0;
     for (int i = 1; i <= ProtoEntries.count(); ++i) {
         const udtProtoEntry& e = ProtoEntries[i];
         if (!field.isEmpty() && !fieldOf(e).contains(value, Qt::CaseInsensitive)) continue;
         ++shown;
-        ctx.out << FormatDate(e.Date, QStringLiteral("General Date")) << "  " << e.State.get()
-                << "  " << e.Folder.get() << e.Attachment.get() << "\n    rule " << e.Rule.get()
-                << ", from " << e.Sender.get() << ", mail \"" << e.Mail.get() << "\"\n";
+        ctx.out << FormatDate(e.Date, QStringLiteral("General Date")) << "  " << e.State().get()
+                << "  " << e.Folder().get() << e.Attachment().get() << "\n    rule "
+                << e.Rule().get() << ", from " << e.Sender().get() << ", mail \"" << e.Mail().get()
+                << "\"\n";
     }
     ctx.out << shown << " of " << ProtoEntries.count() << " entries\n";
     return 0;
@@ -465,9 +466,9 @@ int CmdDemo(const CliOptions&, CliContext& ctx) {
     ctx.out << gLastAction << "\n\nSaved:\n";
     for (int i = ProtoEntries.count() - protoBefore; i >= 1; --i) {
         const udtProtoEntry& e = ProtoEntries[i];
-        ctx.out << "  [" << e.State.get() << "] " << e.Attachment.get() << "  ->  "
-                << e.Folder.get() << "\n      from \"" << e.Mail.get() << "\" by rule "
-                << e.Rule.get() << '\n';
+        ctx.out << "  [" << e.State().get() << "] " << e.Attachment().get() << "  ->  "
+                << e.Folder().get() << "\n      from \"" << e.Mail().get() << "\" by rule "
+                << e.Rule().get() << '\n';
     }
     ctx.out << "\n"
             << (ProtoEntries.count() - protoBefore)

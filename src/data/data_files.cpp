@@ -29,27 +29,24 @@ bool IsLatin1Only(const QString& text) {
     return true;
 }
 
+bool IsAscii(QByteArrayView bytes) {
+    for (const char c : bytes)
+        if (static_cast<unsigned char>(c) >= 0x80) return false;
+    return true;
+}
+
 // Builds a record field by field; fields follow each other without gaps.
 class RecordWriter {
   public:
     explicit RecordWriter(int size) { m_bytes.reserve(size); }
 
-    template <int N> void text(const FixedText<N>& field) {
-        // Latin-1 text, the usual case, is copied byte for byte; anything else takes the full
-        // conversion.
-        const QString& text = field.text();
-        const qsizetype at = m_bytes.size();
-        if (IsLatin1Only(text)) {
-            m_bytes.resize(at + text.size());
-            char* p = m_bytes.data() + at;
-            for (const QChar c : text)
-                *p++ = static_cast<char>(c.unicode());
-        } else {
-            m_bytes.append(ToAnsi(text));
-        }
-        m_bytes.append(N - text.size(), static_cast<char>(field.fill().unicode()));
-        // Always N bytes: a character pair outside the code page shrinks to one "?".
-        if (m_bytes.size() - at < N) m_bytes.append(N - (m_bytes.size() - at), ' ');
+    template <int N> void text(const FixedText<N>& field) { text(field.text(), N, field.fill()); }
+    template <class Texts, int N> void text(const PackedField<Texts, N>& field) {
+        // ASCII is held as the very bytes the file takes.
+        const QByteArrayView utf8 = field.utf8();
+        if (!IsAscii(utf8)) return text(field.text(), N, field.fill());
+        m_bytes.append(utf8);
+        m_bytes.append(N - utf8.size(), static_cast<char>(field.fill().unicode()));
     }
     void int16(int16_t v) {
         char b[2];
@@ -67,6 +64,23 @@ class RecordWriter {
     const QByteArray& bytes() const { return m_bytes; }
 
   private:
+    void text(const QString& text, int n, QChar fill) {
+        // Latin-1 text, the usual case, is copied byte for byte; anything else takes the full
+        // conversion.
+        const qsizetype at = m_bytes.size();
+        if (IsLatin1Only(text)) {
+            m_bytes.resize(at + text.size());
+            char* p = m_bytes.data() + at;
+            for (const QChar c : text)
+                *p++ = static_cast<char>(c.unicode());
+        } else {
+            m_bytes.append(ToAnsi(text));
+        }
+        m_bytes.append(n - text.size(), static_cast<char>(fill.unicode()));
+        // Always n bytes: a character pair outside the code page shrinks to one "?".
+        if (m_bytes.size() - at < n) m_bytes.append(n - (m_bytes.size() - at), ' ');
+    }
+
     QByteArray m_bytes;
 };
 
@@ -76,6 +90,14 @@ class RecordReader {
 
     template <int N> void text(FixedText<N>& field) {
         field.setRaw(FromAnsi(m_p, N));
+        m_p += N;
+    }
+    template <class Texts, int N> void text(const PackedField<Texts, N>& field) {
+        const QByteArrayView raw(m_p, N);
+        if (IsAscii(raw))
+            field.setRawAscii(raw);
+        else
+            field.setRaw(FromAnsi(m_p, N));
         m_p += N;
     }
     void int16(int16_t& v) {
@@ -132,17 +154,17 @@ template <class Io, class Folder> void WatchFolderFields(Io& io, Folder& w) {
 
 template <class Io, class Entry> void ProtoEntryFields(Io& io, Entry& e) {
     io.real(e.Date);
-    io.text(e.Mail);
-    io.text(e.EntryID);
-    io.text(e.StoreID);
-    io.text(e.Attachment);
-    io.text(e.FileFormat);
-    io.text(e.Sender);
-    io.text(e.Recipient);
-    io.text(e.Rule);
-    io.text(e.Folder);
-    io.text(e.Project);
-    io.text(e.State);
+    io.text(e.Mail());
+    io.text(e.EntryID());
+    io.text(e.StoreID());
+    io.text(e.Attachment());
+    io.text(e.FileFormat());
+    io.text(e.Sender());
+    io.text(e.Recipient());
+    io.text(e.Rule());
+    io.text(e.Folder());
+    io.text(e.Project());
+    io.text(e.State());
 }
 
 template <class Io, class Blocked> void BlockedFormatFields(Io& io, Blocked& b) {
@@ -401,8 +423,10 @@ udtWatchFolder DecodeWatchFolder(const char* data) {
 }
 udtProtoEntry DecodeProtoEntry(const char* data) {
     udtProtoEntry e;
+    e.texts.reserve(kProtoRecordSize);
     RecordReader io(data);
     ProtoEntryFields(io, e);
+    e.texts.squeeze();
     return e;
 }
 udtBlockedFormat DecodeBlockedFormat(const char* data) {

@@ -45,6 +45,8 @@ QTimer* SaveTimer() {
 void AddProto(const udtProtoEntry& entry) {
     // Newest first; the table grows at the front and no record moves.
     ProtoEntries.prepend(entry);
+    // The caller's record was built field by field; the kept copy takes only what it needs.
+    ProtoEntries[1].texts.squeeze();
     ProtoEntries.changed = true;
 
     QTimer* timer = SaveTimer();

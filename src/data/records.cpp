@@ -18,3 +18,12 @@ qsizetype PaddingStart(const QString& value, qsizetype length, QChar fill, QChar
         --start;
     return start;
 }
+
+QString FixedTextRaw(const QString& text, QChar fill, qsizetype length) {
+    return text + QString(length - text.size(), fill);
+}
+
+QString FixedTextValue(const QString& text, QChar fill, qsizetype length) {
+    // Blank padding is trimmed anyway; NUL padding stays part of the value.
+    return TrimFixedText(fill == QLatin1Char(' ') ? text : FixedTextRaw(text, fill, length));
+}

@@ -35,8 +35,8 @@ int32_t FindProtoEntry(const QString& path) {
     if (name.isEmpty()) return 0;
     for (int32_t i = 1; i <= ProtoEntries.count(); ++i) {
         const udtProtoEntry& e = ProtoEntries[i];
-        if (VbTrim(e.Attachment.get()).toLower() == name &&
-            StripBackslash(VbTrim(e.Folder.get())).toLower() == folder)
+        if (VbTrim(e.Attachment().get()).toLower() == name &&
+            StripBackslash(VbTrim(e.Folder().get())).toLower() == folder)
             return i;
     }
     return 0;

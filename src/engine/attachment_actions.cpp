@@ -93,7 +93,7 @@ OpError SaveAttachment(const AttachmentPtr& att, const QString& fullPath) {
 }
 
 void ReportSaveFailure(udtProtoEntry& proto, const QString& fullPath, const OpError& error) {
-    proto.State =
+    proto.State() =
         QStringLiteral("! ") + QString::number(error.number) + QLatin1Char('/') + error.description;
     WriteLog(QStringLiteral("Error saving attachment: ") + fullPath);
     WriteLog(QStringLiteral("Error: ") + error.description);

@@ -15,35 +15,35 @@ void FillProtoRecord(udtProtoEntry& proto, const MailState& mail, const udtRule&
                      const QString& fullPath) {
     proto.Date = OleNow();
     const MailItemPtr& item = mail.item;
-    proto.Mail = item ? item->Subject().value : QString();
-    proto.EntryID = item ? item->EntryID().value : QString();
+    proto.Mail() = item ? item->Subject().value : QString();
+    proto.EntryID() = item ? item->EntryID().value : QString();
     const MailFolderPtr parent = item ? item->Parent().value : nullptr;
-    proto.StoreID = parent ? parent->StoreID().value : QString();
-    proto.Rule = rule.Name.get();
-    proto.Attachment = GetFileNamePart(fullPath);
-    proto.Folder = GetFolderPart(fullPath);
-    proto.FileFormat = GetExtensionUpper(fullPath);
-    proto.State = SWTest ? QStringLiteral("TS") : QStringLiteral("S");
+    proto.StoreID() = parent ? parent->StoreID().value : QString();
+    proto.Rule() = rule.Name.get();
+    proto.Attachment() = GetFileNamePart(fullPath);
+    proto.Folder() = GetFolderPart(fullPath);
+    proto.FileFormat() = GetExtensionUpper(fullPath);
+    proto.State() = SWTest ? QStringLiteral("TS") : QStringLiteral("S");
 
     const QString sender = Full(mail.senderName, mail.senderAddress);
     const QString recipient = Full(mail.recipientName, mail.recipientAddress);
-    proto.Sender = sender;
-    proto.Recipient = recipient;
+    proto.Sender() = sender;
+    proto.Recipient() = recipient;
     if (rule.SaveBy == SaveBy::Sender)
-        proto.Sender = rule.SaveFormat == SaveFormat::Name ? mail.senderName : mail.senderAddress;
+        proto.Sender() = rule.SaveFormat == SaveFormat::Name ? mail.senderName : mail.senderAddress;
     else if (rule.SaveBy == SaveBy::Recipient)
-        proto.Recipient =
+        proto.Recipient() =
             rule.SaveFormat == SaveFormat::Name ? mail.recipientName : mail.recipientAddress;
 
     if (rule.SaveBy == SaveBy::Project) {
-        proto.Project = rule.Folder.get();
-        proto.Folder = GetProjectFolder(rule.Folder.get());
+        proto.Project() = rule.Folder.get();
+        proto.Folder() = GetProjectFolder(rule.Folder.get());
     } else if (rule.SaveBy > SaveBy::Project) {
         // Only a folder text that happens to name a project gives a folder here.
-        proto.Folder = GetProjectFolder(rule.Folder.get());
+        proto.Folder() = GetProjectFolder(rule.Folder.get());
     }
 }
 
 void AppendState(udtProtoEntry& proto, const QString& mark) {
-    proto.State = proto.State.get() + mark;
+    proto.State() = proto.State().get() + mark;
 }

@@ -270,7 +270,7 @@ class TestExtrasPage : public QObject {
         QVERIFY(m_user.sounds().contains(u"SystemAsterisk"_s));
         QCOMPARE(ProtoEntries.count(), 3);
         for (int i = 1; i <= 3; ++i)
-            QCOMPARE(ProtoEntries[size_t(i)].Rule.get(), u"SpecialRule"_s);
+            QCOMPARE(ProtoEntries[size_t(i)].Rule().get(), u"SpecialRule"_s);
         QCOMPARE(QFileInfo(target + subfolder + u"/r1.bin"_s).size(), 2000);
         QCOMPARE(QFileInfo(target + subfolder + u"/r2.bin"_s).size(), 3000);
         QVERIFY(QFileInfo::exists(target + (keepStructure ? u"/Mail/Work/Sub"_s : QString()) +
@@ -300,7 +300,7 @@ class TestExtrasPage : public QObject {
         QCOMPARE(LastPrompt(m_user), u"Fertig..."_s);
         QCOMPARE(QDir(TestEnv::home() + u"/ByRules"_s).entryList(QDir::Files),
                  (QStringList{u"r1.bin"_s, u"r2.bin"_s}));
-        QCOMPARE(ProtoEntries[1].Rule.get(), u"All"_s);
+        QCOMPARE(ProtoEntries[1].Rule().get(), u"All"_s);
     }
 
     void clickOnAMailNodeShowsTheMail() {

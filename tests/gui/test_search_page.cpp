@@ -243,14 +243,14 @@ class TestSearchPage : public QObject {
         // Newest first: the first match wins, compared in lower case.
         udtProtoEntry newer;
         newer.Date = DateToOle(QDateTime(QDate(2024, 3, 15), QTime(10, 0)));
-        newer.Attachment = u"A.TXT"_s;
-        newer.Folder = m_a.toUpper() + u'/';
-        newer.Sender = u"Anna Berg (anna@berg.example)"_s;
+        newer.Attachment() = u"A.TXT"_s;
+        newer.Folder() = m_a.toUpper() + u'/';
+        newer.Sender() = u"Anna Berg (anna@berg.example)"_s;
         udtProtoEntry older = newer;
-        older.Sender = u"Bert Cole"_s;
+        older.Sender() = u"Bert Cole"_s;
         ProtoEntries.assign({udtProtoEntry{}, newer, older});
-        ProtoEntries[1].Attachment = u"a.txt"_s;
-        ProtoEntries[1].Folder = u"/elsewhere"_s;
+        ProtoEntries[1].Attachment() = u"a.txt"_s;
+        ProtoEntries[1].Folder() = u"/elsewhere"_s;
         m_form->InitProtoList();
         SearchPage* page = open(row.lang);
         select(page, row.file);

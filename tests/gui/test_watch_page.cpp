@@ -67,15 +67,15 @@ udtProtoEntry Entry(double date, const QString& attachment, const QString& sende
                     const QString& rule, const QString& state) {
     udtProtoEntry e;
     e.Date = date;
-    e.Mail = u"Mail about "_s + attachment;
-    e.Attachment = attachment;
-    e.FileFormat = attachment.section(u'.', -1).toUpper();
-    e.Sender = sender;
-    e.Recipient = recipient;
-    e.Project = project;
-    e.Folder = folder;
-    e.Rule = rule;
-    e.State = state;
+    e.Mail() = u"Mail about "_s + attachment;
+    e.Attachment() = attachment;
+    e.FileFormat() = attachment.section(u'.', -1).toUpper();
+    e.Sender() = sender;
+    e.Recipient() = recipient;
+    e.Project() = project;
+    e.Folder() = folder;
+    e.Rule() = rule;
+    e.State() = state;
     return e;
 }
 
@@ -312,7 +312,7 @@ class TestWatchPage : public QObject {
         QFETCH(OpenRow, row);
         MakeProtocol();
         // c.exe, saved this time, of a blocked format.
-        if (row.row == 3) ProtoEntries[3].State = u"S"_s;
+        if (row.row == 3) ProtoEntries[3].State() = u"S"_s;
         BlockedFormats.assign({AddBlockedFormat(u"EXE"_s, u"Program"_s, true)});
         frmStowaway form;
         form.Form_Load();

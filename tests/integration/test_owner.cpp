@@ -63,7 +63,7 @@ class OwnerTest : public StowawayCommandTest {
         LoadData([] { return InboxInfo{}; });
         QStringList paths;
         for (int i = 1; i <= ProtoEntries.count(); ++i)
-            paths << ProtoEntries[i].Attachment.get();
+            paths << ProtoEntries[i].Attachment().get();
         return sorted(paths);
     }
 

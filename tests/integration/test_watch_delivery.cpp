@@ -94,8 +94,8 @@ TEST_F(WatchDeliveryTest, ADeliveredMailIsProcessedOnceAndTheProgramStopsCleanly
     LoadData([] { return InboxInfo{}; });
     EXPECT_EQ(Rules.count(), 1);
     ASSERT_EQ(ProtoEntries.count(), 2);
-    EXPECT_EQ(ProtoEntries[1].Attachment.get(), QStringLiteral("second.pdf"));
-    EXPECT_EQ(ProtoEntries[2].Attachment.get(), QStringLiteral("first.pdf"));
+    EXPECT_EQ(ProtoEntries[1].Attachment().get(), QStringLiteral("second.pdf"));
+    EXPECT_EQ(ProtoEntries[2].Attachment().get(), QStringLiteral("first.pdf"));
     EXPECT_EQ(WatchFolders.count(), 1);
 }
 

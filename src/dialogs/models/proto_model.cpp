@@ -20,25 +20,25 @@ QString ProtoText(const udtProtoEntry& e, ProtoField field) {
     case ProtoField::LongDate:
         return FormatDate(e.Date, QStringLiteral("Long Date"));
     case ProtoField::Mail:
-        return e.Mail.get();
+        return e.Mail().get();
     case ProtoField::Attachment:
-        return e.Attachment.get();
+        return e.Attachment().get();
     case ProtoField::FileFormat:
-        return e.FileFormat.get();
+        return e.FileFormat().get();
     case ProtoField::Sender:
-        return e.Sender.get();
+        return e.Sender().get();
     case ProtoField::Recipient:
-        return e.Recipient.get();
+        return e.Recipient().get();
     case ProtoField::Rule:
-        return e.Rule.get();
+        return e.Rule().get();
     case ProtoField::Folder:
-        return e.Folder.get();
+        return e.Folder().get();
     case ProtoField::ShortFolder:
-        return GetLastPathPart(e.Folder.get());
+        return GetLastPathPart(e.Folder().get());
     case ProtoField::Project:
-        return e.Project.get();
+        return e.Project().get();
     case ProtoField::State:
-        return e.State.get();
+        return e.State().get();
     }
     return {};
 }

@@ -360,7 +360,7 @@ void SearchPage::lvFiles_Click() {
     if (const int32_t index = FindProtoEntry(path); index > 0) {
         m_form.SelectProtoEntry(index);
         const udtProtoEntry& entry = ProtoEntries[size_t(index)];
-        QString sender = VbTrim(entry.Sender.get());
+        QString sender = VbTrim(entry.Sender().get());
         if (sender.contains(QLatin1Char('('))) {
             lblSearchFileInfos[1]->setToolTip(sender);
             sender = sender.section(QLatin1Char('('), 0, 0).trimmed();

@@ -21,23 +21,28 @@ bool FolderIndex::Key::operator<(const Key& o) const {
 
 FolderIndex::FolderIndex(QString folderDir) : dir_(std::move(folderDir)) {}
 
-QString FolderIndex::slot(bool inNew, const QString& name) {
-    return (inNew ? QLatin1Char('n') : QLatin1Char('c')) + name;
+const FolderIndex::Files::iterator* FolderIndex::known(const QString& subdir,
+                                                       const QString& name) const {
+    const QHash<QString, Files::iterator>& byName = byName_[subdir == QLatin1String("new")];
+    const auto found = byName.constFind(name);
+    return found == byName.constEnd() ? nullptr : &*found;
 }
 
 void FolderIndex::insert(const MailFileEntry& entry, bool done) {
     const bool inNew = entry.subdir == QLatin1String("new");
-    const Key key{entry.identity.mtime, entry.name, inNew};
-    files_[key] = File{entry.identity, done};
-    if (!done) notDone_.insert(key);
-    bySlot_.insert(slot(inNew, entry.name), key);
+    const auto file = files_
+                          .insert_or_assign(Key{entry.identity.mtime, entry.name, inNew},
+                                            File{entry.identity, done})
+                          .first;
+    if (!done) notDone_.insert(file);
+    byName_[inNew].insert(file->first.name, file);
     ++ids_[MaildirUnique(entry.name)];
 }
 
-void FolderIndex::erase(std::map<Key, File>::iterator at) {
-    const Key key = at->first;
-    notDone_.erase(key);
-    bySlot_.remove(slot(key.inNew, key.name));
+void FolderIndex::erase(Files::iterator at) {
+    const Key& key = at->first;
+    notDone_.erase(at);
+    byName_[key.inNew].remove(key.name);
     const QString id = MaildirUnique(key.name);
     if (auto count = ids_.find(id); count != ids_.end() && --*count <= 0) ids_.erase(count);
     files_.erase(at);
@@ -46,11 +51,12 @@ void FolderIndex::erase(std::map<Key, File>::iterator at) {
 Result<std::vector<MailFileEntry>> FolderIndex::reload() {
     Result<std::vector<MailFileEntry>> listed = ListMailFiles(dir_);
     if (!listed.ok()) return {{}, listed.error};
-    std::map<Key, File> before = std::move(files_);
+    notDone_.clear();
+    byName_[0].clear();
+    byName_[1].clear();
+    Files before = std::move(files_);
     const QHash<QString, int> idsBefore = std::move(ids_);
     files_.clear();
-    notDone_.clear();
-    bySlot_.clear();
     ids_.clear();
     std::vector<MailFileEntry> added;
     for (const MailFileEntry& entry : listed.value) {
@@ -64,17 +70,16 @@ Result<std::vector<MailFileEntry>> FolderIndex::reload() {
 }
 
 FolderIndex::Change FolderIndex::refresh(const QString& subdir, const QString& name) {
-    const bool inNew = subdir == QLatin1String("new");
     MailFileEntry now{subdir, name, {}};
     const QString path = dir_ + QLatin1Char('/') + subdir + QLatin1Char('/') + name;
     const bool there = IdentityOfPath(path, now.identity) && S_ISREG(now.identity.mode);
-    const auto known = bySlot_.constFind(slot(inNew, name));
-    if (known == bySlot_.constEnd()) {
+    const Files::iterator* file = known(subdir, name);
+    if (!file) {
         if (!there) return Change::None;
         insert(now, false);
         return Change::Added;
     }
-    const auto at = files_.find(*known);
+    const Files::iterator at = *file;
     if (!there) {
         erase(at);
         return Change::Removed;
@@ -87,18 +92,16 @@ FolderIndex::Change FolderIndex::refresh(const QString& subdir, const QString& n
 
 void FolderIndex::markDone(const QString& subdir, const QString& name,
                            const FileIdentity& identity) {
-    const auto known = bySlot_.constFind(slot(subdir == QLatin1String("new"), name));
-    if (known == bySlot_.constEnd()) return;
-    const auto at = files_.find(*known);
-    if (at == files_.end() || !at->second.identity.sameFile(identity)) return;
-    at->second.done = true;
-    notDone_.erase(at->first);
+    const Files::iterator* file = known(subdir, name);
+    if (!file || !(*file)->second.identity.sameFile(identity)) return;
+    (*file)->second.done = true;
+    notDone_.erase(*file);
 }
 
 bool FolderIndex::find(const QString& subdir, const QString& name, MailFileEntry& entry) const {
-    const auto known = bySlot_.constFind(slot(subdir == QLatin1String("new"), name));
-    if (known == bySlot_.constEnd()) return false;
-    entry = MailFileEntry{subdir, name, files_.at(*known).identity};
+    const Files::iterator* file = known(subdir, name);
+    if (!file) return false;
+    entry = MailFileEntry{subdir, name, (*file)->second.identity};
     return true;
 }
 
@@ -110,8 +113,8 @@ std::vector<MailFileEntry> FolderIndex::entries(bool leaveOutDone) const {
     };
     if (leaveOutDone) {
         out.reserve(notDone_.size());
-        for (const Key& key : notDone_)
-            add(key, files_.at(key));
+        for (const Files::iterator& file : notDone_)
+            add(file->first, file->second);
     } else {
         out.reserve(files_.size());
         for (const auto& [key, file] : files_)

@@ -49,13 +49,19 @@ class FolderIndex {
         FileIdentity identity;
         bool done = false;
     };
-    static QString slot(bool inNew, const QString& name);
+    using Files = std::map<Key, File>;
+    struct InOrder {
+        bool operator()(Files::iterator a, Files::iterator b) const { return a->first < b->first; }
+    };
     void insert(const MailFileEntry& entry, bool done);
-    void erase(std::map<Key, File>::iterator at);
+    void erase(Files::iterator at);
+    // The file of that name in cur/ or new/; null if there is none.
+    const Files::iterator* known(const QString& subdir, const QString& name) const;
 
     QString dir_;
-    std::map<Key, File> files_;
-    std::set<Key> notDone_;
-    QHash<QString, Key> bySlot_; // "n" or "c" and the name
-    QHash<QString, int> ids_;    // files per unique part
+    Files files_;
+    // What points into files_ shares the names held there: a big folder costs little beyond them.
+    std::set<Files::iterator, InOrder> notDone_;
+    QHash<QString, Files::iterator> byName_[2]; // in cur/, in new/
+    QHash<QString, int> ids_;                   // files per unique part
 };

@@ -41,13 +41,17 @@ std::vector<MailItemPtr> MaildirFolder::makeItems(std::vector<MailFileEntry>& fi
     const QString dir = directory();
     MaildirShared& shared = *store_->shared;
     // Held by every mail object of this listing; the locations see when all are gone.
-    const auto listing = std::make_shared<const char>('\0');
+    auto listing = std::make_shared<MailListing>();
+    listing->identities.reserve(files.size());
+    for (const MailFileEntry& file : files)
+        listing->identities.push_back(file.identity);
     std::vector<MailItemPtr> items;
     items.reserve(files.size());
-    for (MailFileEntry& file : files) {
-        shared.noteLocation(
-            MaildirUnique(file.name),
-            MailLocation{store_->root, id_, file.subdir, file.name, file.identity, listing});
+    for (quint32 row = 0; row < files.size(); ++row) {
+        MailFileEntry& file = files[row];
+        shared.noteLocation(MaildirUnique(file.name),
+                            MailLocation{store_->root, id_, file.subdir, file.name, {}, {}},
+                            listing, row);
         items.push_back(std::make_shared<MaildirItem>(store_, id_, std::move(file), dir, listing));
     }
     return items;

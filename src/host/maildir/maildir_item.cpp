@@ -76,7 +76,7 @@ void MaildirItem::followRenames() const {
     seenMoves_ = store_->shared->moves;
     // Only the store's own renames can be followed, and the store notes each of them: a mail
     // still where the store last saw it needs no look at the disk.
-    const MailLocation* location = store_->shared->find(MaildirUnique(file_.name));
+    const std::optional<MailLocation> location = store_->shared->find(MaildirUnique(file_.name));
     if (!location || location->root != store_->root || location->folderId != folderId_) return;
     if (location->subdir == file_.subdir && location->name == file_.name) return;
     FileIdentity now;

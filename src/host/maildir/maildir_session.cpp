@@ -88,9 +88,9 @@ Result<MailItemPtr> MaildirSession::lookUp(const QString& entryId,
         if (attempt == 1)
             for (const MaildirStorePtr& store : stores)
                 indexStore(store);
-        const MailLocation* found = shared_->find(id);
+        const std::optional<MailLocation> found = shared_->find(id);
         if (!found) continue;
-        const MailLocation location = *found;
+        const MailLocation& location = *found;
         for (const MaildirStorePtr& store : stores) {
             if (store->root != location.root) continue;
             // A file gone since the listing fails here and is looked for below.

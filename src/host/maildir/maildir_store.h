@@ -3,14 +3,16 @@
 // parse cache, own-write list, limits and the index from a mail's id to its file.
 #include "host/maildir/folder_index.h"
 #include "host/maildir/mail_cache.h"
-#include "host/mime/mime_prescan.h"
 #include "host/maildir/own_writes.h"
+#include "host/mime/mime_prescan.h"
 #include "host/mime/posix_files.h"
 
 #include <QHash>
 #include <QString>
 
 #include <memory>
+#include <optional>
+#include <vector>
 
 struct MailLocation {
     QString root; // the store
@@ -30,6 +32,47 @@ struct MailLocation {
     const FileIdentity* listedIdentity() const { return listing.expired() ? nullptr : &listed; }
 };
 
+// The identities of the files a folder listing saw, by their row in it; the listing's mail
+// objects hold it.
+struct MailListing {
+    std::vector<FileIdentity> identities;
+};
+
+// Where the mails the store has seen are, by EntryID, in a few bytes a mail beside its id: a
+// big folder is listed whole, and every mail of it is noted.
+class MailLocations {
+  public:
+    // Where the mail of that id was last seen; the identity of its listing while that lives.
+    std::optional<MailLocation> find(const QString& entryId) const;
+    // Notes `location`; true when the mail was known elsewhere before. `row` is the mail's row in
+    // `listing` (then `location.listed` is not looked at).
+    bool note(const QString& entryId, const MailLocation& location,
+              const std::shared_ptr<const MailListing>& listing = {}, quint32 row = 0);
+    void remove(const QString& entryId) { byId_.remove(entryId); }
+    qsizetype size() const { return byId_.size(); }
+
+  private:
+    struct Place {
+        QString root;
+        QString folderId;
+        QString subdir;
+    };
+    struct Stored {
+        std::weak_ptr<const MailListing> listing;
+        quint32 row = 0;
+        quint32 place = 0; // in places_
+        quint32 info = 0;  // in infos_: the file name after the EntryID (":2,S")
+    };
+    quint32 placeOf(const MailLocation& location);
+    quint32 infoOf(QStringView info);
+
+    QHash<QString, Stored> byId_;
+    std::vector<Place> places_;
+    quint32 lastPlace_ = 0;
+    std::vector<QString> infos_;
+    QHash<QString, quint32> infoIndex_;
+};
+
 class ParsedMail;
 
 // The mail parsed last for its attachment list, kept for the object that asks for it next: the
@@ -47,8 +90,9 @@ struct MaildirShared {
     LastParsed lastParsed;
     OwnWrites ownWrites;
     MailLimits limits;
-    QHash<QString, MailLocation> locations; // by EntryID
-    // A Save gives a mail a new EntryID; the old one keeps leading to it.
+    MailLocations locations;
+    // A Save gives a mail a new EntryID; the old one keeps leading to it (a protocol record
+    // made before the save names the old one).
     QHash<QString, QString> successors;
     // Counts the changes to where mails are: a mail object that saw the same count needs no
     // look for a move of its file.
@@ -57,8 +101,9 @@ struct MaildirShared {
     QHash<QString, std::weak_ptr<FolderIndex>> indexes;
 
     // Where the mail of an EntryID (or of one it was saved from) was last seen.
-    const MailLocation* find(const QString& entryId) const;
-    void noteLocation(const QString& entryId, const MailLocation& location);
+    std::optional<MailLocation> find(const QString& entryId) const;
+    void noteLocation(const QString& entryId, const MailLocation& location,
+                      const std::shared_ptr<const MailListing>& listing = {}, quint32 row = 0);
     void noteSaved(const QString& oldId, const QString& newId, const MailLocation& location);
     // The index a watcher keeps of the folder at `folderDir`; null when none is watching.
     std::shared_ptr<FolderIndex> index(const QString& folderDir) const;

@@ -132,7 +132,7 @@ TEST_F(DataFiles, ExistingFilesAreReadAndCountsFollowTheirLength) {
     LoadData(GoodInbox);
     EXPECT_EQ(Rules.count(), 0);
     EXPECT_EQ(ProtoEntries.count(), 3);
-    EXPECT_EQ(ProtoEntries[3].Mail.raw(), QString(100, QLatin1Char('x')));
+    EXPECT_EQ(ProtoEntries[3].Mail().raw(), QString(100, QLatin1Char('x')));
     EXPECT_EQ(Projects.count(), 2);
     EXPECT_EQ(Projects[1].Name.get(), u"Alpha"_s);
     EXPECT_FALSE(Rules.changed || Projects.changed || ProtoEntries.changed);

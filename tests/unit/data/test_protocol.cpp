@@ -17,8 +17,8 @@ namespace {
 udtProtoEntry Entry(const QString& attachment) {
     udtProtoEntry e;
     e.Date = 45000.25;
-    e.Attachment = attachment;
-    e.State = u"S"_s;
+    e.Attachment() = attachment;
+    e.State() = u"S"_s;
     return e;
 }
 
@@ -40,8 +40,8 @@ TEST_F(Protocol, NewestEntryFirstAndSavedByTheEventLoop) {
     AddProto(Entry(u"b.pdf"_s));
     AddProto(Entry(u"c.pdf"_s));
     ASSERT_EQ(ProtoEntries.count(), 3);
-    EXPECT_EQ(ProtoEntries[1].Attachment.get(), u"c.pdf"_s);
-    EXPECT_EQ(ProtoEntries[3].Attachment.get(), u"a.pdf"_s);
+    EXPECT_EQ(ProtoEntries[1].Attachment().get(), u"c.pdf"_s);
+    EXPECT_EQ(ProtoEntries[3].Attachment().get(), u"a.pdf"_s);
     EXPECT_TRUE(ProtoEntries.changed);
     EXPECT_FALSE(QFile::exists(DataFilePath(u".prt"_s))); // nothing written yet
 

@@ -57,17 +57,17 @@ QByteArray SampleRuleBytes() {
 udtProtoEntry SampleEntry() {
     udtProtoEntry e;
     e.Date = 45000.5;
-    e.Mail = u"Grüße"_s;
-    e.EntryID = u"1700000000.M1P2.host"_s;
-    e.StoreID = u"/home/u/Maildir"_s;
-    e.Attachment = u"plan.pdf"_s;
-    e.FileFormat = u"PDF"_s;
-    e.Sender = u"a@example.com"_s;
-    e.Recipient = u"b@example.org"_s;
-    e.Rule = u"R1"_s;
-    e.Folder = u"/tmp/x/"_s;
-    e.Project = u"P"_s;
-    e.State = u"TSX"_s;
+    e.Mail() = u"Grüße"_s;
+    e.EntryID() = u"1700000000.M1P2.host"_s;
+    e.StoreID() = u"/home/u/Maildir"_s;
+    e.Attachment() = u"plan.pdf"_s;
+    e.FileFormat() = u"PDF"_s;
+    e.Sender() = u"a@example.com"_s;
+    e.Recipient() = u"b@example.org"_s;
+    e.Rule() = u"R1"_s;
+    e.Folder() = u"/tmp/x/"_s;
+    e.Project() = u"P"_s;
+    e.State() = u"TSX"_s;
     return e;
 }
 
@@ -106,11 +106,26 @@ std::vector<LayoutCase> LayoutCases() {
                                                 {33, Le16(-1)},
                                                 {35, Le16(0)}});
 
+    // Fields changed after the later ones were set: the others keep their text and padding.
+    udtProtoEntry changed = SampleEntry();
+    changed.Mail() = u"Grüße aus Köln, Zoë"_s;
+    changed.EntryID() = QString();
+    changed.State() = u"S"_s;
+    QByteArray changedBytes = SampleEntryBytes();
+    changedBytes.replace(8, 100,
+                         Padded("Gr\xfc\xdf"
+                                "e aus K\xf6ln, Zo\xeb",
+                                100));
+    changedBytes.replace(108, 100, Padded("", 100));
+    changedBytes.replace(1213, 100, Padded("S", 100));
+
     return {
         {"rule", EncodeRule(SampleRule()), SampleRuleBytes(),
          EncodeRule(DecodeRule(SampleRuleBytes().constData()))},
         {"protocol entry", EncodeProtoEntry(SampleEntry()), SampleEntryBytes(),
          EncodeProtoEntry(DecodeProtoEntry(SampleEntryBytes().constData()))},
+        {"protocol entry changed in place", EncodeProtoEntry(changed), changedBytes,
+         EncodeProtoEntry(DecodeProtoEntry(changedBytes.constData()))},
         {"blocked format", EncodeBlockedFormat(b), blockedBytes,
          EncodeBlockedFormat(DecodeBlockedFormat(blockedBytes.constData()))},
     };

@@ -46,7 +46,7 @@ TEST_P(Policies, SettleAClashWithAnExistingFile) {
     EXPECT_EQ(FileBytes(outFile(c.existing[0])), QByteArray(c.first));
     QStringList recorded;
     for (const udtProtoEntry& record : proto())
-        recorded << record.Attachment.get();
+        recorded << record.Attachment().get();
     EXPECT_TRUE(whole(c.recorded).match(recorded.join(u", "_s)).hasMatch())
         << S(recorded.join(u", "_s));
     if (*c.log) EXPECT_TRUE(logLines().contains(QString::fromUtf8(c.log)));
@@ -106,7 +106,7 @@ TEST_F(Conflicts, TheSaveDialogIsAskedAndItsChoiceIsTakenWhereverItLies) {
     EXPECT_EQ(r.filterIndex, 1);
     EXPECT_EQ(FileBytes(elsewhere), QByteArray("Scan.PDF content"));
     EXPECT_EQ(FileBytes(outFile(u"Scan.PDF"_s)), QByteArray("old"));
-    EXPECT_EQ(proto()[0].Attachment.get(), u"chosen.bin"_s);
+    EXPECT_EQ(proto()[0].Attachment().get(), u"chosen.bin"_s);
 }
 
 TEST_F(Conflicts, CancellingTheDialogSkipsTheAttachmentOrStopsTheRun) {
@@ -168,7 +168,7 @@ TEST_F(EngineTest, ANameThatWouldLeaveTheFolderIsAFailedSave) {
     EXPECT_TRUE(runFolder());
     EXPECT_EQ(mail->stored.attachments[0]->fails.count(u"SaveAsFile"_s), 0);
     ASSERT_EQ(proto().size(), 1u);
-    EXPECT_TRUE(proto()[0].State.get().startsWith(u"! 75/"_s));
+    EXPECT_TRUE(proto()[0].State().get().startsWith(u"! 75/"_s));
     EXPECT_TRUE(filesIn(root).isEmpty());
     EXPECT_EQ(mail->saves, 0);
 }
@@ -186,7 +186,7 @@ TEST_F(EngineTest, AnApplicationThatCannotStartIsLoggedAndTheRecordKeepsItsE) {
     EXPECT_TRUE(logLines().contains(u"Running app: "_s + app + QLatin1Char('/') + path));
     EXPECT_TRUE(logLines().contains(u"Error runing app: "_s + app + QLatin1Char('/') + path));
     ASSERT_EQ(proto().size(), 1u);
-    EXPECT_EQ(proto()[0].State.get(), u"SE"_s);
+    EXPECT_EQ(proto()[0].State().get(), u"SE"_s);
     EXPECT_TRUE(QFileInfo::exists(path));
 }
 
@@ -209,7 +209,7 @@ TEST_F(EngineTest, DeletionFindsTheMailsOwnNamesAndTakesEqualNamesInTurn) {
     EXPECT_EQ(mail->stored.attachments[0]->fileName, u"logo.png"_s);
     EXPECT_TRUE(logLines().contains(u"DeletedAttachm: a:b.pdf; x.txt; x.txt; "_s));
     for (const auto& record : proto())
-        EXPECT_EQ(record.State.get(), u"SX"_s);
+        EXPECT_EQ(record.State().get(), u"SX"_s);
 }
 
 TEST_F(EngineTest, ATestRunWithDeletionOnlyLogsIt) {

@@ -48,10 +48,10 @@ TEST_F(EngineTest, TwoRulesOnOneMailRunOneAfterTheOtherOverTheFirstAttachmentCou
     EXPECT_EQ(mail->stored.attachments[0]->fileName, u"b.txt"_s);
     const auto records = proto();
     ASSERT_EQ(records.size(), 2u);
-    EXPECT_EQ(records[0].Rule.get(), u"All"_s);
-    EXPECT_EQ(records[0].Attachment.get(), u"b.txt"_s);
-    EXPECT_EQ(records[1].Rule.get(), u"PDFs"_s);
-    EXPECT_EQ(records[1].State.get(), u"SX"_s);
+    EXPECT_EQ(records[0].Rule().get(), u"All"_s);
+    EXPECT_EQ(records[0].Attachment().get(), u"b.txt"_s);
+    EXPECT_EQ(records[1].Rule().get(), u"PDFs"_s);
+    EXPECT_EQ(records[1].State().get(), u"SX"_s);
     // Counted once per matching rule.
     const auto boxes = user.questions(Kind::MessageBox);
     ASSERT_FALSE(boxes.empty());
@@ -177,9 +177,9 @@ TEST_F(EngineTest, AFailedSaveKeepsEarlierFilesAndLeavesTheMailForTheNextRun) {
     EXPECT_EQ(mail->stored.attachments.size(), 3u);
     const auto records = proto();
     ASSERT_EQ(records.size(), 2u);
-    EXPECT_EQ(records[0].State.get(), u"! 57/Part cannot be decoded"_s);
-    EXPECT_EQ(records[0].Attachment.get(), u"2.pdf"_s);
-    EXPECT_EQ(records[1].State.get(), u"SX"_s);
+    EXPECT_EQ(records[0].State().get(), u"! 57/Part cannot be decoded"_s);
+    EXPECT_EQ(records[0].Attachment().get(), u"2.pdf"_s);
+    EXPECT_EQ(records[1].State().get(), u"SX"_s);
     const QString path2 = outFile(u"2.pdf"_s);
     EXPECT_TRUE(logLines().contains(u"Error saving attachment: "_s + path2));
     EXPECT_TRUE(logLines().contains(u"Error: Part cannot be decoded"_s));
