@@ -2,8 +2,8 @@
 
 #include "common/text.h"
 #include "fuzz_sandbox.h"
-#include "host/mime/attachment_file.h"
 #include "host/maildir/maildir_names.h"
+#include "host/mime/attachment_file.h"
 
 #include <QDir>
 #include <QFile>

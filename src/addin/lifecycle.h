@@ -20,7 +20,7 @@ struct HostEnvironment {
 enum class AddinState { NotConnected, Inert, Running, Stopped };
 
 class clsAddinSpecific {
-public:
+  public:
     void InitAddin(HostEnvironment& host);
     void ShutdownAddin();
 };

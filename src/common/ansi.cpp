@@ -10,11 +10,9 @@ constexpr std::array<char16_t, 32> kHigh = {
     0x2013, 0x2014, 0x02DC, 0x2122, 0x0161, 0x203A, 0x0153, 0x009D, 0x017E, 0x0178};
 
 char ToAnsiChar(char16_t c) {
-    if (c < 0x80 || (c >= 0xA0 && c <= 0xFF))
-        return static_cast<char>(c);
+    if (c < 0x80 || (c >= 0xA0 && c <= 0xFF)) return static_cast<char>(c);
     for (size_t i = 0; i < kHigh.size(); ++i)
-        if (kHigh[i] == c)
-            return static_cast<char>(0x80 + i);
+        if (kHigh[i] == c) return static_cast<char>(0x80 + i);
     return '?';
 }
 } // namespace
@@ -29,7 +27,9 @@ QString FromAnsi(const char* data, qsizetype size) {
     return out;
 }
 
-QString FromAnsi(const QByteArray& bytes) { return FromAnsi(bytes.constData(), bytes.size()); }
+QString FromAnsi(const QByteArray& bytes) {
+    return FromAnsi(bytes.constData(), bytes.size());
+}
 
 QByteArray ToAnsi(const QString& text) {
     QByteArray out;

@@ -22,8 +22,8 @@ template <class T> struct Result {
 
 // Error numbers for failures that have no errno of their own.
 namespace ErrNo {
-constexpr int Failed = 5;       // generic "invalid procedure call"
-constexpr int NotFound = 53;    // file or object not found
+constexpr int Failed = 5;    // generic "invalid procedure call"
+constexpr int NotFound = 53; // file or object not found
 constexpr int NoPermission = 70;
 constexpr int IoError = 57;
 constexpr int Overflow = 6;

@@ -41,10 +41,10 @@ bool MakePath(const QString& path) {
     const QString p = StripBackslash(path);
     // Each level in turn, left to right; an existing or refused level is no failure here:
     // callers learn of a problem when they write the file.
-    for (qsizetype i = p.indexOf(QLatin1Char('/'), 1); i > 0; i = p.indexOf(QLatin1Char('/'), i + 1))
+    for (qsizetype i = p.indexOf(QLatin1Char('/'), 1); i > 0;
+         i = p.indexOf(QLatin1Char('/'), i + 1))
         ::mkdir(QFile::encodeName(p.left(i)).constData(), 0777);
-    if (!p.isEmpty())
-        ::mkdir(QFile::encodeName(p).constData(), 0777);
+    if (!p.isEmpty()) ::mkdir(QFile::encodeName(p).constData(), 0777);
     return true;
 }
 
@@ -64,23 +64,29 @@ QString GetHostName(const QString& hostAppName) {
                   {"access", "Access"},   {"frontpage", "FrontPage"}, {"powerpoint", "PowerPoint"}};
     const QString lower = hostAppName.toLower();
     for (const auto& h : kHosts)
-        if (lower.contains(QLatin1String(h.key)))
-            return QLatin1String(h.name);
+        if (lower.contains(QLatin1String(h.key))) return QLatin1String(h.name);
     return QStringLiteral("Office");
 }
 
-QString GetHostName() { return GetHostName(HostAppName()); }
+QString GetHostName() {
+    return GetHostName(HostAppName());
+}
 
 int16_t GetHostVersion(const QString& versionText) {
-    if (versionText.isEmpty())
-        return -1;
+    if (versionText.isEmpty()) return -1;
     const qsizetype dot = versionText.indexOf(QLatin1Char('.'));
     return static_cast<int16_t>(LeadingNumber(dot < 0 ? versionText : versionText.left(dot)));
 }
 
-int16_t GetHostVersion() { return GetHostVersion(HostAppVersion()); }
+int16_t GetHostVersion() {
+    return GetHostVersion(HostAppVersion());
+}
 
 // Stowaway is its own host on this platform: both programs report the same name, so they share
 // one data folder.
-QString HostAppName() { return QStringLiteral("Stowaway Mail Host"); }
-QString HostAppVersion() { return QStringLiteral(STOWAWAY_VERSION); }
+QString HostAppName() {
+    return QStringLiteral("Stowaway Mail Host");
+}
+QString HostAppVersion() {
+    return QStringLiteral(STOWAWAY_VERSION);
+}

@@ -4,9 +4,9 @@
 
 // Special folder numbers, with their classic values.
 namespace Csidl {
-constexpr int Personal = 5;       // documents
-constexpr int AppData = 26;       // per-user application data
-constexpr int ProgramFiles = 38;  // installed programs
+constexpr int Personal = 5;      // documents
+constexpr int AppData = 26;      // per-user application data
+constexpr int ProgramFiles = 38; // installed programs
 } // namespace Csidl
 
 extern QString gAppCaption;   // "Quillworks Stowaway v2.50": title of every box

@@ -9,4 +9,6 @@ extern uint8_t CurrLang;
 inline const QString& LangText(const QString& german, const QString& english) {
     return CurrLang <= 0 ? german : english;
 }
-inline bool IsGerman() { return CurrLang <= 0; }
+inline bool IsGerman() {
+    return CurrLang <= 0;
+}

@@ -6,12 +6,13 @@ namespace {
 constexpr QChar kSep = QLatin1Char('/');
 
 // 1-based position of the last `c`, 0 if none.
-qsizetype LastPos(const QString& s, QChar c) { return s.lastIndexOf(c) + 1; }
+qsizetype LastPos(const QString& s, QChar c) {
+    return s.lastIndexOf(c) + 1;
+}
 } // namespace
 
 QString AddBackslash(const QString& path) {
-    if (VbTrim(path).isEmpty())
-        return path;
+    if (VbTrim(path).isEmpty()) return path;
     return path.endsWith(kSep) ? path : path + kSep;
 }
 
@@ -26,8 +27,7 @@ QString GetFolderPart(const QString& path) {
 
 QString GetFileNamePart(const QString& path) {
     const qsizetype pos = LastPos(path, kSep);
-    if (pos == 0)
-        return path;
+    if (pos == 0) return path;
     return pos == 1 ? QString() : path.mid(pos);
 }
 

@@ -25,8 +25,7 @@ long long LeadingNumber(const QString& s) {
     }
     long long value = 0;
     while (i < s.size() && s.at(i).isDigit() && s.at(i).unicode() < 128) {
-        if (value < 100000000000000000LL)
-            value = value * 10 + (s.at(i).unicode() - '0');
+        if (value < 100000000000000000LL) value = value * 10 + (s.at(i).unicode() - '0');
         ++i;
     }
     return negative ? -value : value;

@@ -7,12 +7,12 @@
 #include <memory>
 
 class ItemAddSubscription {
-public:
+  public:
     virtual ~ItemAddSubscription() = default;
 };
 
 class NewMailSource {
-public:
+  public:
     using ItemAddHandler = std::function<void(const MailItemPtr& item)>;
     virtual ~NewMailSource() = default;
     // Reports items added to `folder` until the subscription is destroyed.

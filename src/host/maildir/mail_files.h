@@ -2,8 +2,8 @@
 // The mail files of one Maildir folder on disk: listing them, replacing one with new content,
 // renaming one for its flags, and clearing our own leftovers in tmp/. A delivered file is never
 // changed in place, and at every instant exactly one complete copy of a mail exists.
-#include "host/mime/attachment_file.h"
 #include "host/maildir/own_writes.h"
+#include "host/mime/attachment_file.h"
 #include "host/mime/posix_files.h"
 
 #include <QString>
