@@ -98,7 +98,7 @@ class TestDesktopNotifier : public QObject {
         auto answers = [&] { return scripted.opened().size() + int(scripted.questions().size()); };
         for (int tries = 0; tries < 50 && answers() == 0; ++tries) {
             QVERIFY(m_bus.send(signal));
-            QTest::qWaitFor([&] { return answers() > 0; }, 200);
+            (void)QTest::qWaitFor([&] { return answers() > 0; }, 200);
         }
         QTest::qWait(100);
         QCOMPARE(answers(), 1);

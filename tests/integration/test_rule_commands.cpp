@@ -17,7 +17,7 @@ class RuleCommandsTest : public StowawayCommandTest {
     static QByteArray rls() { return ReadAll(DataFilePath(u".rls"_s)); }
     static QMap<QString, QByteArray> dataFiles() {
         QMap<QString, QByteArray> files;
-        for (const QString ext : {u".rls"_s, u".prj"_s, u".fld"_s, u".prt"_s, u".ble"_s})
+        for (const QString& ext : {u".rls"_s, u".prj"_s, u".fld"_s, u".prt"_s, u".ble"_s})
             files.insert(ext, ReadAll(DataFilePath(ext)));
         return files;
     }

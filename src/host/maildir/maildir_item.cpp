@@ -225,7 +225,7 @@ OpError MaildirItem::SetUnRead(bool unread) {
     shared.cache.rename(oldDir, old.name, subdirPath(), file_.name);
     shared.noteRenamed(folderDir(), old, file_);
     shared.noteLocation(name.unique,
-                        MailLocation{store_->root, folderId_, file_.subdir, file_.name});
+                        MailLocation{store_->root, folderId_, file_.subdir, file_.name, {}, {}});
     seenMoves_ = shared.moves;
     return OpError::none();
 }
@@ -329,7 +329,7 @@ OpError MaildirItem::Save() {
     IdentityOfPath(path(), file_.identity);
     shared.noteRenamed(folderDir(), old, file_);
     shared.noteSaved(oldUnique, newUnique,
-                     MailLocation{store_->root, folderId_, file_.subdir, file_.name});
+                     MailLocation{store_->root, folderId_, file_.subdir, file_.name, {}, {}});
     seenMoves_ = shared.moves;
     cached_.reset();
     dirty_ = false;

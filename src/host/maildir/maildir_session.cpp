@@ -74,8 +74,9 @@ void MaildirSession::indexStore(const MaildirStorePtr& store) {
     for (const FolderEntry& folder : AllMailFolders(store->root)) {
         for (const MailFileEntry& file :
              ListMailFiles(FolderDirectory(store->root, folder.id)).value)
-            shared_->noteLocation(MaildirUnique(file.name),
-                                  MailLocation{store->root, folder.id, file.subdir, file.name});
+            shared_->noteLocation(
+                MaildirUnique(file.name),
+                MailLocation{store->root, folder.id, file.subdir, file.name, {}, {}});
     }
 }
 

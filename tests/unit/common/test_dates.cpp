@@ -132,8 +132,9 @@ TEST_F(Dates, EveryPatternInBothLanguages) {
         for (const auto& [lang, expected] : {std::pair{0, c.german}, {1, c.english}}) {
             if (!expected) continue;
             CurrLang = uint8_t(lang);
-            if (c.date.isValid())
+            if (c.date.isValid()) {
                 EXPECT_EQ(FormatDate(c.date, pattern), QString::fromUtf8(expected));
+            }
             EXPECT_EQ(FormatDate(days, pattern), QString::fromUtf8(expected));
         }
     }

@@ -49,7 +49,9 @@ TEST_P(Policies, SettleAClashWithAnExistingFile) {
         recorded << record.Attachment().get();
     EXPECT_TRUE(whole(c.recorded).match(recorded.join(u", "_s)).hasMatch())
         << S(recorded.join(u", "_s));
-    if (*c.log) EXPECT_TRUE(logLines().contains(QString::fromUtf8(c.log)));
+    if (*c.log) {
+        EXPECT_TRUE(logLines().contains(QString::fromUtf8(c.log)));
+    }
 }
 
 INSTANTIATE_TEST_SUITE_P(
