@@ -2,6 +2,25 @@
 
 #include "host/imap/imap_item.h"
 
+namespace {
+
+// "1:3,7" for 1, 2, 3 and 7.
+QByteArray UidSet(const std::set<quint64>& uids) {
+    QByteArray set;
+    for (auto it = uids.begin(); it != uids.end();) {
+        const quint64 first = *it;
+        quint64 last = first;
+        while (++it != uids.end() && *it == last + 1)
+            ++last;
+        if (!set.isEmpty()) set += ',';
+        set += QByteArray::number(first);
+        if (last != first) set += ':' + QByteArray::number(last);
+    }
+    return set;
+}
+
+} // namespace
+
 ImapFolder::ImapFolder(ImapStorePtr store, ImapMailbox mailbox)
     : store_(std::move(store)), mailbox_(std::move(mailbox)) {}
 
@@ -36,26 +55,65 @@ Result<std::vector<MailItemPtr>> ImapFolder::Items() const {
 }
 
 Result<std::vector<MailItemPtr>> ImapFolder::ItemsNotDone() const {
-    return itemsFrom(1, true);
+    if (isTop() || !mailbox_.selectable()) return {{}, OpError::none()};
+    const Result<ImapMailboxState> state = store_->select(mailbox_.rawName);
+    if (!state.ok()) return {{}, state.error};
+    const QByteArray& raw = mailbox_.rawName;
+    const quint64 validity = state.value.uidValidity;
+    const bool modSeqs = state.value.condStore && !state.value.noModSeq;
+    ImapSummaryCache& done = store_->summaries();
+    const auto listed = store_->listings.find(raw);
+    const bool known = listed != store_->listings.end() && listed->second.uidValidity == validity;
+    const quint64 since = modSeqs && known ? done.modSeq(raw, validity) : 0;
+    std::set<quint64> open = since ? listed->second.open : std::set<quint64>();
+    // Since the last walk: the mails new or with other flags; the rest keep their notes' state.
+    UidFetchJob fetch("1:*", modSeqs ? "FLAGS MODSEQ" : "FLAGS", since);
+    if (OpError e = store_->runIn(raw, fetch)) return {{}, e};
+    quint64 modSeq = since;
+    for (const auto& [uid, mail] : fetch.mails)
+        modSeq = std::max(modSeq, mail.modSeq);
+    std::map<quint64, FetchedMail>& mails = fetch.mails;
+    if (since) {
+        // The mails left open by the last walk, unchanged since or gone.
+        for (const auto& entry : mails)
+            open.erase(entry.first);
+        if (!open.empty()) {
+            UidFetchJob again(UidSet(open), "FLAGS");
+            if (OpError e = store_->runIn(raw, again)) return {{}, e};
+            mails.merge(again.mails);
+        }
+    } else {
+        std::unordered_set<quint64> present;
+        for (const auto& entry : mails)
+            present.insert(entry.first);
+        done.prune(raw, validity, present);
+    }
+    std::vector<MailItemPtr> items;
+    open.clear();
+    for (const auto& [uid, mail] : mails) {
+        if (done.isDone(raw, validity, uid, mail.flags)) continue;
+        open.insert(uid);
+        items.push_back(
+            std::make_shared<ImapItem>(store_, mailbox_, ImapMailId{validity, uid}, mail.flags));
+    }
+    if (modSeq) {
+        done.setModSeq(raw, validity, modSeq);
+        store_->listings[raw] = {validity, std::move(open)};
+    } else {
+        store_->listings.erase(raw);
+    }
+    return {items, OpError::none()};
 }
 
-Result<std::vector<MailItemPtr>> ImapFolder::itemsFrom(quint64 firstUid, bool leaveOutDone) const {
+Result<std::vector<MailItemPtr>> ImapFolder::itemsFrom(quint64 firstUid) const {
     std::vector<MailItemPtr> items;
     if (isTop() || !mailbox_.selectable()) return {items, OpError::none()};
     UidFetchJob fetch(QByteArray::number(firstUid) + ":*", "FLAGS");
     if (OpError e = store_->runIn(mailbox_.rawName, fetch)) return {{}, e};
     const quint64 validity = store_->select(mailbox_.rawName).value.uidValidity;
     items.reserve(fetch.mails.size());
-    ImapSummaryCache& done = store_->summaries();
-    if (leaveOutDone && firstUid == 1) {
-        std::unordered_set<quint64> present;
-        for (const auto& entry : fetch.mails)
-            present.insert(entry.first);
-        done.prune(mailbox_.rawName, validity, present);
-    }
     for (auto& [uid, mail] : fetch.mails) {
         if (uid < firstUid) continue; // "n:*" names the last mail even below n
-        if (leaveOutDone && done.isDone(mailbox_.rawName, validity, uid, mail.flags)) continue;
         items.push_back(
             std::make_shared<ImapItem>(store_, mailbox_, ImapMailId{validity, uid}, mail.flags));
     }

@@ -18,8 +18,8 @@ class ImapFolder : public MailFolder {
 
     const ImapMailbox& mailbox() const { return mailbox_; }
     bool isTop() const { return mailbox_.rawName.isEmpty(); }
-    // The mails with UIDs from `firstUid` on, in UID order; without those noted done.
-    Result<std::vector<MailItemPtr>> itemsFrom(quint64 firstUid, bool leaveOutDone = false) const;
+    // The mails with UIDs from `firstUid` on, in UID order.
+    Result<std::vector<MailItemPtr>> itemsFrom(quint64 firstUid) const;
 
   private:
     ImapStorePtr store_;

@@ -92,6 +92,7 @@ OpError ListJob::completed(const ImapResponse& tagged) {
 }
 
 std::vector<ImapArg> SelectJob::command() const {
+    if (state.condStore) return {{name() + ' '}, ImapString(raw_), {" (CONDSTORE)"}};
     return {{name() + ' '}, ImapString(raw_)};
 }
 
@@ -100,6 +101,10 @@ void SelectJob::untagged(const ImapResponse& r) {
         state.uidValidity = r.codeArgs[0].number;
     else if (r.code == "UIDNEXT")
         state.uidNext = r.codeArgs[0].number;
+    else if (r.code == "HIGHESTMODSEQ")
+        state.highestModSeq = r.codeArgs[0].number;
+    else if (r.code == "NOMODSEQ")
+        state.noModSeq = true;
     else if (r.code == "PERMANENTFLAGS") {
         state.permanentFlags.clear();
         for (const ImapValue& f : r.codeArgs[0].list)
@@ -117,7 +122,9 @@ OpError SelectJob::completed(const ImapResponse& tagged) {
 }
 
 std::vector<ImapArg> UidFetchJob::command() const {
-    return {{"UID FETCH " + set_ + " (UID " + items_ + ')'}};
+    QByteArray line = "UID FETCH " + set_ + " (UID " + items_ + ')';
+    if (changedSince_) line += " (CHANGEDSINCE " + QByteArray::number(changedSince_) + ')';
+    return {{line}};
 }
 
 void UidFetchJob::untagged(const ImapResponse& r) {
@@ -147,6 +154,9 @@ void UidFetchJob::untagged(const ImapResponse& r) {
             m.internalDate = ParseInternalDate(value.text);
         else if (k == "RFC822.SIZE" && value.kind == ImapValue::Kind::Number)
             m.size = qint64(value.number);
+        else if (k == "MODSEQ" && value.kind == ImapValue::Kind::List && value.list.size() == 1 &&
+                 value.list[0].kind == ImapValue::Kind::Number)
+            m.modSeq = value.list[0].number;
         else if (k == "BODY[]" && value.kind == ImapValue::Kind::String) {
             m.body = value.text;
             m.hasBody = true;
@@ -169,6 +179,7 @@ void UidFetchJob::untagged(const ImapResponse& r) {
     }
     if (m.internalDate.isValid()) slot.internalDate = m.internalDate;
     if (m.size >= 0) slot.size = m.size;
+    slot.modSeq = std::max(slot.modSeq, m.modSeq);
     if (m.hasBody) {
         slot.body = m.body;
         slot.hasBody = true;

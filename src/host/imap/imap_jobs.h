@@ -69,13 +69,20 @@ struct ImapMailboxState {
     quint64 exists = 0;
     QSet<QByteArray> permanentFlags; // as sent: "\\Seen", "\\*", keywords
     bool readOnly = false;
+    // CONDSTORE: asked for at the select, and whether the mailbox keeps mod-sequences.
+    bool condStore = false;
+    bool noModSeq = false;
+    quint64 highestModSeq = 0;
     bool keywordsAllowed() const { return permanentFlags.contains("\\*"); }
 };
 
-// SELECT, or EXAMINE when `readOnly`.
+// SELECT, or EXAMINE when `readOnly`; with CONDSTORE enabled by it when `condStore`.
 class SelectJob : public ImapJob {
   public:
-    SelectJob(QByteArray rawName, bool readOnly) : raw_(std::move(rawName)), examine_(readOnly) {}
+    SelectJob(QByteArray rawName, bool readOnly, bool condStore = false)
+        : raw_(std::move(rawName)), examine_(readOnly) {
+        state.condStore = condStore;
+    }
     std::vector<ImapArg> command() const override;
     void untagged(const ImapResponse& r) override;
     OpError completed(const ImapResponse& tagged) override;
@@ -93,18 +100,20 @@ struct FetchedMail {
     bool hasFlags = false;
     QDateTime internalDate;
     qint64 size = -1;
-    QByteArray body;   // BODY[]
-    QByteArray header; // BODY[HEADER]
+    quint64 modSeq = 0; // MODSEQ, sent once CONDSTORE is enabled
+    QByteArray body;    // BODY[]
+    QByteArray header;  // BODY[HEADER]
     bool hasBody = false;
     bool hasHeader = false;
 };
 
 // UID FETCH of the items named ("FLAGS", "BODY.PEEK[]", "BODY.PEEK[HEADER]", "INTERNALDATE",
-// "RFC822.SIZE"), keyed by UID.
+// "RFC822.SIZE", "MODSEQ"), keyed by UID; with `changedSince`, only of the mails whose
+// mod-sequence is above it (CONDSTORE).
 class UidFetchJob : public ImapJob {
   public:
-    UidFetchJob(QByteArray uidSet, QByteArray items)
-        : set_(std::move(uidSet)), items_(std::move(items)) {}
+    UidFetchJob(QByteArray uidSet, QByteArray items, quint64 changedSince = 0)
+        : set_(std::move(uidSet)), items_(std::move(items)), changedSince_(changedSince) {}
     std::vector<ImapArg> command() const override;
     void untagged(const ImapResponse& r) override;
     OpError completed(const ImapResponse& tagged) override;
@@ -113,6 +122,7 @@ class UidFetchJob : public ImapJob {
 
   private:
     QByteArray set_, items_;
+    quint64 changedSince_;
     QString error_;
 };
 

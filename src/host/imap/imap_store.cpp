@@ -72,6 +72,7 @@ Result<std::unique_ptr<ImapConnection>> ImapStore::openConnection() const {
 Result<ImapConnection*> ImapStore::connection() {
     if (conn_ && conn_->isOpen()) return {conn_.get(), OpError::none()};
     selected_.clear();
+    listings.clear(); // what changed while away is not known: the next walk lists all
     Result<std::unique_ptr<ImapConnection>> opened = openConnection();
     if (!opened.ok()) return {nullptr, opened.error};
     conn_ = std::move(opened.value);
@@ -84,7 +85,7 @@ Result<ImapMailboxState> ImapStore::select(const QByteArray& rawName, bool write
     if (selected_ == rawName && !rawName.isEmpty() && (selectedWritable_ || !write))
         return {selectedState_, OpError::none()};
     const bool recover = !recovered_.count(rawName) && hasJournalFor(rawName);
-    SelectJob job(rawName, !(write || recover));
+    SelectJob job(rawName, !(write || recover), conn.value->hasCapability("CONDSTORE"));
     selected_.clear();
     if (OpError e = conn.value->run(job)) return {{}, e};
     selected_ = rawName;

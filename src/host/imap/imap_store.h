@@ -70,6 +70,14 @@ class ImapStore {
     const FetchedMail& noteFetched(FetchedMail mail);
     // The mails the driver passed over for good, kept across runs.
     ImapSummaryCache& summaries() { return *summaries_; }
+    // The mails of a mailbox the last walk gave out and that were not noted done then: where
+    // the mailbox keeps mod-sequences, the next walk asks for the mails changed since and for
+    // these alone. Known only after a full listing on the current connection.
+    struct Listing {
+        quint64 uidValidity = 0;
+        std::set<quint64> open;
+    };
+    std::map<QByteArray, Listing> listings;
     // The folder where rewrites note their steps, so a run after a crash completes them.
     QString journalDir() const;
 

@@ -53,19 +53,23 @@ void ImapSummaryCache::load(const QByteArray& rawName, Box& box) const {
     const auto damaged = [&](const char* why) {
         WriteLog(QStringLiteral("! IMAP: the cache %1 is damaged (%2); it is built anew")
                      .arg(file.fileName(), QLatin1String(why)));
-        box.uidValidity = 0;
+        box.uidValidity = box.modSeq = 0;
         box.done.clear();
         box.dirty = true;
     };
     if (!file.open(QIODevice::ReadOnly)) return damaged("unreadable");
     const QList<QByteArray> lines = file.readAll().split('\n');
-    // The magic line, the mailbox, its UIDVALIDITY, then "UID flags..." lines and an end line
-    // with their count, so a cut-off file is told from a short one.
+    // The magic line, the mailbox, its UIDVALIDITY and mod-sequence (left out by older
+    // versions: none), then "UID flags..." lines and an end line with their count, so a cut-off
+    // file is told from a short one.
     if (lines.size() < 5 || lines[0] != kMagic) return damaged("not a cache file");
     if (QByteArray::fromBase64(lines[1]) != rawName) return damaged("another mailbox");
     bool ok = false;
-    box.uidValidity = lines[2].toULongLong(&ok);
-    if (!ok) return damaged("no UIDVALIDITY");
+    const QList<QByteArray> validity = lines[2].split(' ');
+    box.uidValidity = validity[0].toULongLong(&ok);
+    if (!ok || validity.size() > 2) return damaged("no UIDVALIDITY");
+    if (validity.size() == 2) box.modSeq = validity[1].toULongLong(&ok);
+    if (!ok) return damaged("a bad mod-sequence");
     const qsizetype count = lines.size() - 5; // the end line and the empty rest after it
     if (lines[lines.size() - 2] != "end " + QByteArray::number(count) || !lines.last().isEmpty())
         return damaged("cut off");
@@ -86,6 +90,7 @@ ImapSummaryCache::Box& ImapSummaryCache::box(const QByteArray& rawName, quint64 
         // A recreated mailbox: its UIDs name other mails now.
         b.done.clear();
         b.uidValidity = uidValidity;
+        b.modSeq = 0;
         b.dirty = true;
         b.pruned = false;
     }
@@ -126,6 +131,18 @@ void ImapSummaryCache::prune(const QByteArray& rawName, quint64 uidValidity,
     if (b.dirty) saveSoon();
 }
 
+quint64 ImapSummaryCache::modSeq(const QByteArray& rawName, quint64 uidValidity) {
+    return box(rawName, uidValidity).modSeq;
+}
+
+void ImapSummaryCache::setModSeq(const QByteArray& rawName, quint64 uidValidity, quint64 modSeq) {
+    Box& b = box(rawName, uidValidity);
+    if (b.modSeq == modSeq) return;
+    b.modSeq = modSeq;
+    b.dirty = true;
+    saveSoon();
+}
+
 void ImapSummaryCache::saveSoon() {
     if (saveScheduled_) return;
     saveScheduled_ = true;
@@ -140,7 +157,8 @@ void ImapSummaryCache::save() {
     for (auto& [rawName, b] : boxes_) {
         if (!b.dirty) continue;
         QByteArray text = QByteArray(kMagic) + '\n' + rawName.toBase64() + '\n' +
-                          QByteArray::number(b.uidValidity) + '\n';
+                          QByteArray::number(b.uidValidity) +
+                          (b.modSeq ? ' ' + QByteArray::number(b.modSeq) : QByteArray()) + '\n';
         std::vector<quint64> uids;
         uids.reserve(b.done.size());
         for (const auto& [uid, flags] : b.done)

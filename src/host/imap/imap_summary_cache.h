@@ -2,8 +2,9 @@
 // Which mails of a mailbox the driver passed over for good, kept on disk per account, mailbox
 // and UIDVALIDITY. A mail's content never changes under its UID, so only its flags can make it
 // worth a look again: a walk of a big mailbox costs one FETCH of FLAGS, not every mail's body.
-// A changed UIDVALIDITY drops a mailbox's notes; a damaged file is ignored (with a LOG line)
-// and written anew.
+// Where the server offers CONDSTORE, the mailbox's mod-sequence up to which the notes are
+// current is kept beside them. A changed UIDVALIDITY drops a mailbox's notes; a damaged file is
+// ignored (with a LOG line) and written anew.
 #include <QByteArray>
 #include <QSet>
 #include <QString>
@@ -29,6 +30,9 @@ class ImapSummaryCache {
     // given again, so notes of expunged mails cost only room until then.
     void prune(const QByteArray& rawName, quint64 uidValidity,
                const std::unordered_set<quint64>& present);
+    // The mod-sequence the notes were last brought up to; 0 for none.
+    quint64 modSeq(const QByteArray& rawName, quint64 uidValidity);
+    void setModSeq(const QByteArray& rawName, quint64 uidValidity, quint64 modSeq);
     // Writes the mailboxes whose notes changed (also done shortly after a change, and at the end).
     void save();
     QString pathOf(const QByteArray& rawName) const;
@@ -36,6 +40,7 @@ class ImapSummaryCache {
   private:
     struct Box {
         quint64 uidValidity = 0;
+        quint64 modSeq = 0;
         std::unordered_map<quint64, QByteArray> done; // UID -> its flags when noted
         bool dirty = false;
         bool pruned = false;

@@ -166,6 +166,26 @@ const JobCase kJobCases[] = {
                                .arg(job.state.keywordsAllowed()));
      },
      "validity=77 next=9 exists=4 keywords=0"},
+    {"ExamineWithCondStoreReadsHighestModSeq",
+     {{'C', "s1 EXAMINE \"INBOX\" (CONDSTORE)"},
+      {'S', "* OK [UIDVALIDITY 5] x\r\n* OK [HIGHESTMODSEQ 90000000001] x\r\ns1 OK done\r\n"}},
+     [](ImapConnection& conn) {
+         SelectJob job("INBOX", true, true);
+         const OpError e = conn.run(job);
+         return Outcome(e, QStringLiteral("modseq=%1 none=%2")
+                               .arg(job.state.highestModSeq)
+                               .arg(job.state.noModSeq));
+     },
+     "modseq=90000000001 none=0"},
+    {"ExamineWithCondStoreHearsNoModSeq",
+     {{'C', "s1 EXAMINE \"INBOX\" (CONDSTORE)"},
+      {'S', "* OK [UIDVALIDITY 5] x\r\n* OK [NOMODSEQ] x\r\ns1 OK done\r\n"}},
+     [](ImapConnection& conn) {
+         SelectJob job("INBOX", true, true);
+         const OpError e = conn.run(job);
+         return Outcome(e, QStringLiteral("none=%1").arg(job.state.noModSeq));
+     },
+     "none=1"},
     {"SelectWithoutUidValidityIsRefused",
      {{'C', "s1 EXAMINE \"INBOX\""}, {'S', "* 0 EXISTS\r\ns1 OK done\r\n"}},
      Plain(SelectJob("INBOX", true)),
@@ -186,6 +206,19 @@ const JobCase kJobCases[] = {
          return Outcome(e, seen.join(QLatin1Char(' ')));
      },
      "5:2:61620d0a 6:0:7a"},
+    {"FetchChangedSinceKeepsEachModSeq",
+     {{'C', "s1 UID FETCH 1:* (UID FLAGS MODSEQ) (CHANGEDSINCE 40)"},
+      {'S', "* 2 FETCH (UID 5 FLAGS () MODSEQ (41))\r\n"
+            "* 7 FETCH (MODSEQ (44) UID 9 FLAGS (\\Seen))\r\ns1 OK done\r\n"}},
+     [](ImapConnection& conn) {
+         UidFetchJob job("1:*", "FLAGS MODSEQ", 40);
+         const OpError e = conn.run(job);
+         QStringList seen;
+         for (const auto& [uid, m] : job.mails)
+             seen << QStringLiteral("%1:%2").arg(uid).arg(m.modSeq);
+         return Outcome(e, seen.join(QLatin1Char(' ')));
+     },
+     "5:41 9:44"},
     {"FetchAnswerWithoutUidIsAnError",
      {{'C', "s1 UID FETCH 1:* (UID FLAGS)"}, {'S', "* 1 FETCH (FLAGS (\\Seen))\r\ns1 OK done\r\n"}},
      Plain(UidFetchJob("1:*", "FLAGS")),

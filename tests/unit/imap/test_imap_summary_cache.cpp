@@ -1,5 +1,6 @@
 // The notes of mails passed over, on disk: kept across instances while UIDVALIDITY and the
 // flags stay, dropped when either changes, and a damaged file read as no notes and written anew.
+// The mod-sequence beside them likewise; a file written without one has none.
 #include "host/imap/imap_summary_cache.h"
 
 #include <QFile>
@@ -25,8 +26,10 @@ TEST(ImapSummaryCache, NotesLastAcrossInstancesWhileValidityAndFlagsStay) {
         cache.markDone(kBox, 7, 2, {});
         cache.markDone(kBox, 7, 3, kStamped);
         cache.prune(kBox, 7, {1, 2}); // 3 was expunged
-    }                                 // saved at the end
+        cache.setModSeq(kBox, 7, 4200);
+    } // saved at the end
     ImapSummaryCache cache(dir.path());
+    EXPECT_EQ(cache.modSeq(kBox, 7), 4200u);
     EXPECT_TRUE(cache.isDone(kBox, 7, 1, {"\\Recent", "qwkstowaway", "\\SEEN"}))
         << "\\Recent and the case of flags do not count";
     EXPECT_TRUE(cache.isDone(kBox, 7, 2, {}));
@@ -35,6 +38,7 @@ TEST(ImapSummaryCache, NotesLastAcrossInstancesWhileValidityAndFlagsStay) {
     EXPECT_FALSE(cache.isDone("Archive", 7, 1, kStamped));
     // A recreated mailbox: the same UIDs are other mails.
     EXPECT_FALSE(cache.isDone(kBox, 8, 2, {}));
+    EXPECT_EQ(cache.modSeq(kBox, 8), 0u);
     cache.save();
     EXPECT_FALSE(ImapSummaryCache(dir.path()).isDone(kBox, 7, 2, {}));
 }
@@ -49,6 +53,12 @@ TEST(ImapSummaryCache, ADamagedFileIsNoNotesAndIsWrittenAnew) {
         cache.save();
         good = ReadAll(cache.pathOf(kBox));
     }
+    ASSERT_TRUE(good.startsWith("stowaway-imap-done 1\nSU5CT1g=\n7\n")) << good.toStdString();
+    {
+        ImapSummaryCache cache(dir.path());
+        EXPECT_TRUE(cache.isDone(kBox, 7, 2, kStamped));
+        EXPECT_EQ(cache.modSeq(kBox, 7), 0u);
+    }
     const struct {
         const char* name;
         QByteArray text;
@@ -57,6 +67,7 @@ TEST(ImapSummaryCache, ADamagedFileIsNoNotesAndIsWrittenAnew) {
         {"cut off", good.left(good.size() - 8)},
         {"a line lost", QByteArray(good).replace("1 \\seen qwkstowaway\n", "")},
         {"a bad UID", QByteArray(good).replace("2 \\seen", "x2 \\seen")},
+        {"a bad mod-sequence", QByteArray(good).replace("\n7\n", "\n7 x\n")},
         {"another mailbox's", QByteArray(good).replace(kBox.toBase64(), "QXJjaGl2ZQ==")},
         {"empty", ""},
     };
