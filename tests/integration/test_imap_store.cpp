@@ -10,6 +10,7 @@
 
 #include <QDirIterator>
 #include <QElapsedTimer>
+#include <QRegularExpression>
 #include <QStandardPaths>
 #include <QThread>
 
@@ -92,6 +93,31 @@ class ImapStoreTest : public StowawayCommandTest {
             names << QFileInfo(it.next()).fileName();
         names.sort();
         return names;
+    }
+
+    // What the clients sent, once the server wrote it: it writes a session's rawlog out as the
+    // session ends.
+    QByteArray linesSent() const {
+        QByteArray sent = dovecot->clientLines();
+        for (int quiet = 0, tries = 0; quiet < 5 && tries < 50; ++tries) {
+            QThread::msleep(100);
+            const QByteArray now = dovecot->clientLines();
+            quiet = now == sent ? quiet + 1 : 0;
+            sent = now;
+        }
+        return sent;
+    }
+    // Sets or clears a flag of a mail over a connection of the test's own.
+    void storeFlag(const QByteArray& uid, bool add, const QByteArray& flag) {
+        ImapConnection conn({u"127.0.0.1"_s, dovecot->port(), ImapSecurity::Plain});
+        ASSERT_FALSE(conn.open());
+        LoginJob login("bob", DovecotServer::kPassword);
+        ASSERT_FALSE(conn.run(login));
+        SelectJob select("INBOX", false);
+        ASSERT_FALSE(conn.run(select));
+        UidStoreJob store(uid, add, {flag});
+        const OpError e = conn.run(store);
+        ASSERT_FALSE(e) << S(e.description);
     }
 
     std::unique_ptr<DovecotServer> dovecot;
@@ -227,15 +253,7 @@ TEST_F(ImapStoreTest, ANewMailEventFetchesOnlyTheNewMailOnceTheOldAreNotedDone) 
         EXPECT_TRUE(WaitFor(*watch, [&] { return savedFiles().contains(file); })) << S(logText());
         watch->terminate();
         EXPECT_TRUE(watch->waitForFinished(30000));
-        // The server writes a session's rawlog out as the session ends.
-        QByteArray sent = dovecot->clientLines();
-        for (int quiet = 0, tries = 0; quiet < 5 && tries < 50; ++tries) {
-            QThread::msleep(100);
-            const QByteArray now = dovecot->clientLines();
-            quiet = now == sent ? quiet + 1 : 0;
-            sent = now;
-        }
-        return BodiesFetched(sent);
+        return BodiesFetched(linesSent());
     };
     // Each mail looked at costs its header once and the whole mail once.
     EXPECT_EQ(newMailEvent(6), (Fetches{{6, 2}}));
@@ -260,6 +278,57 @@ TEST_F(ImapStoreTest, ANewMailEventFetchesOnlyTheNewMailOnceTheOldAreNotedDone) 
     EXPECT_EQ(newMailEvent(8), (Fetches{{7, 2}, {8, 2}}));
     EXPECT_EQ(newMailEvent(9), (Fetches{{8, 2}, {9, 2}}));
     EXPECT_EQ(savedFiles().size(), 9);
+}
+
+// Within one `watch`, a walk after the first asks the server only for the mails changed since
+// the last (CONDSTORE), and a mail another program marked read, or unread again, is looked at anew.
+TEST_F(ImapStoreTest, LaterNewMailEventsAskOnlyForWhatChanged) {
+    useOnlyRule(SaveAllRule(target));
+    SaveSetting(u"SWActive"_s, u"1"_s);
+    SaveSetting(u"DoProto"_s, u"0"_s);
+    for (int i = 1; i <= 4; ++i)
+        append(MailWithFile(u"Old %1"_s.arg(i), u"old%1.pdf"_s.arg(i)));
+    ASSERT_EQ(runOn({u"run"_s, u"1"_s}).exitCode, 0);
+    ASSERT_EQ(runOn({u"run"_s, u"1"_s}).exitCode, 0);
+
+    auto watch = startStowaway(storeArgs() + QStringList{u"watch"_s});
+    QByteArray said;
+    ASSERT_TRUE(WaitFor(*watch, [&] {
+        said += watch->readAllStandardOutput();
+        return said.contains("Watching 1 folder(s)");
+    })) << said.toStdString();
+    dovecot->clearClientLines();
+    const struct {
+        const char* flagChange; // of mail 3 before the new mail comes
+        bool add;
+    } events[] = {{nullptr, false}, {"\\Seen", true}, {"\\Seen", false}};
+    int n = 4;
+    for (const auto& event : events) {
+        if (event.flagChange) storeFlag("3", event.add, event.flagChange);
+        const QString file = u"new%1.pdf"_s.arg(++n);
+        append(MailWithFile(u"New %1"_s.arg(n), file));
+        ASSERT_TRUE(WaitFor(*watch, [&] { return savedFiles().contains(file); })) << S(logText());
+    }
+    watch->terminate();
+    ASSERT_TRUE(watch->waitForFinished(30000));
+    const QByteArray sent = linesSent();
+    QStringList walks;
+    for (const QByteArray& line : sent.split('\n'))
+        if (const qsizetype at = line.indexOf("UID FETCH 1:* "); at >= 0)
+            walks << QString::fromLatin1(line.mid(at).trimmed())
+                         .replace(QRegularExpression(u"[0-9]+\\)$"_s), u"n)"_s);
+    EXPECT_EQ(walks, (QStringList{u"UID FETCH 1:* (UID FLAGS MODSEQ)"_s,
+                                  u"UID FETCH 1:* (UID FLAGS MODSEQ) (CHANGEDSINCE n)"_s,
+                                  u"UID FETCH 1:* (UID FLAGS MODSEQ) (CHANGEDSINCE n)"_s}))
+        << sent.toStdString();
+    // Of the old mails only 3 is read, at the event after each change of its flags (by its id,
+    // its flags first); 5 and 6, stamped at their own events, are looked at once more.
+    QList<int> read;
+    for (const auto& entry : BodiesFetched(sent))
+        read << entry.first;
+    EXPECT_EQ(read, (QList<int>{3, 5, 6, 7}));
+    EXPECT_EQ(sent.count("UID FETCH 3 (UID FLAGS)"), 2) << sent.toStdString();
+    EXPECT_EQ(savedFiles().size(), 7);
 }
 
 struct RefusedCase {
