@@ -51,16 +51,21 @@ class ImapStoreTest : public StowawayCommandTest {
         return runStowaway(storeArgs(user) + command);
     }
 
-    // Appends over a connection of the test's own, as another mail program would.
-    void append(const SampleMail& mail, const QString& user = u"bob"_s,
-                const QByteArray& box = "INBOX") {
+    // Runs jobs over a connection of the test's own, as another mail program would.
+    void runAsOther(std::initializer_list<ImapJob*> jobs, const QString& user = u"bob"_s) {
         ImapConnection conn({u"127.0.0.1"_s, dovecot->port(), ImapSecurity::Plain});
         ASSERT_FALSE(conn.open());
         LoginJob login(user.toUtf8(), DovecotServer::kPassword);
         ASSERT_FALSE(conn.run(login));
+        for (ImapJob* job : jobs) {
+            const OpError e = conn.run(*job);
+            ASSERT_FALSE(e) << S(e.description);
+        }
+    }
+    void append(const SampleMail& mail, const QString& user = u"bob"_s,
+                const QByteArray& box = "INBOX") {
         AppendJob job(box, {}, mail.date, BuildSampleMail(mail));
-        const OpError e = conn.run(job);
-        ASSERT_FALSE(e) << S(e.description);
+        runAsOther({&job}, user);
     }
 
     // The mail files of a mailbox on the server's disk.
@@ -106,18 +111,6 @@ class ImapStoreTest : public StowawayCommandTest {
             sent = now;
         }
         return sent;
-    }
-    // Sets or clears a flag of a mail over a connection of the test's own.
-    void storeFlag(const QByteArray& uid, bool add, const QByteArray& flag) {
-        ImapConnection conn({u"127.0.0.1"_s, dovecot->port(), ImapSecurity::Plain});
-        ASSERT_FALSE(conn.open());
-        LoginJob login("bob", DovecotServer::kPassword);
-        ASSERT_FALSE(conn.run(login));
-        SelectJob select("INBOX", false);
-        ASSERT_FALSE(conn.run(select));
-        UidStoreJob store(uid, add, {flag});
-        const OpError e = conn.run(store);
-        ASSERT_FALSE(e) << S(e.description);
     }
 
     std::unique_ptr<DovecotServer> dovecot;
@@ -304,7 +297,11 @@ TEST_F(ImapStoreTest, LaterNewMailEventsAskOnlyForWhatChanged) {
     } events[] = {{nullptr, false}, {"\\Seen", true}, {"\\Seen", false}};
     int n = 4;
     for (const auto& event : events) {
-        if (event.flagChange) storeFlag("3", event.add, event.flagChange);
+        if (event.flagChange) {
+            SelectJob select("INBOX", false);
+            UidStoreJob store("3", event.add, {event.flagChange});
+            runAsOther({&select, &store});
+        }
         const QString file = u"new%1.pdf"_s.arg(++n);
         append(MailWithFile(u"New %1"_s.arg(n), file));
         ASSERT_TRUE(WaitFor(*watch, [&] { return savedFiles().contains(file); })) << S(logText());
