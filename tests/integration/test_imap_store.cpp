@@ -50,6 +50,16 @@ class ImapStoreTest : public StowawayCommandTest {
     CommandResult runOn(const QStringList& command, const QString& user = u"bob"_s) {
         return runStowaway(storeArgs(user) + command);
     }
+    // `stowaway watch` on the account, once it watches: mails there before are not new.
+    std::unique_ptr<QProcess> startWatch() {
+        auto watch = startStowaway(storeArgs() + QStringList{u"watch"_s});
+        QByteArray said;
+        EXPECT_TRUE(WaitFor(*watch, [&] {
+            said += watch->readAllStandardOutput();
+            return said.contains("Watching 1 folder(s)");
+        })) << said.toStdString();
+        return watch;
+    }
 
     // Runs jobs over a connection of the test's own, as another mail program would.
     void runAsOther(std::initializer_list<ImapJob*> jobs, const QString& user = u"bob"_s) {
@@ -234,12 +244,7 @@ TEST_F(ImapStoreTest, ANewMailEventFetchesOnlyTheNewMailOnceTheOldAreNotedDone) 
 
     // `watch` is told of one new mail; the UIDs whose header or body it then fetched.
     const auto newMailEvent = [&](int n) {
-        auto watch = startStowaway(storeArgs() + QStringList{u"watch"_s});
-        QByteArray said;
-        EXPECT_TRUE(WaitFor(*watch, [&] {
-            said += watch->readAllStandardOutput();
-            return said.contains("Watching 1 folder(s)");
-        })) << said.toStdString();
+        auto watch = startWatch();
         dovecot->clearClientLines();
         const QString file = u"new%1.pdf"_s.arg(n);
         append(MailWithFile(u"New %1"_s.arg(n), file));
@@ -284,12 +289,7 @@ TEST_F(ImapStoreTest, LaterNewMailEventsAskOnlyForWhatChanged) {
     ASSERT_EQ(runOn({u"run"_s, u"1"_s}).exitCode, 0);
     ASSERT_EQ(runOn({u"run"_s, u"1"_s}).exitCode, 0);
 
-    auto watch = startStowaway(storeArgs() + QStringList{u"watch"_s});
-    QByteArray said;
-    ASSERT_TRUE(WaitFor(*watch, [&] {
-        said += watch->readAllStandardOutput();
-        return said.contains("Watching 1 folder(s)");
-    })) << said.toStdString();
+    auto watch = startWatch();
     dovecot->clearClientLines();
     const struct {
         const char* flagChange; // of mail 3 before the new mail comes
@@ -418,13 +418,7 @@ TEST_F(ImapStoreTest, WatchTakesMailAppendedMeanwhileAndAfterTheServerRestarts) 
     SaveSetting(u"SWActive"_s, u"1"_s);
     // The first start watches the inbox.
     ASSERT_EQ(runOn({u"folders"_s}).exitCode, 0);
-    auto watch = startStowaway(storeArgs() + QStringList{u"watch"_s});
-    // Mails there before the watch began are not new: wait until it watches.
-    QByteArray said;
-    ASSERT_TRUE(WaitFor(*watch, [&] {
-        said += watch->readAllStandardOutput();
-        return said.contains("Watching 1 folder(s)");
-    })) << said.toStdString();
+    auto watch = startWatch();
 
     QElapsedTimer clock;
     clock.start();
