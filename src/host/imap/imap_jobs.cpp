@@ -1,5 +1,7 @@
 #include "host/imap/imap_jobs.h"
 
+#include "host/imap/imap_line_ends.h"
+
 #include <QTimeZone>
 
 ImapArg ImapString(const QByteArray& text) {
@@ -209,7 +211,7 @@ std::vector<ImapArg> AppendJob::command() const {
     QByteArray tail = ' ' + FlagList(flags_);
     if (date_.isValid()) tail += " \"" + FormatInternalDate(date_) + '"';
     args.push_back({tail + ' '});
-    args.push_back({mail_, true});
+    args.push_back({CrlfLineEnds(mail_), true});
     return args;
 }
 

@@ -227,7 +227,7 @@ const JobCase kJobCases[] = {
      {{'C', "s1 UID STORE 12 +FLAGS.SILENT (QWKStowaway)"}, {'S', "s1 OK done\r\n"}},
      Plain(UidStoreJob("12", true, {"QWKStowaway"})),
      "ok"},
-    {"AppendWaitsForGoAheadAndKeepsAppendUid",
+    {"AppendSendsCrlfWaitsForGoAheadAndKeepsAppendUid",
      {{'C', "s1 APPEND \"INBOX\" (\\Seen QWKStowaway) \" 5-Mar-2024 10:20:30 +0000\" {6}"},
       {'S', "+ OK\r\n"},
       {'C', "a"},
@@ -236,7 +236,7 @@ const JobCase kJobCases[] = {
       {'S', "s1 OK [APPENDUID 77 31] done\r\n"}},
      [](ImapConnection& conn) {
          AppendJob job("INBOX", {"\\Seen", "QWKStowaway"},
-                       QDateTime(QDate(2024, 3, 5), QTime(10, 20, 30), Qt::UTC), "a\r\nb\r\n");
+                       QDateTime(QDate(2024, 3, 5), QTime(10, 20, 30), Qt::UTC), "a\nb\r\n");
          const OpError e = conn.run(job);
          return Outcome(e, QStringLiteral("%1/%2").arg(job.uidValidity).arg(job.uid));
      },
