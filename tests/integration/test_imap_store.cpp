@@ -271,7 +271,8 @@ TEST_P(CyrusStoreTest, TwoMailboxesWithOneUidValidityKeepTheirMailsApart) {
     for (const auto& [path, bytes] : filesUnder(target).asKeyValueRange())
         saved << path + u": "_s + QString::fromUtf8(bytes);
     EXPECT_EQ(saved, (QStringList{u"kept/kept.pdf: %PDF-1.4 Keep this"_s,
-                                  u"stripped/stripped.pdf: %PDF-1.4 Strip this"_s}));
+                                  u"stripped/stripped.pdf: %PDF-1.4 Strip this"_s}))
+        << S(logText());
     const Mailbox kept = mailsIn(u"bob"_s, "Keep"), stripped = mailsIn(u"bob"_s, "Strip");
     ASSERT_EQ(kept.size(), 1u);
     ASSERT_EQ(stripped.size(), 1u);
