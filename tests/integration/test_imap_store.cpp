@@ -498,7 +498,10 @@ TEST_P(ImapStoreTest, WatchTakesMailAppendedMeanwhileAndAfterTheServerRestarts) 
     RecordProperty("idle_latency_ms", int(latency));
     std::cout << "IDLE: the appended mail was saved after " << latency << " ms\n";
 
-    // The server goes away and comes back; the mail that came meanwhile is found by the walk.
+    // Once the mail is stamped (a mail saved but not stamped yet is taken again), the server goes
+    // away and comes back; the mail that came meanwhile is found by the walk.
+    ASSERT_TRUE(
+        WaitFor(*watch, [&] { return mailsIn().at("First").flags.contains(kStampKeyword); }));
     server->stop();
     ASSERT_TRUE(server->start().isEmpty());
     append(MailWithFile(u"Second"_s, u"second.pdf"_s));
@@ -509,7 +512,7 @@ TEST_P(ImapStoreTest, WatchTakesMailAppendedMeanwhileAndAfterTheServerRestarts) 
     watch->terminate();
     ASSERT_TRUE(watch->waitForFinished(30000));
     EXPECT_EQ(watch->exitCode(), 0) << S(QString::fromUtf8(watch->readAllStandardError()));
-    EXPECT_EQ(savedFiles(), (QStringList{u"first.pdf"_s, u"second.pdf"_s}));
+    EXPECT_EQ(savedFiles(), (QStringList{u"first.pdf"_s, u"second.pdf"_s})) << S(logText());
     EXPECT_EQ(mailsIn().size(), 2u);
 }
 
