@@ -19,14 +19,9 @@ void DovecotServer::useCertificate(const QString& cert, const QString& key) {
     key_ = key;
 }
 
-QString DovecotServer::maildir(const QString& user, const QString& mailbox) const {
-    const QString base = dir() + QStringLiteral("/mail/") + user;
-    return mailbox == QLatin1String("INBOX") ? base : base + QStringLiteral("/.") + mailbox;
-}
-
 QString DovecotServer::withholdKeywords(const QString& user) {
     // Without ACL "w", PERMANENTFLAGS holds \Seen and \Deleted alone.
-    const QString box = maildir(user);
+    const QString box = dir() + QStringLiteral("/mail/") + user;
     for (const char* sub : {"/cur", "/new", "/tmp"})
         QDir().mkpath(box + QLatin1String(sub));
     QFile acl(box + QStringLiteral("/dovecot-acl"));

@@ -17,8 +17,6 @@ class DovecotServer : public ImapTestServer {
     // port.
     void useCertificate(const QString& cert, const QString& key);
     quint16 tlsPort() const { return tlsPort_; }
-    // The Maildir of a user's mailbox ("INBOX" or a folder name as Dovecot lays it out).
-    QString maildir(const QString& user, const QString& mailbox = QStringLiteral("INBOX")) const;
     // What clients sent over every connection so far (the server's rawlog), and forgetting it.
     QByteArray clientLines() const;
     void clearClientLines();
