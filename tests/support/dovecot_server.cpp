@@ -133,7 +133,7 @@ service stats {
                                                           .arg(cert_, key_))
                                .arg(tlsPort_);
     QFile file(dir_ + QStringLiteral("/dovecot.conf"));
-    if (!file.open(QIODevice::WriteOnly) || file.write(config.toUtf8()) < 0)
+    if (!file.open(QIODevice::WriteOnly) || file.write((config + extraConfig_).toUtf8()) < 0)
         return QStringLiteral("cannot write the configuration");
     file.close();
     if (root) {

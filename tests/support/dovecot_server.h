@@ -26,6 +26,8 @@ class DovecotServer {
     // port.
     void useCertificate(const QString& cert, const QString& key);
     quint16 tlsPort() const { return tlsPort_; }
+    // Configuration lines added at the end from the next start on (plugins, capabilities).
+    void addConfig(const QString& lines) { extraConfig_ += lines + QLatin1Char('\n'); }
     // "imap+plain://user@127.0.0.1:port"
     QString url(const QString& user) const;
     // The Maildir of a user's mailbox ("INBOX" or a folder name as Dovecot lays it out).
@@ -41,6 +43,7 @@ class DovecotServer {
     quint16 port_ = 0;
     quint16 tlsPort_ = 0;
     QString cert_, key_;
+    QString extraConfig_;
     std::unique_ptr<QProcess> process_;
     QHash<QString, qint64> seen_; // rawlog bytes already read, by file
 };
