@@ -81,10 +81,12 @@ bool TestOrRunFolders(const std::vector<int>& indices, StatusSurface* status) {
         const QString name = WatchFolders[index].Name.get();
         SWRun = !SWTest;
         gLastAction = SWTest ? LastActionTestRun(name) : LastActionRealRun(name);
-        const bool ok = StowawayNow(folder, nullptr, status);
+        udtRule none;
+        int notChanged = 0;
+        const bool ok = StowawayNow(folder, nullptr, status, none, &notChanged);
         ui().showLastAction(gLastAction);
         SWRun = false;
-        completed = completed && ok;
+        completed = completed && ok && notChanged == 0;
         return ok || !several;
     });
     return completed;

@@ -18,7 +18,7 @@ Result<MailFolderPtr> LookUpWatchFolder(const udtWatchFolder& wf);
 MailFolderPtr ResolveWatchFolder(int index);
 
 // Runs the engine over the watched folders `indices` (a test run or a real run, by SWTest).
-// Returns false when a run was aborted. Sets gLastAction.
+// Returns false when a run was aborted or a mail could not be changed. Sets gLastAction.
 bool TestOrRunFolders(const std::vector<int>& indices, StatusSurface* status);
 
 // Clears the stamp of the processed mails of the folders (and marks them unread with

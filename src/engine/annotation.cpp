@@ -113,6 +113,19 @@ QString PlainBlock(const QStringList& paths, bool hyperlink, bool logElements) {
     return block;
 }
 
+namespace {
+// A mail the store would not change keeps its files: they are not counted as taken out, and
+// the mail's other rules wait, as they would see those files again.
+void SaveMail(RunState& run, MailState& state, const RuleRun& rr) {
+    const OpError error = state.mail->Save();
+    if (!error) return;
+    WriteLog(QStringLiteral("! The mail could not be changed: ") + error.description);
+    ++run.mailsNotChanged;
+    run.filesDeleted -= rr.filesDeleted;
+    state.saveFailed = true;
+}
+} // namespace
+
 void AnnotateAndSaveMail(RunState& run, MailState& state, const RuleRun& rr) {
     if (!state.mail) return;
     MailItem& mail = *state.mail;
@@ -122,7 +135,7 @@ void AnnotateAndSaveMail(RunState& run, MailState& state, const RuleRun& rr) {
     // the list are saved together: a save in between would let a crash leave a mail without
     // its attachments and without the list of where they went.
     if (rr.deletedNames.isEmpty()) {
-        mail.Save();
+        SaveMail(run, state, rr);
         return;
     }
     WriteLog(QStringLiteral("DeletedAttachm: ") + rr.deletedNames);
@@ -174,5 +187,5 @@ void AnnotateAndSaveMail(RunState& run, MailState& state, const RuleRun& rr) {
                              : format == BodyFormat::RichText ? mail.RTFBody().value
                                                               : mail.Body().value;
     WriteLog(QLatin1String(bodyName) + QStringLiteral(": ") + kCrLf + readBack);
-    mail.Save();
+    SaveMail(run, state, rr);
 }

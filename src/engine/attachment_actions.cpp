@@ -174,6 +174,7 @@ void DeleteSavedAttachments(RunState& run, MailState& mail, RuleRun& rr) {
         if (SWTest) continue;
         if (const OpError error = found->Delete(); !error) {
             ++run.filesDeleted;
+            ++rr.filesDeleted;
             AppendState(run.proto, QStringLiteral("X"));
             mail.mailChanged = true;
         }

@@ -233,7 +233,7 @@ bool RunMatchingRule(RunState& run, MailState& mail, RuleRun& rr) {
         if (const float pace = PaceSeconds(); pace > 0) WaitSeconds(pace);
     }
 
-    if (run.abortRun) return false;
+    if (run.abortRun || mail.saveFailed) return false;
     if (IsTrue(rr.rule.Notify) && (SWRun || (SWTest && TestNotifies)))
         NotifyUser(rr.savedList, mail.senderName, mail.senderAddress);
     return true;
@@ -357,6 +357,15 @@ void ShowClosingSummary(const RunState& run) {
             }
         }
     }
+    // Said whatever the notification style: the run did not do what its rules asked.
+    if (run.mailsNotChanged >= 1) {
+        const QString n = QString::number(run.mailsNotChanged);
+        if (!text.isEmpty()) text += QLatin1Char(' ');
+        text += LangText(n + QStringLiteral(" Nachricht(en) konnten nicht geändert werden; ihre "
+                                            "Dateien bleiben darin (siehe LOG)."),
+                         n + QStringLiteral(" mail(s) could not be changed; their files stay in "
+                                            "them (see the LOG)."));
+    }
     if (run.mailsDone == 0 && SWTest)
         text = LangText(
             QStringLiteral("Keine ungelesenen und bislang nicht bearbeiteten Nachrichten in '") +
@@ -431,7 +440,7 @@ QString NoAttachmentsReason() {
 }
 
 bool StowawayNow(const MailFolderPtr& folder, const MailItemPtr& item, StatusSurface* status,
-                 udtRule& special) {
+                 udtRule& special, int* mailsNotChanged) {
     WriteLog("StowawayNow/Start...");
     if (Rules.count() == 0 || (!folder && !item)) {
         FlushProtocol();
@@ -449,6 +458,7 @@ bool StowawayNow(const MailFolderPtr& folder, const MailItemPtr& item, StatusSur
         const MailFolderPtr parent = item->Parent().value;
         run.folderName = parent ? parent->Name().value : QString();
         ProcessItem(run, item, special);
+        if (mailsNotChanged) *mailsNotChanged = run.mailsNotChanged;
         if (run.abortRun) {
             WriteLog("! Aborted...");
             result = false;
@@ -457,6 +467,7 @@ bool StowawayNow(const MailFolderPtr& folder, const MailItemPtr& item, StatusSur
     }
 
     WalkFolder(run, folder, special);
+    if (mailsNotChanged) *mailsNotChanged = run.mailsNotChanged;
     if (run.abortRun) {
         WriteLog("! Aborted...");
         result = false;

@@ -12,9 +12,10 @@ inline constexpr const char* kStowawayStamp = "QWKStowaway";
 // Processes `folder`, or, when it is null, the one `item`. `status` (may be null) shows the walk
 // on its sub-progress bar. `special` replaces the rule table when its name is set. False when
 // there is nothing to do (no rules, neither folder nor item) or the run was aborted.
-// The protocol is complete on disk when the call returns.
+// The protocol is complete on disk when the call returns. `mailsNotChanged` (may be null) gets
+// how many mails the store refused to change.
 bool StowawayNow(const MailFolderPtr& folder, const MailItemPtr& item, StatusSurface* status,
-                 udtRule& special);
+                 udtRule& special, int* mailsNotChanged = nullptr);
 // The same without a special rule.
 bool StowawayNow(const MailFolderPtr& folder, const MailItemPtr& item, StatusSurface* status);
 

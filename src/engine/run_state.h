@@ -18,7 +18,8 @@ struct RunState {
     QString folderName;
     int32_t mailsDone = 0;
     int32_t filesSaved = 0;
-    int32_t filesDeleted = 0; // over the whole call, never reset per mail
+    int32_t filesDeleted = 0;    // over the whole call, never reset per mail
+    int32_t mailsNotChanged = 0; // the store refused their changes; their files stay in them
     int32_t itemsSeen = 0;
     int32_t itemsTotal = 0;
     StatusSurface* status = nullptr;
@@ -49,6 +50,7 @@ struct RuleRun {
     bool delAttach = false;
     QString baseFolder;
     QString targetFolder;
-    QStringList savedList; // "name in the mail|full path"
-    QString deletedNames;  // "name; name; "
+    QStringList savedList;    // "name in the mail|full path"
+    QString deletedNames;     // "name; name; "
+    int32_t filesDeleted = 0; // from this mail by this rule, until the mail is saved
 };

@@ -19,9 +19,14 @@ void DovecotServer::useCertificate(const QString& cert, const QString& key) {
     key_ = key;
 }
 
+QString DovecotServer::maildir(const QString& user, const QString& mailbox) const {
+    const QString base = dir() + QStringLiteral("/mail/") + user;
+    return mailbox == QLatin1String("INBOX") ? base : base + QStringLiteral("/.") + mailbox;
+}
+
 QString DovecotServer::withholdKeywords(const QString& user) {
     // Without ACL "w", PERMANENTFLAGS holds \Seen and \Deleted alone.
-    const QString box = dir() + QStringLiteral("/mail/") + user;
+    const QString box = maildir(user);
     for (const char* sub : {"/cur", "/new", "/tmp"})
         QDir().mkpath(box + QLatin1String(sub));
     QFile acl(box + QStringLiteral("/dovecot-acl"));
@@ -92,7 +97,7 @@ service stats {
                                                           .arg(cert_, key_))
                                .arg(tlsPort_);
     QFile file(dir() + QStringLiteral("/dovecot.conf"));
-    if (!file.open(QIODevice::WriteOnly) || file.write(config.toUtf8()) < 0)
+    if (!file.open(QIODevice::WriteOnly) || file.write((config + extraConfig_).toUtf8()) < 0)
         return QStringLiteral("cannot write the configuration");
     return {};
 }

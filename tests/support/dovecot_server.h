@@ -17,6 +17,10 @@ class DovecotServer : public ImapTestServer {
     // port.
     void useCertificate(const QString& cert, const QString& key);
     quint16 tlsPort() const { return tlsPort_; }
+    // Configuration lines added at the end from the next start on (plugins, capabilities).
+    void addConfig(const QString& lines) { extraConfig_ += lines + QLatin1Char('\n'); }
+    // The Maildir of a user's mailbox ("INBOX" or a folder name as Dovecot lays it out).
+    QString maildir(const QString& user, const QString& mailbox = QStringLiteral("INBOX")) const;
     // What clients sent over every connection so far (the server's rawlog), and forgetting it.
     QByteArray clientLines() const;
     void clearClientLines();
@@ -29,5 +33,6 @@ class DovecotServer : public ImapTestServer {
   private:
     quint16 tlsPort_ = 0;
     QString cert_, key_;
+    QString extraConfig_;
     QHash<QString, qint64> seen_; // rawlog bytes already read, by file
 };

@@ -78,7 +78,8 @@ Result<ImapResponse> ImapConnection::nextResponse() {
         if (!socket_ || socket_->state() != QAbstractSocket::ConnectedState)
             return {{},
                     fail(ImapError(endpoint_, QStringLiteral("the server closed the connection")))};
-        if (!socket_->waitForReadyRead(timeoutMs_)) {
+        // What came while a write was waiting is in the buffer already: no new data may follow.
+        if (socket_->bytesAvailable() == 0 && !socket_->waitForReadyRead(timeoutMs_)) {
             QString why = QStringLiteral("the connection failed: ") + socket_->errorString();
             if (socket_->error() == QAbstractSocket::SocketTimeoutError)
                 why = QStringLiteral("no answer within %1 s").arg(timeoutMs_ / 1000);

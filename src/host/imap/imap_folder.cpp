@@ -93,8 +93,8 @@ Result<std::vector<MailItemPtr>> ImapFolder::ItemsNotDone() const {
     for (const auto& [uid, mail] : mails) {
         if (done.isDone(raw, validity, uid, mail.flags)) continue;
         open.insert(uid);
-        items.push_back(
-            std::make_shared<ImapItem>(store_, mailbox_, ImapMailId{validity, uid}, mail.flags));
+        items.push_back(std::make_shared<ImapItem>(store_, mailbox_, ImapMailId{raw, validity, uid},
+                                                   mail.flags));
     }
     if (modSeq) {
         done.setModSeq(raw, validity, modSeq);
@@ -110,12 +110,13 @@ Result<std::vector<MailItemPtr>> ImapFolder::itemsFrom(quint64 firstUid) const {
     if (isTop() || !mailbox_.selectable()) return {items, OpError::none()};
     UidFetchJob fetch(QByteArray::number(firstUid) + ":*", "FLAGS");
     if (OpError e = store_->runIn(mailbox_.rawName, fetch)) return {{}, e};
-    const quint64 validity = store_->select(mailbox_.rawName).value.uidValidity;
+    const QByteArray& raw = mailbox_.rawName;
+    const quint64 validity = store_->select(raw).value.uidValidity;
     items.reserve(fetch.mails.size());
     for (auto& [uid, mail] : fetch.mails) {
         if (uid < firstUid) continue; // "n:*" names the last mail even below n
-        items.push_back(
-            std::make_shared<ImapItem>(store_, mailbox_, ImapMailId{validity, uid}, mail.flags));
+        items.push_back(std::make_shared<ImapItem>(store_, mailbox_, ImapMailId{raw, validity, uid},
+                                                   mail.flags));
     }
     return {items, OpError::none()};
 }

@@ -43,7 +43,7 @@ ImapItem::ImapItem(ImapStorePtr store, ImapMailbox mailbox, ImapMailId id, QSet<
 
 void ImapItem::follow() const {
     const ImapMailId now = store_->current(id_);
-    if (now.uid == id_.uid && now.uidValidity == id_.uidValidity) return;
+    if (now == id_) return;
     if (parsed_ && (rewrite_ || stamp_)) return; // our own changes belong to the version we read
     id_ = now;
     parsed_.reset();
@@ -51,7 +51,7 @@ void ImapItem::follow() const {
     sizes_.clear();
     // The replacement's flags are what the rewrite gave it; read them again when asked.
     UidFetchJob fetch(QByteArray::number(id_.uid), "FLAGS");
-    if (!store_->runIn(mailbox_.rawName, fetch) && fetch.mails.count(id_.uid))
+    if (!store_->runFor(id_, fetch) && fetch.mails.count(id_.uid))
         flags_ = fetch.mails[id_.uid].flags;
 }
 
@@ -70,18 +70,16 @@ Result<MailHeadersPtr> ImapItem::headers() const {
         return {h, OpError::none()};
     }
     UidFetchJob fetch(QByteArray::number(id_.uid), "BODY.PEEK[HEADER]");
-    if (OpError e = store_->runIn(mailbox_.rawName, fetch)) return {nullptr, e};
+    if (OpError e = store_->runFor(id_, fetch)) return {nullptr, e};
     const auto found = fetch.mails.find(id_.uid);
     if (found == fetch.mails.end() || !found->second.hasHeader)
         return {nullptr,
                 OpError::make(
                     ErrNo::NotFound,
                     QStringLiteral("The mail %1 is no longer on the server").arg(id_.entryId()))};
-    QByteArray header = found->second.header;
-    if (!header.endsWith("\n\n") && !header.endsWith("\r\n\r\n")) header += "\r\n";
-    const auto parsed = ParsedMail::FromBytes(header, where());
+    const auto parsed = ParsedMail::HeadersFromBytes(found->second.header, where());
     if (!parsed.ok()) return {nullptr, parsed.error};
-    auto h = std::make_shared<const MailHeaders>(parsed.value->headers());
+    auto h = std::make_shared<const MailHeaders>(parsed.value);
     store_->headers[id_] = h;
     return {h, OpError::none()};
 }
@@ -92,7 +90,7 @@ OpError ImapItem::ensureParsed() const {
     const ImapStore::FetchedMail* mail = store_->recentlyFetched(id_);
     if (!mail) {
         UidFetchJob fetch(QByteArray::number(id_.uid), "FLAGS INTERNALDATE BODY.PEEK[]");
-        if (OpError e = store_->runIn(mailbox_.rawName, fetch)) return e;
+        if (OpError e = store_->runFor(id_, fetch)) return e;
         const auto found = fetch.mails.find(id_.uid);
         if (found == fetch.mails.end() || !found->second.hasBody)
             return OpError::make(
@@ -158,7 +156,7 @@ Result<bool> ImapItem::UnRead() const {
 OpError ImapItem::storeFlags(bool add, const QByteArray& flag) {
     follow();
     UidStoreJob job(QByteArray::number(id_.uid), add, {flag});
-    if (OpError e = store_->runIn(mailbox_.rawName, job, true)) {
+    if (OpError e = store_->runFor(id_, job, true)) {
         WriteLog(QStringLiteral("! IMAP: cannot change the flags of %1: %2")
                      .arg(id_.entryId(), e.description));
         return e;
@@ -206,6 +204,8 @@ Result<QString> ImapItem::Mileage() const {
     for (const QByteArray& f : flags_)
         if (SameFlag(f, kStampKeyword))
             return {QString::fromLatin1(kStampKeyword), OpError::none()};
+    if (store_->summaries().isStamped(id_.mailbox, id_.uidValidity, id_.uid))
+        return {QString::fromLatin1(kStampKeyword), OpError::none()};
     const Result<MailHeadersPtr> h = headers();
     return {h.ok() ? h.value->mileage : QString(), h.error};
 }
@@ -257,6 +257,8 @@ OpError ImapItem::Save() {
     const bool keywords = state.value.keywordsAllowed() && !state.value.readOnly;
     const bool stamped = stamp_ && !stamp_->isEmpty();
     const bool hadHeaderStamp = headers().ok() && !headers().value->mileage.isEmpty();
+    if (stamp_ && !stamped)
+        store_->summaries().setStamped(id_.mailbox, id_.uidValidity, id_.uid, false);
     // The stamp is the keyword where the mailbox takes keywords; else, and to clear a stamp a
     // Maildir run wrote into the header, it is the header and the mail is written anew.
     bool rewrite = rewrite_;
@@ -277,11 +279,21 @@ OpError ImapItem::Save() {
     if (keywords && keepKeyword) flags << kStampKeyword;
     const Result<QByteArray> bytes = MailBytes(*parsed_);
     if (!bytes.ok()) return bytes.error;
-    const Result<ImapMailId> fresh = ImapRewrite::Replace(
-        *store_, mailbox_.rawName, id_, bytes.value, flags, internalDate_, parsed_->messageId());
+    const Result<ImapMailId> fresh =
+        ImapRewrite::Replace(*store_, id_, bytes.value, flags, internalDate_, parsed_->messageId());
     if (fresh.value.uid == 0) {
-        WriteLog(QStringLiteral("! IMAP: the mail stays as it was: ") + fresh.error.description);
-        return fresh.error;
+        WriteLog(QStringLiteral("! IMAP: the server did not take the changed mail %1, which stays "
+                                "as it was: %2")
+                     .arg(where(), fresh.error.description));
+        // The stamp does not wait for the rewrite: a mail processed is not processed again.
+        const bool stampKept = stamped && keepStamp(keywords);
+        const bool onlyTheStamp = !rewrite_;
+        parsed_.reset();
+        keys_.clear();
+        sizes_.clear();
+        rewrite_ = false;
+        stamp_.reset();
+        return onlyTheStamp && stampKept ? OpError::none() : fresh.error;
     }
     if (fresh.error)
         WriteLog(
@@ -295,6 +307,12 @@ OpError ImapItem::Save() {
     rewrite_ = false;
     stamp_.reset();
     return OpError::none();
+}
+
+bool ImapItem::keepStamp(bool keywords) {
+    if (keywords) return !storeFlags(true, kStampKeyword);
+    store_->noteStamp(id_);
+    return true;
 }
 
 Result<int> ImapItem::AttachmentCount() const {

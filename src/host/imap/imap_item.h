@@ -56,6 +56,9 @@ class ImapItem : public MailItem, public std::enable_shared_from_this<ImapItem> 
     OpError ensureParsed() const;
     Result<int> indexOfKey(int key) const;
     OpError storeFlags(bool add, const QByteArray& flag);
+    // The stamp of a mail whose rewrite the server refused: the keyword where the mailbox takes
+    // keywords, else the store's own note. False when even that failed.
+    bool keepStamp(bool keywords);
 
     ImapStorePtr store_;
     ImapMailbox mailbox_;

@@ -2,6 +2,7 @@
 
 #include "data/log.h"
 
+#include <QCryptographicHash>
 #include <QDir>
 #include <QFile>
 #include <QJsonDocument>
@@ -21,8 +22,13 @@ struct JournalEntry {
     quint64 newUid = 0;
 };
 
-QString EntryPath(const ImapStore& store, quint64 validity, quint64 uid) {
-    return store.journalDir() + QStringLiteral("/%1-%2").arg(validity).arg(uid);
+QString EntryPath(const ImapStore& store, const ImapMailId& id) {
+    const QByteArray box =
+        QCryptographicHash::hash(id.mailbox, QCryptographicHash::Sha1).toHex().left(16);
+    return store.journalDir() + QStringLiteral("/%1-%2-%3")
+                                    .arg(QString::fromLatin1(box))
+                                    .arg(id.uidValidity)
+                                    .arg(id.uid);
 }
 
 OpError WriteEntry(const QString& path, const JournalEntry& e) {
@@ -62,25 +68,100 @@ void KillPoint(const char* step) {
     if (!killAt.isEmpty() && killAt == step) ::raise(SIGKILL);
 }
 
-// Removes the old mail by its UID alone.
-OpError ExpungeOld(ImapConnection& conn, quint64 uid) {
-    const QByteArray set = QByteArray::number(uid);
+// UID MOVE (or UID COPY) of one mail, with where it went from COPYUID.
+class UidCopyJob : public ImapJob {
+  public:
+    UidCopyJob(QByteArray uidSet, QByteArray target, bool move)
+        : set_(std::move(uidSet)), target_(std::move(target)), move_(move) {}
+    std::vector<ImapArg> command() const override {
+        return {{name() + ' ' + set_ + ' '}, ImapString(target_)};
+    }
+    void untagged(const ImapResponse& r) override { noteCopyUid(r); } // MOVE says it before
+    OpError completed(const ImapResponse& tagged) override {
+        noteCopyUid(tagged);
+        return ImapJob::completed(tagged);
+    }
+    QByteArray name() const override { return move_ ? "UID MOVE" : "UID COPY"; }
+    quint64 uidValidity = 0;
+    quint64 uid = 0;
+
+  private:
+    void noteCopyUid(const ImapResponse& r) {
+        if (r.code != "COPYUID" || r.codeArgs.size() != 3 ||
+            r.codeArgs[2].kind != ImapValue::Kind::Number)
+            return;
+        uidValidity = r.codeArgs[0].number;
+        uid = r.codeArgs[2].number;
+    }
+    QByteArray set_, target_;
+    bool move_;
+};
+
+// The \Trash mailbox (RFC 6154); empty when the server names none.
+QByteArray TrashMailbox(ImapStore& store) {
+    const Result<std::vector<ImapMailbox>> boxes = store.mailboxes();
+    for (const ImapMailbox& box : boxes.value)
+        if (box.flags.contains("\\TRASH")) return box.rawName;
+    return {};
+}
+
+// Removes a mail the Trash holds, by its UID alone, over a connection of its own: the shared one
+// stays in the mailbox of the rewrite.
+OpError RemoveFromTrash(ImapStore& store, const QByteArray& trash, const UidCopyJob& copied) {
+    if (copied.uid == 0)
+        return OpError::make(ErrNo::Failed, QStringLiteral("the server did not say where in %1 "
+                                                           "the old mail went; it stays there")
+                                                .arg(DecodeMailboxName(trash)));
+    const Result<std::unique_ptr<ImapConnection>> conn = store.openConnection();
+    if (!conn.ok()) return conn.error;
+    SelectJob select(trash, false);
+    if (OpError e = conn.value->run(select)) return e;
+    if (select.state.uidValidity != copied.uidValidity)
+        return OpError::make(
+            ErrNo::Failed,
+            QStringLiteral("%1 was made anew meanwhile").arg(DecodeMailboxName(trash)));
+    const QByteArray set = QByteArray::number(copied.uid);
     UidStoreJob mark(set, true, {"\\Deleted"});
-    if (OpError e = conn.run(mark)) return e;
-    KillPoint("stored");
+    if (OpError e = conn.value->run(mark)) return e;
     UidExpungeJob expunge(set);
-    if (OpError e = conn.run(expunge)) return e;
+    return conn.value->run(expunge);
+}
+
+// Removes the old mail by its UID alone. Where an expunge only takes a label away (Gmail), the
+// mail would stay in All Mail: it goes to the Trash first and is removed there.
+OpError ExpungeOld(ImapStore& store, ImapConnection& conn, const QByteArray& rawName, quint64 uid) {
+    const QByteArray set = QByteArray::number(uid);
+    const QByteArray trash = conn.hasCapability("X-GM-EXT-1") ? TrashMailbox(store) : QByteArray();
+    const bool viaTrash = !trash.isEmpty() && trash != rawName;
+    if (conn.hasCapability("X-GM-EXT-1") && !viaTrash)
+        WriteLog(QStringLiteral("! IMAP: the server names no Trash; the old mail may stay in "
+                                "All Mail"));
+    UidCopyJob copy(set, trash, conn.hasCapability("MOVE"));
+    if (viaTrash) {
+        if (OpError e = conn.run(copy)) return e;
+    }
+    if (!viaTrash || !conn.hasCapability("MOVE")) {
+        UidStoreJob mark(set, true, {"\\Deleted"});
+        if (OpError e = conn.run(mark)) return e;
+        KillPoint("stored");
+        UidExpungeJob expunge(set);
+        if (OpError e = conn.run(expunge)) return e;
+    }
     KillPoint("expunged");
+    if (viaTrash)
+        if (OpError e = RemoveFromTrash(store, trash, copy))
+            WriteLog(QStringLiteral("! IMAP: the old mail stays in %1: %2")
+                         .arg(DecodeMailboxName(trash), e.description));
     return OpError::none();
 }
 
 } // namespace
 
-Result<ImapMailId> ImapRewrite::Replace(ImapStore& store, const QByteArray& rawName,
-                                        const ImapMailId& old, const QByteArray& mail,
-                                        const QList<QByteArray>& flags,
+Result<ImapMailId> ImapRewrite::Replace(ImapStore& store, const ImapMailId& old,
+                                        const QByteArray& mail, const QList<QByteArray>& flags,
                                         const QDateTime& internalDate,
                                         const QByteArray& messageId) {
+    const QByteArray& rawName = old.mailbox;
     const Result<ImapMailboxState> state = store.select(rawName, true);
     if (!state.ok()) return {{}, state.error};
     ImapConnection& conn = *store.conn_;
@@ -96,7 +177,7 @@ Result<ImapMailId> ImapRewrite::Replace(ImapStore& store, const QByteArray& rawN
                           QStringLiteral("the mailbox was recreated meanwhile"))};
 
     JournalEntry entry{rawName, old.uidValidity, old.uid, state.value.uidNext, messageId, 0};
-    const QString path = EntryPath(store, old.uidValidity, old.uid);
+    const QString path = EntryPath(store, old);
     if (OpError e = WriteEntry(path, entry)) return {{}, e};
     KillPoint("journaled");
 
@@ -119,7 +200,7 @@ Result<ImapMailId> ImapRewrite::Replace(ImapStore& store, const QByteArray& rawN
                           QStringLiteral("APPEND gave no usable APPENDUID; the old mail is kept "
                                          "until the next run finds the new one"))};
     }
-    const ImapMailId fresh{append.uidValidity, append.uid};
+    const ImapMailId fresh{rawName, append.uidValidity, append.uid};
     store.ownAppends_.insert(fresh);
     entry.newUid = append.uid;
     if (OpError e = WriteEntry(path, entry)) {
@@ -127,7 +208,7 @@ Result<ImapMailId> ImapRewrite::Replace(ImapStore& store, const QByteArray& rawN
         return {fresh, e};
     }
     KillPoint("noted");
-    if (OpError e = ExpungeOld(conn, old.uid)) {
+    if (OpError e = ExpungeOld(store, conn, rawName, old.uid)) {
         store.recovered_.erase(rawName);
         store.noteReplaced(old, fresh);
         return {fresh, e};
@@ -177,8 +258,8 @@ OpError ImapRewrite::Recover(ImapStore& store, ImapConnection& conn, const QByte
                 continue;
             }
         }
-        if (OpError err = ExpungeOld(conn, e.oldUid)) return err;
-        store.noteReplaced({e.uidValidity, e.oldUid}, {e.uidValidity, e.newUid});
+        if (OpError err = ExpungeOld(store, conn, rawName, e.oldUid)) return err;
+        store.noteReplaced({rawName, e.uidValidity, e.oldUid}, {rawName, e.uidValidity, e.newUid});
         WriteLog(
             QStringLiteral("IMAP: finished an interrupted rewrite in %1: UID %2 replaced by %3")
                 .arg(DecodeMailboxName(rawName))

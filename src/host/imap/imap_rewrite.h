@@ -8,10 +8,9 @@
 class ImapRewrite {
   public:
     // The new mail's id. Without UIDPLUS nothing is written.
-    static Result<ImapMailId> Replace(ImapStore& store, const QByteArray& rawName,
-                                      const ImapMailId& old, const QByteArray& mail,
-                                      const QList<QByteArray>& flags, const QDateTime& internalDate,
-                                      const QByteArray& messageId);
+    static Result<ImapMailId> Replace(ImapStore& store, const ImapMailId& old,
+                                      const QByteArray& mail, const QList<QByteArray>& flags,
+                                      const QDateTime& internalDate, const QByteArray& messageId);
     // Finishes what the journal holds for this mailbox.
     static OpError Recover(ImapStore& store, ImapConnection& conn, const QByteArray& rawName,
                            const ImapMailboxState& state);

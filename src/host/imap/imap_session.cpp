@@ -18,19 +18,13 @@ Result<MailItemPtr> ImapSession::GetMessageFromID(const QString& entryId) {
     if (!ImapMailId::parse(entryId, id))
         return {nullptr,
                 OpError::make(ErrNo::NotFound, QStringLiteral("Not an IMAP mail id: ") + entryId)};
+    const Result<ImapMailbox> box = store_->mailboxOf(id);
+    if (!box.ok()) return {nullptr, box.error};
+    const ImapMailbox& mailbox = box.value;
+    id.mailbox = mailbox.rawName;
     id = store_->current(id);
-    const Result<QByteArray> raw = store_->mailboxOfValidity(id.uidValidity);
-    if (!raw.ok()) return {nullptr, raw.error};
-    const Result<std::vector<ImapMailbox>> boxes = store_->mailboxes();
-    ImapMailbox mailbox;
-    for (const ImapMailbox& box : boxes.value)
-        if (box.rawName == raw.value) mailbox = box;
-    if (mailbox.rawName.isEmpty()) {
-        mailbox.rawName = raw.value;
-        mailbox.name = DecodeMailboxName(raw.value);
-    }
     UidFetchJob fetch(QByteArray::number(id.uid), "FLAGS");
-    if (OpError e = store_->runIn(mailbox.rawName, fetch)) return {nullptr, e};
+    if (OpError e = store_->runFor(id, fetch)) return {nullptr, e};
     const auto found = fetch.mails.find(id.uid);
     if (found == fetch.mails.end())
         return {

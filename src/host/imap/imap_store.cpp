@@ -7,17 +7,27 @@
 #include <QDir>
 #include <QStandardPaths>
 
+namespace {
+// Kept as they are in an id besides letters and digits: what mailbox names hold in plain text.
+const QByteArray kPlainInId = "-._~!$&'()*+,;=:@/[]^{}|`<> ";
+} // namespace
+
 QString ImapMailId::entryId() const {
-    return QString::number(uidValidity) + QLatin1Char('/') + QString::number(uid);
+    return QString::fromLatin1(mailbox.toPercentEncoding(kPlainInId)) + QLatin1Char('/') +
+           QString::number(uidValidity) + QLatin1Char('/') + QString::number(uid);
 }
 
 bool ImapMailId::parse(const QString& entryId, ImapMailId& id) {
-    const qsizetype slash = entryId.indexOf(QLatin1Char('/'));
-    if (slash <= 0) return false;
+    // From the right: the mailbox's name may hold slashes itself.
+    const qsizetype last = entryId.lastIndexOf(QLatin1Char('/'));
+    if (last <= 0) return false;
+    const qsizetype before = entryId.lastIndexOf(QLatin1Char('/'), last - 1);
     bool ok1 = false, ok2 = false;
-    id.uidValidity = entryId.left(slash).toULongLong(&ok1);
-    id.uid = entryId.mid(slash + 1).toULongLong(&ok2);
-    return ok1 && ok2 && id.uidValidity && id.uid;
+    id.uidValidity = entryId.mid(before + 1, last - before - 1).toULongLong(&ok1);
+    id.uid = entryId.mid(last + 1).toULongLong(&ok2);
+    id.mailbox = before < 0 ? QByteArray()
+                            : QByteArray::fromPercentEncoding(entryId.left(before).toLatin1());
+    return ok1 && ok2 && id.uidValidity && id.uid && (before < 0 || !id.mailbox.isEmpty());
 }
 
 OpError ImapLogin(ImapConnection& conn, const ImapAccount& account, const QByteArray& secret) {
@@ -91,7 +101,6 @@ Result<ImapMailboxState> ImapStore::select(const QByteArray& rawName, bool write
     selected_ = rawName;
     selectedWritable_ = write || recover;
     selectedState_ = job.state;
-    validityToMailbox_[job.state.uidValidity] = rawName;
     if (recover) {
         recovered_.insert(rawName);
         if (OpError e = this->recover(rawName, job.state))
@@ -112,6 +121,21 @@ OpError ImapStore::runIn(const QByteArray& rawName, ImapJob& job, bool write) {
         return conn_->run(job);
     }
     return ImapError(account_.endpoint, QStringLiteral("not connected"));
+}
+
+OpError ImapStore::runFor(const ImapMailId& id, ImapJob& job, bool write) {
+    if (id.mailbox.isEmpty())
+        return OpError::make(ErrNo::NotFound,
+                             QStringLiteral("No mailbox in the mail id ") + id.entryId());
+    Result<ImapMailboxState> state = select(id.mailbox, write);
+    if (!state.ok()) state = select(id.mailbox, write); // on a fresh connection
+    if (!state.ok()) return state.error;
+    if (state.value.uidValidity != id.uidValidity)
+        return OpError::make(ErrNo::NotFound,
+                             QStringLiteral("The mail %1 is no longer on the server: %2 was "
+                                            "made anew")
+                                 .arg(id.entryId(), DecodeMailboxName(id.mailbox)));
+    return runIn(id.mailbox, job, write);
 }
 
 Result<std::vector<ImapMailbox>> ImapStore::mailboxes(bool refresh) {
@@ -135,24 +159,36 @@ Result<ImapMailbox> ImapStore::mailboxByName(const QString& name) {
                           QStringLiteral("No mailbox %1 on %2").arg(name, account_.displayName()))};
 }
 
-Result<QByteArray> ImapStore::mailboxOfValidity(quint64 uidValidity) {
-    if (auto found = validityToMailbox_.find(uidValidity); found != validityToMailbox_.end())
-        return {found->second, OpError::none()};
+Result<ImapMailbox> ImapStore::mailboxOf(const ImapMailId& id) {
     const Result<std::vector<ImapMailbox>> boxes = mailboxes();
     if (!boxes.ok()) return {{}, boxes.error};
+    if (!id.mailbox.isEmpty()) {
+        for (const ImapMailbox& box : boxes.value)
+            if (box.rawName == id.mailbox) return {box, OpError::none()};
+        // Not listed (yet): the mailbox named in the id and no other.
+        ImapMailbox box;
+        box.rawName = id.mailbox;
+        box.name = DecodeMailboxName(id.mailbox);
+        return {box, OpError::none()};
+    }
     const Result<ImapConnection*> conn = connection();
     if (!conn.ok()) return {{}, conn.error};
+    std::vector<ImapMailbox> matching;
     for (const ImapMailbox& box : boxes.value) {
         if (!box.selectable()) continue;
         StatusJob status(box.rawName);
-        if (conn.value->run(status)) continue;
-        validityToMailbox_[status.uidValidity] = box.rawName;
-        if (status.uidValidity == uidValidity) return {box.rawName, OpError::none()};
+        if (!conn.value->run(status) && status.uidValidity == id.uidValidity)
+            matching.push_back(box);
     }
-    return {{},
-            OpError::make(ErrNo::NotFound, QStringLiteral("No mailbox with UIDVALIDITY %1 on %2")
-                                               .arg(uidValidity)
-                                               .arg(account_.displayName()))};
+    if (matching.size() == 1) return {matching.front(), OpError::none()};
+    const QString account = account_.displayName(), validity = QString::number(id.uidValidity);
+    const QString why =
+        matching.empty()
+            ? QStringLiteral("No mailbox on %1 has UIDVALIDITY %2").arg(account, validity)
+            : QStringLiteral("Several mailboxes on %1 have UIDVALIDITY %2; the mail %3 is not "
+                             "told among them")
+                  .arg(account, validity, id.entryId());
+    return {{}, OpError::make(ErrNo::NotFound, why)};
 }
 
 ImapMailId ImapStore::current(ImapMailId id) const {
@@ -167,6 +203,14 @@ ImapMailId ImapStore::current(ImapMailId id) const {
 void ImapStore::noteReplaced(const ImapMailId& old, const ImapMailId& replacement) {
     replaced_[old] = replacement;
     headers.erase(old);
+}
+
+void ImapStore::noteStamp(const ImapMailId& id) {
+    summaries_->setStamped(id.mailbox, id.uidValidity, id.uid, true);
+    if (stampsNotedIn_.insert(id.mailbox).second)
+        WriteLog(QStringLiteral("! IMAP: %1 on %2 takes neither keywords nor changed mails; which "
+                                "mails there are done is kept on this computer only")
+                     .arg(DecodeMailboxName(id.mailbox), account_.displayName()));
 }
 
 const ImapStore::FetchedMail* ImapStore::recentlyFetched(const ImapMailId& id) const {

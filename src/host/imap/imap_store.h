@@ -1,7 +1,7 @@
 #pragma once
 // The state one IMAP account shares among its session, folders, mails and watchers: the
-// connection the mails are read and written over, the mailbox selected on it, where each
-// UIDVALIDITY lives, and which mails were replaced by whom.
+// connection the mails are read and written over, the mailbox selected on it, and which mails
+// were replaced by whom.
 #include "host/imap/imap_account.h"
 #include "host/imap/imap_jobs.h"
 #include "host/imap/imap_summary_cache.h"
@@ -15,15 +15,21 @@
 // The keyword that stamps a mail as done where the mailbox takes keywords.
 inline constexpr char kStampKeyword[] = "QWKStowaway";
 
+// A mail is its mailbox, UIDVALIDITY and UID together: UIDVALIDITY is unique only within one
+// mailbox (servers that take it from the clock give two mailboxes made in one second the same).
 struct ImapMailId {
+    QByteArray mailbox; // the raw name; empty only in an id written before mailboxes were in it
     quint64 uidValidity = 0;
     quint64 uid = 0;
+    // "mailbox/UIDVALIDITY/UID", the mailbox percent-encoded where it is not plain text.
     QString entryId() const;
+    // Also the old "UIDVALIDITY/UID", which leaves the mailbox empty.
     static bool parse(const QString& entryId, ImapMailId& id);
     bool operator==(const ImapMailId& o) const {
-        return uidValidity == o.uidValidity && uid == o.uid;
+        return uid == o.uid && uidValidity == o.uidValidity && mailbox == o.mailbox;
     }
     bool operator<(const ImapMailId& o) const {
+        if (mailbox != o.mailbox) return mailbox < o.mailbox;
         return uidValidity != o.uidValidity ? uidValidity < o.uidValidity : uid < o.uid;
     }
 };
@@ -44,15 +50,22 @@ class ImapStore {
     // Runs a job on the shared connection with `rawName` selected. One retry on a fresh
     // connection when the old one had dropped before the command was sent.
     OpError runIn(const QByteArray& rawName, ImapJob& job, bool write = false);
+    // The same in the mailbox of a mail, refused when that mailbox was recreated since: its
+    // UIDs name other mails then.
+    OpError runFor(const ImapMailId& id, ImapJob& job, bool write = false);
 
     Result<std::vector<ImapMailbox>> mailboxes(bool refresh = false);
     Result<ImapMailbox> mailboxByName(const QString& name);
-    // The mailbox a UIDVALIDITY belongs to; looked up by STATUS when not yet seen.
-    Result<QByteArray> mailboxOfValidity(quint64 uidValidity);
+    // The mailbox of a mail id; for an id without one, the only mailbox with its UIDVALIDITY
+    // (by STATUS), never a guess among several.
+    Result<ImapMailbox> mailboxOf(const ImapMailId& id);
 
     // Follows the replacements made by rewrites.
     ImapMailId current(ImapMailId id) const;
     void noteReplaced(const ImapMailId& old, const ImapMailId& replacement);
+    // Keeps the stamp of a mail in the cache where the server keeps none; the LOG says so once
+    // per mailbox.
+    void noteStamp(const ImapMailId& id);
     // Mails this program appended, which watchers do not report.
     bool isOwnAppend(const ImapMailId& id) const { return ownAppends_.count(id) != 0; }
 
@@ -96,9 +109,9 @@ class ImapStore {
     ImapMailboxState selectedState_;
     std::vector<ImapMailbox> mailboxes_;
     bool listed_ = false;
-    std::map<quint64, QByteArray> validityToMailbox_;
     std::map<ImapMailId, ImapMailId> replaced_;
     std::set<QByteArray> recovered_;
+    std::set<QByteArray> stampsNotedIn_;
     std::unique_ptr<ImapSummaryCache> summaries_;
     std::deque<FetchedMail> fetched_;
 

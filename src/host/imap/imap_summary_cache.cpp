@@ -55,13 +55,14 @@ void ImapSummaryCache::load(const QByteArray& rawName, Box& box) const {
                      .arg(file.fileName(), QLatin1String(why)));
         box.uidValidity = box.modSeq = 0;
         box.done.clear();
+        box.stamped.clear();
         box.dirty = true;
     };
     if (!file.open(QIODevice::ReadOnly)) return damaged("unreadable");
     const QList<QByteArray> lines = file.readAll().split('\n');
     // The magic line, the mailbox, its UIDVALIDITY and mod-sequence (left out by older
-    // versions: none), then "UID flags..." lines and an end line with their count, so a cut-off
-    // file is told from a short one.
+    // versions: none), then "UID flags..." lines and "+UID" for the stamps kept here, and an
+    // end line with their count, so a cut-off file is told from a short one.
     if (lines.size() < 5 || lines[0] != kMagic) return damaged("not a cache file");
     if (QByteArray::fromBase64(lines[1]) != rawName) return damaged("another mailbox");
     bool ok = false;
@@ -75,6 +76,12 @@ void ImapSummaryCache::load(const QByteArray& rawName, Box& box) const {
         return damaged("cut off");
     for (qsizetype i = 3; i < 3 + count; ++i) {
         const QByteArray& line = lines[i];
+        if (line.startsWith('+')) {
+            const quint64 uid = line.mid(1).toULongLong(&ok);
+            if (!ok || uid == 0) return damaged("a bad line");
+            box.stamped.insert(uid);
+            continue;
+        }
         const qsizetype space = line.indexOf(' ');
         const quint64 uid = line.left(space < 0 ? line.size() : space).toULongLong(&ok);
         if (!ok || uid == 0) return damaged("a bad line");
@@ -89,6 +96,7 @@ ImapSummaryCache::Box& ImapSummaryCache::box(const QByteArray& rawName, quint64 
     if (b.uidValidity != uidValidity) {
         // A recreated mailbox: its UIDs name other mails now.
         b.done.clear();
+        b.stamped.clear();
         b.uidValidity = uidValidity;
         b.modSeq = 0;
         b.dirty = true;
@@ -115,6 +123,18 @@ void ImapSummaryCache::markDone(const QByteArray& rawName, quint64 uidValidity, 
     saveSoon();
 }
 
+bool ImapSummaryCache::isStamped(const QByteArray& rawName, quint64 uidValidity, quint64 uid) {
+    return box(rawName, uidValidity).stamped.count(uid) != 0;
+}
+
+void ImapSummaryCache::setStamped(const QByteArray& rawName, quint64 uidValidity, quint64 uid,
+                                  bool stamped) {
+    Box& b = box(rawName, uidValidity);
+    if (stamped ? !b.stamped.insert(uid).second : b.stamped.erase(uid) == 0) return;
+    b.dirty = true;
+    save();
+}
+
 void ImapSummaryCache::prune(const QByteArray& rawName, quint64 uidValidity,
                              const std::unordered_set<quint64>& present) {
     Box& b = box(rawName, uidValidity);
@@ -125,6 +145,14 @@ void ImapSummaryCache::prune(const QByteArray& rawName, quint64 uidValidity,
             ++it;
         } else {
             it = b.done.erase(it);
+            b.dirty = true;
+        }
+    }
+    for (auto it = b.stamped.begin(); it != b.stamped.end();) {
+        if (present.count(*it)) {
+            ++it;
+        } else {
+            it = b.stamped.erase(it);
             b.dirty = true;
         }
     }
@@ -168,7 +196,9 @@ void ImapSummaryCache::save() {
             const QByteArray& flags = b.done[uid];
             text += QByteArray::number(uid) + (flags.isEmpty() ? "" : " " + flags) + '\n';
         }
-        text += "end " + QByteArray::number(qsizetype(uids.size())) + '\n';
+        for (const quint64 uid : b.stamped)
+            text += '+' + QByteArray::number(uid) + '\n';
+        text += "end " + QByteArray::number(qsizetype(uids.size() + b.stamped.size())) + '\n';
         QDir().mkpath(dir_);
         QSaveFile file(pathOf(rawName));
         if (!file.open(QIODevice::WriteOnly) || file.write(text) < 0 || !file.commit()) {

@@ -124,7 +124,7 @@ void ImapIdleWatch::check() {
     for (auto& [uid, mail] : fetch.mails) {
         if (uid <= lastUid_) continue;
         lastUid_ = uid;
-        const ImapMailId id{uidValidity_, uid};
+        const ImapMailId id{mailbox_.rawName, uidValidity_, uid};
         if (store_->isOwnAppend(id)) continue;
         fresh.push_back(std::make_shared<ImapItem>(store_, mailbox_, id, mail.flags));
     }

@@ -439,11 +439,16 @@ Result<MailHeaders> ParsedMail::LoadHeaders(const QString& path, const FileIdent
     UniqueFd guard(fd.value);
     Result<QByteArray> data = ReadHeaderBlock(fd.value, path, limits.maxHeaderBlock + 1);
     if (!data.ok()) return {{}, data.error};
-    data.value.append('\n'); // ends the header block, so the mail has an empty body
-    if (OpError refused = PrescanMail(data.value, limits)) return {{}, Refused(refused, path)};
-    GMimeMessage* message = ParseMessage(ToGBytes(data.value));
+    return HeadersFromBytes(std::move(data.value), path, limits);
+}
+
+Result<MailHeaders> ParsedMail::HeadersFromBytes(QByteArray header, const QString& what,
+                                                 const MailLimits& limits) {
+    header.append('\n'); // ends the header block, so the mail has an empty body
+    if (OpError refused = PrescanMail(header, limits)) return {{}, Refused(refused, what)};
+    GMimeMessage* message = ParseMessage(ToGBytes(header));
     if (!message)
-        return {{}, OpError::make(ErrNo::Failed, QStringLiteral("Not a readable mail: ") + path)};
+        return {{}, OpError::make(ErrNo::Failed, QStringLiteral("Not a readable mail: ") + what)};
     MailHeaders headers = ReadMailHeaders(message);
     g_object_unref(message);
     return {headers, OpError::none()};

@@ -21,6 +21,10 @@ class ParsedMail {
     static Result<std::shared_ptr<ParsedMail>>
     FromBytes(const QByteArray& bytes, const QString& what, const MailLimits& limits = {});
     // Reads only the header block of a file.
+    // The header fields of a mail's header block alone: its parts are not looked at, so a
+    // multipart mail is not taken for a cut-off one.
+    static Result<MailHeaders> HeadersFromBytes(QByteArray header, const QString& what,
+                                                const MailLimits& limits = {});
     static Result<MailHeaders> LoadHeaders(const QString& path, const FileIdentity* expected,
                                            const MailLimits& limits = {});
 

@@ -1,5 +1,6 @@
-// The notes of mails passed over, on disk: kept across instances while UIDVALIDITY and the
-// flags stay, dropped when either changes, and a damaged file read as no notes and written anew.
+// The notes of mails passed over, and of stamps the server would not keep, on disk: kept across
+// instances while UIDVALIDITY and the flags stay, dropped when either changes or the mail is
+// gone, and a damaged file read as no notes and written anew.
 // The mod-sequence beside them likewise; a file written without one has none.
 #include "host/imap/imap_summary_cache.h"
 
@@ -25,7 +26,10 @@ TEST(ImapSummaryCache, NotesLastAcrossInstancesWhileValidityAndFlagsStay) {
         cache.markDone(kBox, 7, 1, kStamped);
         cache.markDone(kBox, 7, 2, {});
         cache.markDone(kBox, 7, 3, kStamped);
-        cache.prune(kBox, 7, {1, 2}); // 3 was expunged
+        for (const quint64 uid : {1, 2, 3})
+            cache.setStamped(kBox, 7, uid, true);
+        cache.setStamped(kBox, 7, 1, false); // its stamp cleared again
+        cache.prune(kBox, 7, {1, 2});        // 3 was expunged
         cache.setModSeq(kBox, 7, 4200);
     } // saved at the end
     ImapSummaryCache cache(dir.path());
@@ -34,10 +38,14 @@ TEST(ImapSummaryCache, NotesLastAcrossInstancesWhileValidityAndFlagsStay) {
         << "\\Recent and the case of flags do not count";
     EXPECT_TRUE(cache.isDone(kBox, 7, 2, {}));
     EXPECT_FALSE(cache.isDone(kBox, 7, 3, kStamped));
+    EXPECT_EQ(QList<bool>({cache.isStamped(kBox, 7, 1), cache.isStamped(kBox, 7, 2),
+                           cache.isStamped(kBox, 7, 3), cache.isStamped("Archive", 7, 2)}),
+              QList<bool>({false, true, false, false}));
     EXPECT_FALSE(cache.isDone(kBox, 7, 1, {"QWKStowaway"})) << "marked unread since";
     EXPECT_FALSE(cache.isDone("Archive", 7, 1, kStamped));
     // A recreated mailbox: the same UIDs are other mails.
     EXPECT_FALSE(cache.isDone(kBox, 8, 2, {}));
+    EXPECT_FALSE(cache.isStamped(kBox, 8, 2));
     EXPECT_EQ(cache.modSeq(kBox, 8), 0u);
     cache.save();
     EXPECT_FALSE(ImapSummaryCache(dir.path()).isDone(kBox, 7, 2, {}));
@@ -67,6 +75,7 @@ TEST(ImapSummaryCache, ADamagedFileIsNoNotesAndIsWrittenAnew) {
         {"cut off", good.left(good.size() - 8)},
         {"a line lost", QByteArray(good).replace("1 \\seen qwkstowaway\n", "")},
         {"a bad UID", QByteArray(good).replace("2 \\seen", "x2 \\seen")},
+        {"a bad stamp", QByteArray(good).replace("2 \\seen", "+x")},
         {"a bad mod-sequence", QByteArray(good).replace("\n7\n", "\n7 x\n")},
         {"another mailbox's", QByteArray(good).replace(kBox.toBase64(), "QXJjaGl2ZQ==")},
         {"empty", ""},
