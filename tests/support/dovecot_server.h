@@ -22,6 +22,8 @@ class DovecotServer {
     QString start();
     void stop();
     quint16 port() const { return port_; }
+    // The process group of the server and its connections' processes.
+    qint64 processGroup() const { return process_ ? process_->processId() : 0; }
     // TLS from the next start on, with this certificate and key, on tlsPort() beside the plain
     // port.
     void useCertificate(const QString& cert, const QString& key);
