@@ -1,99 +1,58 @@
 // The mailboxes a user sees by the server's NAMESPACE answer, and which mailbox a name the user
 // gives means, as Dovecot, Cyrus, Courier and Gmail name them.
 #include "host/imap/imap_namespace.h"
+#include "support/test_env.h"
 
 #include <gtest/gtest.h>
 
 namespace {
 
-// "name" or "name \Flag", with the server's delimiter.
-std::vector<ImapMailbox> Listing(char delimiter, const QStringList& boxes) {
-    std::vector<ImapMailbox> listed;
-    for (const QString& entry : boxes) {
-        ImapMailbox box;
-        const qsizetype flag = entry.indexOf(QLatin1String(" \\"));
-        box.name = entry.left(flag);
-        box.rawName = box.name.toUtf8();
-        box.delimiter = QLatin1Char(delimiter);
-        if (flag > 0) box.flags.insert(entry.mid(flag + 1).toUpper().toUtf8());
-        listed.push_back(box);
-    }
-    return listed;
-}
-
-NamespaceJob Namespaces(const QByteArray& answer) {
-    NamespaceJob job;
-    if (answer.isEmpty()) return job;
-    const Result<ImapResponse> r = ParseImapResponse("* NAMESPACE " + answer + "\r\n");
-    EXPECT_TRUE(r.ok()) << r.error.description.toStdString();
-    job.untagged(r.value);
-    return job;
-}
-
-TEST(ImapNamespace, OnlyThePersonalNamespaceIsShown) {
+// Each row: the server's listing, "+" before a mailbox that is shown, a flag after a blank;
+// and names a user gives, with the mailbox each finds ("name=found", none after a bare "=").
+TEST(ImapNamespace, OnlyThePersonalNamespaceIsShownAndANameFindsItsMailbox) {
     const struct {
         const char* server;
-        QByteArray answer; // empty: no NAMESPACE
+        QByteArray answer; // empty: the server has no NAMESPACE
         char delimiter;
-        QStringList listed, shown;
+        QStringList listed, lookups;
     } rows[] = {
-        {"without NAMESPACE, all", "", '/', {"INBOX", "shared/bob"}, {"INBOX", "shared/bob"}},
-        {"Dovecot with a shared tree",
-         R"((("" "/")) NIL (("shared/" "/")))",
-         '/',
-         {"INBOX", "Work", "Work/Offers", "shared", "shared/bob/INBOX", "sharedwork"},
-         {"INBOX", "Work", "Work/Offers", "sharedwork"}},
-        {"Cyrus: INBOX. prefix, other users, shared at the top",
-         R"((("INBOX." ".")) (("user." ".")) (("" ".")))",
-         '.',
-         {"INBOX", "INBOX.Work", "user.alice", "user.alice.Sent", "Public"},
-         {"INBOX", "INBOX.Work"}},
-        {"Courier",
-         R"((("INBOX." ".")) NIL (("#shared." ".")))",
-         '.',
-         {"INBOX", "INBOX.Sent", "#shared", "#shared.news"},
-         {"INBOX", "INBOX.Sent"}},
-        {"Gmail: [Gmail] is personal, All Mail is not shown",
-         R"((("" "/")) NIL NIL)",
-         '/',
-         {"INBOX", "[Gmail] \\Noselect", "[Gmail]/All Mail \\All", "[Gmail]/Trash \\Trash", "2024"},
-         {"INBOX", "[Gmail]", "[Gmail]/Trash", "2024"}},
-        {"odd entries passed over",
-         R"((("" "/") (42) ("x")) NIL ("y"))",
-         '/',
-         {"INBOX", "Work"},
-         {"INBOX", "Work"}},
+        // clang-format off
+        {"no NAMESPACE: all", "", '/', {"+INBOX", "+shared/bob"}, {"shared/bob=shared/bob"}},
+        {"Dovecot, a shared tree", R"((("" "/")) NIL (("shared/" "/")))", '/',
+         {"+INBOX", "+Work/Offers", "shared", "shared/bob/INBOX", "+sharedwork", "+Inbox2"},
+         {"Work/Offers=Work/Offers", "work/offers=", "Inbox=INBOX", "inbox2=", "shared/bob/INBOX="}},
+        {"Cyrus: other users, shared at the top", R"((("INBOX." ".")) (("user." ".")) (("" ".")))",
+         '.', {"+INBOX", "+INBOX.Work", "user.alice", "user.alice.Sent", "Public"},
+         {"inbox.Work=INBOX.Work", "INBOX.work=", "INBOX/Work=", "user.alice="}},
+        {"Courier", R"((("INBOX." ".")) NIL (("#shared." ".")))", '.',
+         {"+INBOX", "+INBOX.Sent", "#shared", "#shared.news"}, {}},
+        {"Gmail: All Mail left out", R"((("" "/")) NIL NIL)", '/',
+         {"+INBOX", "+[Gmail] \\Noselect", "[Gmail]/All Mail \\All", "+[Gmail]/Trash \\Trash"},
+         {"[Gmail]/All Mail="}},
+        {"odd entries passed over", R"((("" "/") (42) ("x")) NIL ("y"))", '/', {"+INBOX", "+2024"}, {}},
+        // clang-format on
     };
     for (const auto& row : rows) {
-        QStringList shown;
-        for (const ImapMailbox& box :
-             PersonalMailboxes(Listing(row.delimiter, row.listed), Namespaces(row.answer)))
+        NamespaceJob spaces;
+        if (!row.answer.isEmpty())
+            spaces.untagged(ParseImapResponse("* NAMESPACE " + row.answer + "\r\n").value);
+        std::vector<ImapMailbox> listed;
+        QStringList expected, shown;
+        for (QString entry : row.listed) {
+            if (entry.startsWith(u'+')) expected << entry.remove(0, 1).section(u" \\"_qs, 0, 0);
+            const QString name = entry.section(u" \\"_qs, 0, 0);
+            listed.push_back({name, name.toUtf8(), QLatin1Char(row.delimiter), {}});
+            if (name != entry)
+                listed.back().flags.insert(entry.mid(name.size() + 1).toUpper().toUtf8());
+        }
+        const std::vector<ImapMailbox> personal = PersonalMailboxes(listed, spaces);
+        for (const ImapMailbox& box : personal)
             shown << box.name;
-        EXPECT_EQ(shown.join(u','), row.shown.join(u',')) << row.server;
-    }
-}
-
-TEST(ImapNamespace, ANameFindsTheMailboxAsTheServerSpellsIt) {
-    const std::vector<ImapMailbox> cyrus = Listing('.', {"INBOX", "INBOX.Work", "Inbox2"});
-    const std::vector<ImapMailbox> dovecot = Listing('/', {"INBOX", "Work", "Work/Offers"});
-    const struct {
-        const std::vector<ImapMailbox>* boxes;
-        const char* name;
-        const char* found; // "" for none
-    } rows[] = {
-        {&cyrus, "INBOX.Work", "INBOX.Work"},
-        {&cyrus, "inbox.Work", "INBOX.Work"},
-        {&cyrus, "inbox", "INBOX"},
-        {&cyrus, "INBOX.work", ""},
-        {&cyrus, "INBOX/Work", ""},
-        {&cyrus, "inbox2", ""},
-        {&dovecot, "Work/Offers", "Work/Offers"},
-        {&dovecot, "work", ""},
-        {&dovecot, "Inbox", "INBOX"},
-    };
-    for (const auto& row : rows) {
-        const ImapMailbox* box = FindMailboxByName(*row.boxes, QString::fromUtf8(row.name));
-        EXPECT_EQ(box ? box->name : QString(), QString::fromUtf8(row.found)) << row.name;
+        EXPECT_EQ(shown.join(u','), expected.join(u',')) << row.server;
+        for (const QString& lookup : row.lookups) {
+            const ImapMailbox* box = FindMailboxByName(personal, lookup.section(u'=', 0, 0));
+            EXPECT_EQ(box ? box->name : QString(), lookup.section(u'=', 1)) << S(lookup);
+        }
     }
 }
 
