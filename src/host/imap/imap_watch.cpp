@@ -95,7 +95,7 @@ void ImapMailboxWatch::becomePolled() {
     polled_ = true;
 }
 
-void ImapMailboxWatch::poll() {
+bool ImapMailboxWatch::poll() {
     const Result<ImapConnection*> conn = store_->connection();
     StatusJob status(mailbox_.rawName);
     const OpError e = conn.ok() ? conn.value->run(status) : conn.error;
@@ -103,12 +103,12 @@ void ImapMailboxWatch::poll() {
         WriteLog(QStringLiteral("! IMAP: looking at %1 failed (%2); next look in %3 s")
                      .arg(mailbox_.name, e.description)
                      .arg(PollMs() / 1000));
-        return;
+        return conn.ok() && conn.value->isOpen();
     }
     const quint64 before = uidValidity_;
     noteState(status.uidValidity, status.uidNext);
-    if (before == uidValidity_ && status.uidNext && status.uidNext - 1 <= lastUid_) return;
-    check();
+    if (before != uidValidity_ || !status.uidNext || status.uidNext - 1 > lastUid_) check();
+    return true;
 }
 
 void ImapMailboxWatch::idle() {
@@ -239,7 +239,15 @@ ImapWatchPool::ImapWatchPool(ImapStorePtr store) : store_(std::move(store)) {
 
 int ImapWatchPool::idleSlots() {
     const Result<ImapConnection*> conn = store_->connection();
-    if (!conn.ok() || !conn.value->hasCapability("IDLE")) return 0;
+    if (!conn.ok()) return 0;
+    if (!conn.value->hasCapability("IDLE")) {
+        if (!toldNoIdle_)
+            WriteLog(QStringLiteral("! IMAP: %1 has no IDLE; the watched mailboxes are looked at "
+                                    "in turn")
+                         .arg(store_->account().endpoint.host));
+        toldNoIdle_ = true;
+        return 0;
+    }
     return BoundedSetting("ImapConnections", 5, 1, 50) - 1;
 }
 
@@ -270,10 +278,9 @@ ImapWatchPool::subscribe(const ImapMailbox& mailbox, NewMailSource::ItemAddHandl
                      .arg(mailbox.name, error.description));
     if (!idles || error) {
         if ((error = watch->startPolled())) return {nullptr, error};
-        WriteLog(QStringLiteral("IMAP: %1 is looked at every %2 s (ImapConnections allows %3)")
+        WriteLog(QStringLiteral("IMAP: %1 is looked at every %2 s")
                      .arg(mailbox.name)
-                     .arg(PollMs() / 1000)
-                     .arg(idleMax + 1));
+                     .arg(PollMs() / 1000));
     }
     watches_.push_back(watch.get());
     if (watch->polled()) startPolling();
@@ -298,7 +305,8 @@ void ImapWatchPool::pollAll() {
     // A handler may end subscriptions: each watch is looked up again before its turn.
     const std::vector<ImapMailboxWatch*> turn = watches_;
     for (ImapMailboxWatch* watch : turn)
-        if (std::find(watches_.begin(), watches_.end(), watch) != watches_.end() && watch->polled())
-            watch->poll();
+        if (std::find(watches_.begin(), watches_.end(), watch) != watches_.end() &&
+            watch->polled() && !watch->poll())
+            break; // the connection failed: the others wait for the next turn
     polling_ = false;
 }

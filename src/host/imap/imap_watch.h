@@ -29,7 +29,8 @@ class ImapMailboxWatch : public ItemAddSubscription {
     // Gives up the connection of its own: from now on looked at in turn.
     void becomePolled();
     // One look on the shared connection: the mails above the last one seen are reported.
-    void poll();
+    // False when the connection failed.
+    bool poll();
 
     // How long IDLE runs before it is renewed, how long the server may take to answer IDLE and
     // DONE, and the longest pause between reconnects.
@@ -88,4 +89,5 @@ class ImapWatchPool : public std::enable_shared_from_this<ImapWatchPool> {
     std::vector<ImapMailboxWatch*> watches_;
     QTimer pollTimer_;
     bool polling_ = false;
+    bool toldNoIdle_ = false;
 };
