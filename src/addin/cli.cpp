@@ -60,7 +60,8 @@ Commands:
   watch                      save attachments of new mail as it arrives, until stopped
   demo                       make a sample Maildir, run the rules over it, show the result
   folders                    show the store's folders and the watched ones
-  folders add PATH           watch a mail folder of the store (its path "Maildir|Work" or name)
+  folders add PATH           watch a mail folder of the store (its path "Maildir|Work", its
+                             name, or the server's own name "INBOX.Work")
   folders remove FOLDER      stop watching a folder and forget it
   folders enable|disable FOLDER
                              watch a folder again, or pause it (it stays in the list)

@@ -145,6 +145,11 @@ MailFolderPtr FindStoreFolder(MailSession* session, const QString& text, CliCont
     if (byPath) return byPath;
     if (byName.size() == 1) return byName.front();
     if (byName.empty()) {
+        // The store's own name of the folder: "INBOX.Work" on an IMAP server.
+        if (session) {
+            const Result<MailFolderPtr> own = session->GetFolderFromID(text, QString());
+            if (!own.error && IsMailFolder(own.value)) return own.value;
+        }
         ctx.err << "stowaway: no folder '" << text << "' in the store (see stowaway folders)\n";
     } else {
         ctx.err << "stowaway: several folders are called '" << text << "'; name one by its path:";

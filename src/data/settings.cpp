@@ -163,6 +163,10 @@ const QList<SettingInfo>& KnownSettings() {
         {QStringLiteral("Store"), QString(), false, K::Store},
         // The command that prints the IMAP password or token; the secret itself is never kept.
         {QStringLiteral("PasswordCommand"), QString()},
+        // The connections `watch` may hold per IMAP account, and how often the watched
+        // mailboxes that get none of their own are looked at.
+        {QStringLiteral("ImapConnections"), QStringLiteral("5"), true, K::Whole, 1, 50},
+        {QStringLiteral("ImapPollSeconds"), QStringLiteral("60"), true, K::Whole, 1, 3600},
     };
     // The first start's language follows the desktop's locale, which may change between calls.
     kSettings[0].defaultValue = DefaultCurrLang();
@@ -203,7 +207,8 @@ QString SettingValueProblem(const SettingInfo& info, const QString& value) {
             text += QStringLiteral(" (0 German, 1 English)");
         else if (info.key == QLatin1String("Notify"))
             text += QStringLiteral(" (0 none, 1 message box, 2 tray balloon)");
-        else if (info.key == QLatin1String("NotifyTime"))
+        else if (info.key == QLatin1String("NotifyTime") ||
+                 info.key == QLatin1String("ImapPollSeconds"))
             text += QStringLiteral(" (seconds)");
         return text;
     }

@@ -21,6 +21,8 @@ class ImapTestServer {
     QString start();
     void stop();
     quint16 port() const { return port_; }
+    // The process group of the server and its connections' processes.
+    qint64 processGroup() const { return process_ ? process_->processId() : 0; }
     // "imap+plain://user@127.0.0.1:port"
     QString url(const QString& user) const;
     QString dir() const { return dir_; }

@@ -143,6 +143,7 @@ OpError ImapConnection::open() {
             return fail(
                 ImapError(endpoint_, QStringLiteral("cannot connect: ") + socket_->errorString()));
     }
+    socket_->setSocketOption(QAbstractSocket::KeepAliveOption, 1); // once connected
     const Result<ImapResponse> greeting = nextResponse();
     if (!greeting.ok()) return greeting.error;
     if (greeting.value.type != ImapResponse::Type::Untagged || greeting.value.status.isEmpty() ||

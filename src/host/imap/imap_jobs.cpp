@@ -297,3 +297,32 @@ QDateTime ParseInternalDate(const QByteArray& text) {
         (zone.mid(1, 2).toInt() * 3600 + zone.mid(3, 2).toInt() * 60) * (zone[0] == '-' ? -1 : 1);
     return QDateTime(d, tm, QTimeZone(offset));
 }
+
+namespace {
+
+// (("prefix" "delimiter" extensions...) ...) or NIL; an entry of another shape is passed over.
+std::vector<ImapNamespace> NamespaceList(const ImapValue& value) {
+    std::vector<ImapNamespace> spaces;
+    if (value.kind != ImapValue::Kind::List) return spaces;
+    for (const ImapValue& entry : value.list) {
+        if (entry.kind != ImapValue::Kind::List || entry.list.size() < 2 ||
+            entry.list[0].kind != ImapValue::Kind::String)
+            continue;
+        ImapNamespace space{entry.list[0].text, QChar()};
+        if (entry.list[1].kind == ImapValue::Kind::String && entry.list[1].text.size() == 1)
+            space.delimiter = QLatin1Char(entry.list[1].text[0]);
+        spaces.push_back(std::move(space));
+    }
+    return spaces;
+}
+
+} // namespace
+
+void NamespaceJob::untagged(const ImapResponse& r) {
+    if (r.data.size() < 4 || !r.data[0].isAtom("NAMESPACE")) return;
+    answered = true;
+    personal = NamespaceList(r.data[1]);
+    others = NamespaceList(r.data[2]);
+    for (ImapNamespace& space : NamespaceList(r.data[3]))
+        others.push_back(std::move(space));
+}

@@ -222,3 +222,19 @@ class LogoutJob : public ImapJob {
 // "17-Jul-1996 02:44:25 -0700" and back.
 QByteArray FormatInternalDate(const QDateTime& date);
 QDateTime ParseInternalDate(const QByteArray& text);
+
+// A namespace of NAMESPACE (RFC 2342): its prefix as the server names it, and its delimiter.
+struct ImapNamespace {
+    QByteArray prefix;
+    QChar delimiter; // null for a flat namespace
+};
+
+// NAMESPACE: the personal namespaces, and those of other users and the shared ones together.
+class NamespaceJob : public ImapJob {
+  public:
+    std::vector<ImapArg> command() const override { return {{"NAMESPACE"}}; }
+    void untagged(const ImapResponse& r) override;
+    QByteArray name() const override { return "NAMESPACE"; }
+    std::vector<ImapNamespace> personal, others;
+    bool answered = false;
+};

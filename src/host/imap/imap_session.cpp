@@ -2,9 +2,11 @@
 
 #include "host/imap/imap_folder.h"
 #include "host/imap/imap_item.h"
+#include "host/imap/imap_namespace.h"
 #include "host/imap/imap_watch.h"
 
-ImapSession::ImapSession(ImapStorePtr store) : store_(std::move(store)) {}
+ImapSession::ImapSession(ImapStorePtr store)
+    : store_(std::move(store)), watches_(std::make_shared<ImapWatchPool>(store_)) {}
 
 Result<MailItemPtr> ImapSession::GetMessageFromID(const QString& entryId, const QString& storeId) {
     if (!storeId.isEmpty() && storeId != store_->account().storeId())
@@ -40,9 +42,14 @@ Result<MailFolderPtr> ImapSession::GetFolderFromID(const QString& entryId, const
                 OpError::make(ErrNo::NotFound, QStringLiteral("No such store: ") + storeId)};
     if (entryId.isEmpty())
         return {std::make_shared<ImapFolder>(store_, ImapMailbox{}), OpError::none()};
-    const Result<ImapMailbox> box = store_->mailboxByName(entryId);
-    if (!box.ok()) return {nullptr, box.error};
-    return {std::make_shared<ImapFolder>(store_, box.value), OpError::none()};
+    const Result<std::vector<ImapMailbox>> boxes = store_->mailboxes();
+    if (!boxes.ok()) return {nullptr, boxes.error};
+    const ImapMailbox* box = FindMailboxByName(boxes.value, entryId);
+    if (!box)
+        return {nullptr,
+                OpError::make(ErrNo::NotFound, QStringLiteral("No mailbox %1 on %2")
+                                                   .arg(entryId, store_->account().displayName()))};
+    return {std::make_shared<ImapFolder>(store_, *box), OpError::none()};
 }
 
 Result<MailFolderPtr> ImapSession::GetDefaultInbox() {
@@ -59,10 +66,7 @@ ImapSession::SubscribeItemAdd(const MailFolderPtr& folder, ItemAddHandler onItem
     if (!imapFolder || imapFolder->isTop())
         return {nullptr,
                 OpError::make(ErrNo::Failed, QStringLiteral("Not a mailbox of this account"))};
-    auto watch =
-        std::make_unique<ImapIdleWatch>(store_, imapFolder->mailbox(), std::move(onItemAdd));
-    if (OpError e = watch->start()) return {nullptr, e};
-    return {std::move(watch), OpError::none()};
+    return watches_->subscribe(imapFolder->mailbox(), std::move(onItemAdd));
 }
 
 Result<std::shared_ptr<MailSession>> OpenImapStore(const QString& url,

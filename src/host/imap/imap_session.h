@@ -1,8 +1,10 @@
 #pragma once
-// The mail session over one IMAP account, and its new-mail source: IDLE on each watched
-// mailbox over a connection of its own.
+// The mail session over one IMAP account, and its new-mail source: the watches of its mailboxes
+// within the account's connection budget (imap_watch.h).
 #include "host/imap/imap_store.h"
 #include "host/new_mail.h"
+
+class ImapWatchPool;
 
 class ImapSession : public MailSession, public NewMailSource {
   public:
@@ -22,6 +24,7 @@ class ImapSession : public MailSession, public NewMailSource {
 
   private:
     ImapStorePtr store_;
+    std::shared_ptr<ImapWatchPool> watches_;
 };
 
 // Opens the account: reads the secret, connects and logs in once so that a wrong password or

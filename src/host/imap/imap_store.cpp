@@ -1,6 +1,7 @@
 #include "host/imap/imap_store.h"
 
 #include "data/log.h"
+#include "host/imap/imap_namespace.h"
 #include "host/imap/imap_rewrite.h"
 
 #include <QCryptographicHash>
@@ -142,9 +143,9 @@ Result<std::vector<ImapMailbox>> ImapStore::mailboxes(bool refresh) {
     if (listed_ && !refresh) return {mailboxes_, OpError::none()};
     const Result<ImapConnection*> conn = connection();
     if (!conn.ok()) return {{}, conn.error};
-    ListJob job;
-    if (OpError e = conn.value->run(job)) return {{}, e};
-    mailboxes_ = std::move(job.mailboxes);
+    Result<std::vector<ImapMailbox>> listed = ListPersonalMailboxes(*conn.value);
+    if (!listed.ok()) return {{}, listed.error};
+    mailboxes_ = std::move(listed.value);
     listed_ = true;
     return {mailboxes_, OpError::none()};
 }

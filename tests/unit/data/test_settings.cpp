@@ -120,10 +120,15 @@ TEST_F(Settings, AnAppliedValueReachesItsMirrorAtOnceAndABadOneChangesNothing) {
         const char* value;
         bool accepted;
     } rows[] = {
-        {"SWActive", "1", true},      {"swtest", "0", true},         {"NotifyTime", "7", true},
-        {"CurrLang", "0", true},      {"PaceSeconds", "0.25", true}, {"SoundName", "Bell", true},
-        {"SWActive", "yes", false},   {"Notify", "3", false},        {"NotifyTime", "0", false},
-        {"PaceSeconds", "-1", false}, {"CurrLang", "7", false},      {"Unknown", "1", false},
+        {"SWActive", "1", true},           {"swtest", "0", true},
+        {"NotifyTime", "7", true},         {"CurrLang", "0", true},
+        {"PaceSeconds", "0.25", true},     {"SoundName", "Bell", true},
+        {"SWActive", "yes", false},        {"Notify", "3", false},
+        {"NotifyTime", "0", false},        {"PaceSeconds", "-1", false},
+        {"CurrLang", "7", false},          {"Unknown", "1", false},
+        {"ImapConnections", "1", true},    {"ImapConnections", "51", false},
+        {"ImapConnections", "2.5", false}, {"ImapPollSeconds", "5", true},
+        {"ImapPollSeconds", "0", false},
     };
     for (const Row& row : rows)
         EXPECT_EQ(ApplySetting(QLatin1String(row.key), QLatin1String(row.value)).isEmpty(),
