@@ -119,11 +119,6 @@ const Transcript kTranscripts[] = {
       "S: s1 OK [CAPABILITY IMAP4rev1 IDLE] Logged in"},
      Do(LoginJob("bob", "p\"w")),
      "ok"},
-    {"CourierTakesAnEightBitSecretAsLiteralAfterItsGoAhead",
-     {"S: * OK [CAPABILITY IMAP4rev1] Courier-IMAP ready.", "C: s1 LOGIN \"bob\" {2}", "S: + OK",
-      "C: \xc3\xa4", "S: s1 OK LOGIN Ok."},
-     Do(LoginJob("bob", "\xc3\xa4")),
-     "ok"},
     {"CyrusPlainLoginUpdatesTheCapabilities",
      {kCyrus, "C: s1 AUTHENTICATE PLAIN AGJvYgBzZWNyZXQ=",
       "S: s1 OK [CAPABILITY IMAP4rev1 LITERAL+ ID ENABLE ACL UIDPLUS IDLE] User logged in "
@@ -352,11 +347,6 @@ const Transcript kTranscripts[] = {
      Do(NoopJob()),
      "error: IMAP mail.example: The IMAP server sent malformed data: UIDNEXT without one number at "
      "byte 16 in: s1 OK [UIDNEXT x] done\\x0d\\x0a"},
-    {"OversizedLiteralIsRefused",
-     {kDovecot, "C: s1 UID FETCH 1 (UID BODY.PEEK[])", "S: * 1 FETCH (UID 1 BODY[] {5000}"},
-     Fetch("1", "BODY.PEEK[]"),
-     "error: IMAP mail.example: The IMAP server sent malformed data: a literal of more than 1000 "
-     "bytes"},
     {"UnexpectedContinuation",
      {kDovecot, "C: s1 NOOP", "S: + what"},
      Do(NoopJob()),
@@ -373,9 +363,7 @@ class ServerTranscript : public FreshState, public testing::WithParamInterface<T
 TEST_P(ServerTranscript, KeepsToTheScriptAndReadsTheAnswers) {
     const Transcript& t = GetParam();
     FakeImapServer server(t.script);
-    ImapLimits limits;
-    limits.maxLiteral = 1000;
-    ImapConnection conn({QStringLiteral("mail.example"), 143, t.security}, limits, 5000,
+    ImapConnection conn({QStringLiteral("mail.example"), 143, t.security}, {}, 5000,
                         server.factory());
     const OpError opened = conn.open();
     QStringList outcome{opened  ? QStringLiteral("open: ") + opened.description
