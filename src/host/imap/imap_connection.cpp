@@ -2,7 +2,6 @@
 
 #include "data/log.h"
 
-#include <QDeadlineTimer>
 #include <QTimer>
 
 OpError ImapError(const ImapEndpoint& endpoint, const QString& what) {
@@ -33,22 +32,24 @@ class StartTlsJob : public ImapJob {
 
 } // namespace
 
-ImapConnection::ImapConnection(ImapEndpoint endpoint, ImapLimits limits, int timeoutMs)
-    : endpoint_(std::move(endpoint)), limits_(limits), timeoutMs_(timeoutMs), reader_(limits) {}
+ImapConnection::ImapConnection(ImapEndpoint endpoint, ImapLimits limits, int timeoutMs,
+                               ImapTransportFactory transport)
+    : endpoint_(std::move(endpoint)), limits_(limits), timeoutMs_(timeoutMs),
+      makeTransport_(std::move(transport)), reader_(limits) {}
 
 ImapConnection::~ImapConnection() {
     close();
 }
 
 bool ImapConnection::isOpen() const {
-    return socket_ && socket_->state() == QAbstractSocket::ConnectedState && !reader_.failed();
+    return transport_ && transport_->isConnected() && !reader_.failed();
 }
 
 void ImapConnection::close() {
     stopAsync();
-    if (socket_) {
-        socket_->abort();
-        socket_.reset();
+    if (transport_) {
+        transport_->abort();
+        transport_.reset();
     }
 }
 
@@ -57,37 +58,37 @@ OpError ImapConnection::fail(const OpError& error) {
     return error;
 }
 
+OpError ImapConnection::lost(const QString& why) {
+    if (bye_.isEmpty()) return fail(ImapError(endpoint_, why));
+    return fail(ImapError(endpoint_, QStringLiteral("the server ended the connection: ") + bye_));
+}
+
 OpError ImapConnection::writeAll(const QByteArray& bytes) {
-    if (!socket_) return ImapError(endpoint_, QStringLiteral("not connected"));
-    socket_->write(bytes);
-    while (socket_->bytesToWrite() > 0) {
-        if (!socket_->waitForBytesWritten(timeoutMs_))
-            return fail(
-                ImapError(endpoint_, QStringLiteral("the connection failed while sending: ") +
-                                         socket_->errorString()));
-    }
+    if (!transport_) return ImapError(endpoint_, QStringLiteral("not connected"));
+    if (const QString why = transport_->write(bytes, timeoutMs_); !why.isEmpty()) return lost(why);
     return OpError::none();
 }
 
-Result<ImapResponse> ImapConnection::nextResponse() {
+bool ImapConnection::passOver(const Result<ImapResponse>& r, const QByteArray& tag) {
+    if (reader_.failed()) return false; // the stream itself is broken
+    if (tag.isEmpty()) return false;    // the greeting comes first or not at all
+    if (r.value.type == ImapResponse::Type::Tagged && r.value.tag == tag) return false;
+    WriteLog(QStringLiteral("! IMAP %1: passed over what the server sent (%2)")
+                 .arg(endpoint_.host, r.error.description));
+    return true;
+}
+
+Result<ImapResponse> ImapConnection::nextResponse(const QByteArray& tag) {
     for (;;) {
         if (std::optional<Result<ImapResponse>> r = reader_.next()) {
-            if (!r->ok()) return {{}, fail(ImapError(endpoint_, r->error.description))};
-            return std::move(*r);
+            if (r->ok()) return std::move(*r);
+            if (passOver(*r, tag)) continue;
+            return {{}, fail(ImapError(endpoint_, r->error.description))};
         }
-        if (!socket_ || socket_->state() != QAbstractSocket::ConnectedState)
-            return {{},
-                    fail(ImapError(endpoint_, QStringLiteral("the server closed the connection")))};
-        // What came while a write was waiting is in the buffer already: no new data may follow.
-        if (socket_->bytesAvailable() == 0 && !socket_->waitForReadyRead(timeoutMs_)) {
-            QString why = QStringLiteral("the connection failed: ") + socket_->errorString();
-            if (socket_->error() == QAbstractSocket::SocketTimeoutError)
-                why = QStringLiteral("no answer within %1 s").arg(timeoutMs_ / 1000);
-            else if (socket_->error() == QAbstractSocket::RemoteHostClosedError)
-                why = QStringLiteral("the server closed the connection");
-            return {{}, fail(ImapError(endpoint_, why))};
-        }
-        reader_.feed(socket_->readAll());
+        if (!transport_) return {{}, ImapError(endpoint_, QStringLiteral("not connected"))};
+        if (const QString why = transport_->waitForBytes(timeoutMs_); !why.isEmpty())
+            return {{}, lost(why)};
+        reader_.feed(transport_->readAll());
     }
 }
 
@@ -104,56 +105,36 @@ void ImapConnection::noteCapabilities(const ImapResponse& r) {
             caps_.insert(v.text.toUpper());
 }
 
-OpError ImapConnection::secure() {
-    if (!socket_->waitForEncrypted(timeoutMs_)) {
-        QStringList reasons;
-        for (const QSslError& e : socket_->sslHandshakeErrors())
-            reasons << e.errorString();
-        if (reasons.isEmpty()) reasons << socket_->errorString();
-        return fail(ImapError(endpoint_, QStringLiteral("the secure connection was refused: ") +
-                                             reasons.join(QStringLiteral("; "))));
-    }
-    return OpError::none();
+bool ImapConnection::speaksImap4() const {
+    // IMAP4rev2 (RFC 9051) keeps every command and answer the client uses.
+    return caps_.contains("IMAP4REV1") || caps_.contains("IMAP4REV2");
 }
 
 OpError ImapConnection::open() {
     close();
     reader_ = ImapReader(limits_);
     caps_.clear();
-    socket_ = std::make_unique<QSslSocket>();
-    socket_->setPeerVerifyName(endpoint_.host);
-    // Certificates trusted besides the system's: a server with a certificate of its own (a
-    // company CA, a self-signed one) is used by naming that certificate's file, as OpenSSL's
-    // tools take it.
-    if (const QString extra = qEnvironmentVariable("SSL_CERT_FILE"); !extra.isEmpty()) {
-        QSslConfiguration config = socket_->sslConfiguration();
-        if (!config.addCaCertificates(extra))
-            WriteLog(QStringLiteral("! IMAP: no certificate read from SSL_CERT_FILE ") + extra);
-        socket_->setSslConfiguration(config);
-    }
-    if (endpoint_.security == ImapSecurity::Tls) {
-        socket_->connectToHostEncrypted(endpoint_.host, endpoint_.port);
-        if (!socket_->waitForConnected(timeoutMs_))
-            return fail(
-                ImapError(endpoint_, QStringLiteral("cannot connect: ") + socket_->errorString()));
-        if (OpError e = secure()) return e;
-    } else {
-        socket_->connectToHost(endpoint_.host, endpoint_.port);
-        if (!socket_->waitForConnected(timeoutMs_))
-            return fail(
-                ImapError(endpoint_, QStringLiteral("cannot connect: ") + socket_->errorString()));
-    }
-    socket_->setSocketOption(QAbstractSocket::KeepAliveOption, 1); // once connected
-    const Result<ImapResponse> greeting = nextResponse();
+    preAuth_ = false;
+    bye_.clear();
+    transport_ = makeTransport_();
+    if (const QString why = transport_->connectTo(endpoint_, timeoutMs_); !why.isEmpty())
+        return fail(ImapError(endpoint_, why));
+    const Result<ImapResponse> greeting = nextResponse({});
     if (!greeting.ok()) return greeting.error;
-    if (greeting.value.type != ImapResponse::Type::Untagged || greeting.value.status.isEmpty() ||
-        greeting.value.status == "BAD" || greeting.value.status == "NO")
+    const QByteArray& status = greeting.value.status;
+    if (greeting.value.type != ImapResponse::Type::Untagged ||
+        (status != "OK" && status != "PREAUTH" && status != "BYE"))
         return fail(ImapError(endpoint_, QStringLiteral("no IMAP greeting")));
-    if (greeting.value.status == "BYE")
+    if (status == "BYE")
         return fail(ImapError(endpoint_, QStringLiteral("the server refused the connection: ") +
                                              greeting.value.text));
+    preAuth_ = status == "PREAUTH";
     noteCapabilities(greeting.value);
     if (endpoint_.security == ImapSecurity::StartTls) {
+        // Logged in before TLS: anyone on the way could have answered in the server's place.
+        if (preAuth_)
+            return fail(ImapError(endpoint_, QStringLiteral("the server greeted as logged in "
+                                                            "(PREAUTH) before STARTTLS")));
         if (caps_.isEmpty()) {
             CapabilityProbe probe;
             if (OpError e = run(probe)) return e;
@@ -162,15 +143,15 @@ OpError ImapConnection::open() {
             return fail(ImapError(endpoint_, QStringLiteral("the server does not offer STARTTLS")));
         StartTlsJob starttls;
         if (OpError e = run(starttls)) return fail(e);
-        socket_->startClientEncryption();
-        if (OpError e = secure()) return e;
+        if (const QString why = transport_->startTls(timeoutMs_); !why.isEmpty())
+            return fail(ImapError(endpoint_, why));
         caps_.clear(); // capabilities from before TLS are not to be trusted
     }
     if (caps_.isEmpty()) {
         CapabilityProbe probe;
         if (OpError e = run(probe)) return e;
     }
-    if (!caps_.contains("IMAP4REV1"))
+    if (!speaksImap4())
         return fail(ImapError(endpoint_, QStringLiteral("the server does not speak IMAP4rev1")));
     return OpError::none();
 }
@@ -181,14 +162,11 @@ OpError ImapConnection::run(ImapJob& job) {
     const std::vector<ImapArg> args = job.command();
     const bool literalPlus = caps_.contains("LITERAL+");
     QByteArray pending = tag + ' ';
-    auto handleOther = [&](const ImapResponse& r) -> OpError {
+    auto untagged = [&](const ImapResponse& r) {
         noteCapabilities(r);
-        if (r.type == ImapResponse::Type::Untagged) {
-            job.untagged(r);
-            if (r.status == "BYE") return OpError::none(); // the close follows
-            return OpError::none();
-        }
-        return OpError::none();
+        // The server goes away; its reason is said when the connection then ends.
+        if (r.status == "BYE") bye_ = r.text.isEmpty() ? QStringLiteral("BYE") : r.text;
+        job.untagged(r);
     };
     for (const ImapArg& arg : args) {
         if (!arg.literal) {
@@ -201,7 +179,7 @@ OpError ImapConnection::run(ImapJob& job) {
         if (!literalPlus) {
             // Wait for the server's go-ahead.
             for (;;) {
-                const Result<ImapResponse> r = nextResponse();
+                const Result<ImapResponse> r = nextResponse(tag);
                 if (!r.ok()) return r.error;
                 if (r.value.type == ImapResponse::Type::Continuation) break;
                 if (r.value.type == ImapResponse::Type::Tagged) {
@@ -210,7 +188,7 @@ OpError ImapConnection::run(ImapJob& job) {
                                               QStringLiteral("an answer to a command never sent")));
                     return job.completed(r.value); // the server refused the literal
                 }
-                handleOther(r.value);
+                untagged(r.value);
             }
         }
         pending = arg.bytes;
@@ -218,7 +196,7 @@ OpError ImapConnection::run(ImapJob& job) {
     pending += "\r\n";
     if (OpError e = writeAll(pending)) return e;
     for (;;) {
-        const Result<ImapResponse> r = nextResponse();
+        const Result<ImapResponse> r = nextResponse(tag);
         if (!r.ok()) return r.error;
         const ImapResponse& resp = r.value;
         if (resp.type == ImapResponse::Type::Tagged) {
@@ -226,7 +204,9 @@ OpError ImapConnection::run(ImapJob& job) {
                 return fail(
                     ImapError(endpoint_, QStringLiteral("an answer to a command never sent")));
             noteCapabilities(resp);
-            return job.completed(resp);
+            const OpError result = job.completed(resp);
+            if (!bye_.isEmpty()) close(); // the server is going away
+            return result;
         }
         if (resp.type == ImapResponse::Type::Continuation) {
             QByteArray reply;
@@ -237,7 +217,7 @@ OpError ImapConnection::run(ImapJob& job) {
             if (OpError e = writeAll(reply + "\r\n")) return e;
             continue;
         }
-        handleOther(resp);
+        untagged(resp);
     }
 }
 
@@ -252,19 +232,21 @@ OpError ImapConnection::startAsync(ImapJob& job,
     onResponse_ = std::move(onResponse);
     onFailure_ = std::move(onFailure);
     if (OpError e = writeAll(line + "\r\n")) return e;
-    readConn_ = QObject::connect(socket_.get(), &QIODevice::readyRead, [this] { onReadyRead(); });
-    dropConn_ = QObject::connect(socket_.get(), &QAbstractSocket::disconnected, [this] {
-        failLater(ImapError(endpoint_, QStringLiteral("the server closed the connection")));
-    });
+    transport_->watch(
+        [this] { onReadyRead(); },
+        [this] {
+            failLater(ImapError(endpoint_, QStringLiteral("the server closed the connection")));
+        });
     // Responses already buffered.
     onReadyRead();
     return OpError::none();
 }
 
 void ImapConnection::onReadyRead() {
-    if (!socket_) return;
-    reader_.feed(socket_->readAll());
+    if (!transport_) return;
+    reader_.feed(transport_->readAll());
     while (std::optional<Result<ImapResponse>> r = reader_.next()) {
+        if (!r->ok() && passOver(*r, asyncTag_)) continue;
         if (!r->ok()) {
             failLater(ImapError(endpoint_, r->error.description));
             return;
@@ -286,8 +268,7 @@ OpError ImapConnection::sendLine(const QByteArray& line) {
 }
 
 void ImapConnection::stopAsync() {
-    QObject::disconnect(readConn_);
-    QObject::disconnect(dropConn_);
+    if (transport_) transport_->watch(nullptr, nullptr);
     onResponse_ = nullptr;
     onFailure_ = nullptr;
 }

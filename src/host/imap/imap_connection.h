@@ -1,13 +1,12 @@
 #pragma once
-// One connection to an IMAP server over QSslSocket: TLS from the start, STARTTLS, or plain
-// (which the account allows only on the loopback). Commands run one at a time as jobs
-// (imap_jobs.h); the connection waits for their completion without running the event loop, so
-// no other code runs in between.
+// One connection to an IMAP server over a transport (QSslSocket in the program): TLS from the
+// start, STARTTLS, or plain (which the account allows only on the loopback). Commands run one at
+// a time as jobs (imap_jobs.h); the connection waits for their completion without running the
+// event loop, so no other code runs in between.
 #include "host/imap/imap_response.h"
+#include "host/imap/imap_transport.h"
 
 #include <QSet>
-#include <QSslConfiguration>
-#include <QSslSocket>
 
 #include <functional>
 #include <memory>
@@ -44,7 +43,8 @@ class ImapJob {
 
 class ImapConnection {
   public:
-    explicit ImapConnection(ImapEndpoint endpoint, ImapLimits limits = {}, int timeoutMs = 30000);
+    explicit ImapConnection(ImapEndpoint endpoint, ImapLimits limits = {}, int timeoutMs = 30000,
+                            ImapTransportFactory transport = MakeImapSocket);
     ~ImapConnection();
     ImapConnection(const ImapConnection&) = delete;
     ImapConnection& operator=(const ImapConnection&) = delete;
@@ -52,6 +52,8 @@ class ImapConnection {
     // Connects, secures the connection as the endpoint says, reads the greeting and the
     // capabilities.
     OpError open();
+    // The greeting was PREAUTH: the session is logged in already.
+    bool preAuthenticated() const { return preAuth_; }
     bool isOpen() const;
     void close();
     const ImapEndpoint& endpoint() const { return endpoint_; }
@@ -68,29 +70,34 @@ class ImapConnection {
     // Sends a line while a command started by startAsync runs ("DONE").
     OpError sendLine(const QByteArray& line);
     void stopAsync();
-    QSslSocket* socket() { return socket_.get(); }
 
   private:
     OpError fail(const OpError& error);
     OpError writeAll(const QByteArray& bytes);
-    // The next response, waiting for it up to the timeout.
-    Result<ImapResponse> nextResponse();
+    // The next response to the command `tag`, waiting for it up to the timeout.
+    Result<ImapResponse> nextResponse(const QByteArray& tag);
+    // A response the reader could not parse, framed whole: passed over with a LOG line unless
+    // it is the answer to the command `tag`.
+    bool passOver(const Result<ImapResponse>& r, const QByteArray& tag);
     void noteCapabilities(const ImapResponse& r);
-    OpError secure();
+    bool speaksImap4() const;
+    OpError lost(const QString& why);
     void onReadyRead();
     void failLater(const OpError& error);
 
     ImapEndpoint endpoint_;
     ImapLimits limits_;
     int timeoutMs_;
-    std::unique_ptr<QSslSocket> socket_;
+    ImapTransportFactory makeTransport_;
+    std::unique_ptr<ImapTransport> transport_;
     ImapReader reader_;
     QSet<QByteArray> caps_;
+    bool preAuth_ = false;
+    QString bye_; // the reason the server gave with BYE, said when the connection then ends
     int tagCounter_ = 0;
     QByteArray asyncTag_;
     std::function<void(const ImapResponse&)> onResponse_;
     std::function<void(const OpError&)> onFailure_;
-    QMetaObject::Connection readConn_, dropConn_;
 };
 
 // An error message that names the server.

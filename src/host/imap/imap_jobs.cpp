@@ -1,7 +1,9 @@
 #include "host/imap/imap_jobs.h"
 
+#include "data/log.h"
 #include "host/imap/imap_line_ends.h"
 
+#include <QStringDecoder>
 #include <QTimeZone>
 
 ImapArg ImapString(const QByteArray& text) {
@@ -18,6 +20,48 @@ OpError BadAnswer(const QString& why) {
 
 QByteArray FlagList(const QList<QByteArray>& flags) {
     return '(' + flags.join(' ') + ')';
+}
+
+// One odd answer among good ones: said, and the rest of the command goes on.
+void PassOver(const QString& what, const ImapResponse& r) {
+    QByteArray shown;
+    for (const ImapValue& v : r.data)
+        shown += (shown.isEmpty() ? "" : " ") +
+                 (v.kind == ImapValue::Kind::List ? QByteArray("(...)") : v.asBytes().left(80));
+    WriteLog(QStringLiteral("! IMAP: passed over %1: * %2").arg(what, ImapPrintable(shown, 200)));
+}
+
+// The decoded name: modified UTF-7, else UTF-8 as IMAP4rev2 and UTF8=ACCEPT servers send it (an
+// ASCII name that is not good modified UTF-7 is taken as it is); null when neither.
+QString MailboxNameFromServer(const QByteArray& raw) {
+    if (raw.compare("INBOX", Qt::CaseInsensitive) == 0) return QStringLiteral("INBOX");
+    bool ok = false;
+    const QString name = DecodeMailboxName(raw, &ok);
+    if (ok) return name;
+    QStringDecoder utf8(QStringDecoder::Utf8, QStringDecoder::Flag::Stateless);
+    const QString text = utf8(raw);
+    if (utf8.hasError() || text.contains(QChar(0))) return {};
+    return text;
+}
+
+// Adds the UIDs of a set ("4:6,9"); false for a set it cannot read or one of more UIDs than the
+// client holds in one answer.
+bool AddUidSet(const QByteArray& set, std::vector<quint64>& uids) {
+    constexpr quint64 kMostUids = 10'000'000;
+    std::vector<quint64> found;
+    for (const QByteArray& range : set.split(',')) {
+        const QList<QByteArray> ends = range.split(':');
+        bool ok1 = false, ok2 = true;
+        quint64 first = ends[0].toULongLong(&ok1);
+        quint64 last = ends.size() == 2 ? ends[1].toULongLong(&ok2) : first;
+        if (!ok1 || !ok2 || ends.size() > 2 || first == 0 || last == 0) return false;
+        if (first > last) std::swap(first, last);
+        if (last - first >= kMostUids - found.size()) return false;
+        for (quint64 uid = first; uid <= last; ++uid)
+            found.push_back(uid);
+    }
+    uids.insert(uids.end(), found.begin(), found.end());
+    return true;
 }
 
 } // namespace
@@ -64,33 +108,29 @@ std::vector<ImapArg> ListJob::command() const {
 
 void ListJob::untagged(const ImapResponse& r) {
     if (r.data.empty() || !r.data[0].isAtom("LIST")) return;
-    // LIST (flags) delimiter name
-    if (r.data.size() != 4 || r.data[1].kind != ImapValue::Kind::List ||
-        (r.data[2].kind != ImapValue::Kind::String && r.data[2].kind != ImapValue::Kind::Nil) ||
-        r.data[2].text.size() > 1 ||
-        (r.data[3].kind != ImapValue::Kind::String && r.data[3].kind != ImapValue::Kind::Atom)) {
-        error_ = QStringLiteral("a LIST answer that is not (flags) delimiter name");
+    // LIST (flags) delimiter name [extended items (RFC 5258), passed over]
+    const bool wellFormed =
+        r.data.size() >= 4 && r.data[1].kind == ImapValue::Kind::List &&
+        (r.data[2].kind == ImapValue::Kind::Nil ||
+         (r.data[2].kind == ImapValue::Kind::String && r.data[2].text.size() <= 1)) &&
+        r.data[3].kind != ImapValue::Kind::List;
+    if (!wellFormed) {
+        PassOver(QStringLiteral("a LIST answer that is not (flags) delimiter name"), r);
         return;
     }
     ImapMailbox box;
     for (const ImapValue& f : r.data[1].list)
         box.flags.insert(f.text.toUpper());
-    if (!r.data[2].text.isEmpty()) box.delimiter = QLatin1Char(r.data[2].text[0]);
+    if (r.data[2].kind == ImapValue::Kind::String && r.data[2].text.size() == 1)
+        box.delimiter = QLatin1Char(r.data[2].text[0]);
+    // Any astring names a mailbox: an atom, a number ("2024"), NIL, a quoted string, a literal.
     box.rawName = r.data[3].text;
-    bool ok = true;
-    box.name = DecodeMailboxName(box.rawName, &ok);
-    if (box.rawName.compare("INBOX", Qt::CaseInsensitive) == 0) box.name = QStringLiteral("INBOX");
-    if (!ok) {
-        error_ = QStringLiteral("a mailbox name that is not modified UTF-7: ") +
-                 QString::fromLatin1(box.rawName);
+    box.name = MailboxNameFromServer(box.rawName);
+    if (box.name.isNull()) {
+        PassOver(QStringLiteral("a mailbox name neither modified UTF-7 nor UTF-8"), r);
         return;
     }
     mailboxes.push_back(std::move(box));
-}
-
-OpError ListJob::completed(const ImapResponse& tagged) {
-    if (OpError e = ImapJob::completed(tagged)) return e;
-    return error_.isEmpty() ? OpError::none() : BadAnswer(error_);
 }
 
 std::vector<ImapArg> SelectJob::command() const {
@@ -133,7 +173,7 @@ void UidFetchJob::untagged(const ImapResponse& r) {
     if (r.data.size() < 2 || !r.data[1].isAtom("FETCH")) return;
     if (r.data.size() != 3 || r.data[2].kind != ImapValue::Kind::List ||
         r.data[2].list.size() % 2) {
-        error_ = QStringLiteral("a FETCH answer that is not a list of names and values");
+        PassOver(QStringLiteral("a FETCH answer that is not a list of names and values"), r);
         return;
     }
     FetchedMail m;
@@ -142,7 +182,7 @@ void UidFetchJob::untagged(const ImapResponse& r) {
         const ImapValue& key = items[i];
         const ImapValue& value = items[i + 1];
         if (key.kind != ImapValue::Kind::Atom) {
-            error_ = QStringLiteral("a FETCH item without a name");
+            PassOver(QStringLiteral("a FETCH item without a name"), r);
             return;
         }
         const QByteArray k = key.text.toUpper();
@@ -167,10 +207,9 @@ void UidFetchJob::untagged(const ImapResponse& r) {
             m.hasHeader = true;
         }
     }
-    // Unsolicited flag updates of other mails come without UID only on broken servers; a
-    // FETCH without UID after UID FETCH is one of those.
+    // A flag change the server tells unasked, by sequence number: not an answer to UID FETCH.
     if (m.uid == 0) {
-        error_ = QStringLiteral("a FETCH answer without UID");
+        ++withoutUid_;
         return;
     }
     FetchedMail& slot = mails[m.uid];
@@ -194,7 +233,16 @@ void UidFetchJob::untagged(const ImapResponse& r) {
 
 OpError UidFetchJob::completed(const ImapResponse& tagged) {
     if (OpError e = ImapJob::completed(tagged)) return e;
-    return error_.isEmpty() ? OpError::none() : BadAnswer(error_);
+    // A mail without the flags asked for was told of unasked (a MODSEQ alone); taken as it is,
+    // it would look unread and never stamped.
+    if (items_.split(' ').contains("FLAGS")) {
+        for (auto it = mails.begin(); it != mails.end();)
+            it = it->second.hasFlags ? std::next(it) : mails.erase(it);
+    }
+    if (mails.empty() && withoutUid_)
+        WriteLog(QStringLiteral("! IMAP: passed over %1 FETCH answer(s) without UID to UID FETCH")
+                     .arg(withoutUid_));
+    return OpError::none();
 }
 
 std::vector<ImapArg> UidStoreJob::command() const {
@@ -250,9 +298,24 @@ std::vector<ImapArg> UidSearchJob::command() const {
 }
 
 void UidSearchJob::untagged(const ImapResponse& r) {
-    if (r.data.empty() || !r.data[0].isAtom("SEARCH")) return;
-    for (size_t i = 1; i < r.data.size(); ++i)
-        if (r.data[i].kind == ImapValue::Kind::Number) uids.push_back(r.data[i].number);
+    if (r.data.empty()) return;
+    if (r.data[0].isAtom("SEARCH")) {
+        for (size_t i = 1; i < r.data.size(); ++i) {
+            if (r.data[i].kind == ImapValue::Kind::Number)
+                uids.push_back(r.data[i].number);
+            else if (r.data[i].kind != ImapValue::Kind::List) // (MODSEQ n) of CONDSTORE
+                PassOver(QStringLiteral("a SEARCH result that is not a number"), r);
+        }
+        return;
+    }
+    // IMAP4rev2 servers answer ESEARCH: (TAG "s1") UID ALL 4:6,9
+    if (!r.data[0].isAtom("ESEARCH")) return;
+    for (size_t i = 1; i + 1 < r.data.size(); ++i) {
+        if (!r.data[i].isAtom("ALL")) continue;
+        if (!AddUidSet(r.data[i + 1].asBytes(), uids))
+            PassOver(QStringLiteral("an ESEARCH result that is not a set of UIDs"), r);
+        return;
+    }
 }
 
 void NoopJob::untagged(const ImapResponse& r) {

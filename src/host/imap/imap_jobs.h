@@ -53,14 +53,13 @@ class ListJob : public ImapJob {
   public:
     explicit ListJob(QByteArray pattern = "*") : pattern_(std::move(pattern)) {}
     std::vector<ImapArg> command() const override;
+    // An entry that cannot be read is passed over with a LOG line.
     void untagged(const ImapResponse& r) override;
-    OpError completed(const ImapResponse& tagged) override;
     QByteArray name() const override { return "LIST"; }
     std::vector<ImapMailbox> mailboxes;
 
   private:
     QByteArray pattern_;
-    QString error_;
 };
 
 struct ImapMailboxState {
@@ -109,7 +108,8 @@ struct FetchedMail {
 
 // UID FETCH of the items named ("FLAGS", "BODY.PEEK[]", "BODY.PEEK[HEADER]", "INTERNALDATE",
 // "RFC822.SIZE", "MODSEQ"), keyed by UID; with `changedSince`, only of the mails whose
-// mod-sequence is above it (CONDSTORE).
+// mod-sequence is above it (CONDSTORE). Flag changes the server sends unasked come in as they
+// are; an answer that cannot be read is passed over with a LOG line.
 class UidFetchJob : public ImapJob {
   public:
     UidFetchJob(QByteArray uidSet, QByteArray items, quint64 changedSince = 0)
@@ -123,7 +123,7 @@ class UidFetchJob : public ImapJob {
   private:
     QByteArray set_, items_;
     quint64 changedSince_;
-    QString error_;
+    int withoutUid_ = 0;
 };
 
 // UID STORE "+FLAGS.SILENT" or "-FLAGS.SILENT" of flags and keywords.
@@ -184,7 +184,7 @@ class StatusJob : public ImapJob {
     QByteArray raw_;
 };
 
-// UID SEARCH with the criteria as given; the UIDs found.
+// UID SEARCH with the criteria as given; the UIDs found, from SEARCH or (IMAP4rev2) ESEARCH.
 class UidSearchJob : public ImapJob {
   public:
     explicit UidSearchJob(std::vector<ImapArg> criteria) : criteria_(std::move(criteria)) {}

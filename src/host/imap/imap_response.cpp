@@ -12,7 +12,7 @@ QByteArray ImapValue::asBytes() const {
     case Kind::String:
         return text;
     case Kind::Number:
-        return QByteArray::number(number);
+        return text.isEmpty() ? QByteArray::number(number) : text;
     default:
         return {};
     }
@@ -25,9 +25,10 @@ OpError Malformed(const QString& why) {
                          QStringLiteral("The IMAP server sent malformed data: ") + why);
 }
 
+// 8-bit bytes are taken too: servers send UTF-8 mailbox names unquoted.
 bool IsAtomChar(char c, bool inCode) {
     const auto u = static_cast<unsigned char>(c);
-    if (u <= 0x20 || u >= 0x7f) return false;
+    if (u <= 0x20 || u == 0x7f) return false;
     switch (c) {
     case '(':
     case ')':
@@ -48,10 +49,11 @@ class Parser {
   public:
     Parser(const QByteArray& bytes, const ImapLimits& limits) : b_(bytes), limits_(limits) {}
 
+    // On an error, what was read before it (the type and tag) is kept.
     Result<ImapResponse> parse() {
         ImapResponse r;
-        if (OpError e = response(r)) return {{}, e};
-        return {std::move(r), OpError::none()};
+        OpError e = response(r);
+        return {std::move(r), e};
     }
 
   private:
@@ -100,7 +102,8 @@ class Parser {
         if (r.type == ImapResponse::Type::Untagged && std::isdigit(uchar(peek()))) {
             ImapValue n;
             if (OpError e = value(n, 0, false)) return e;
-            if (n.kind != ImapValue::Kind::Number) return fail(QStringLiteral("expected a number"));
+            if (n.kind != ImapValue::Kind::Number)
+                return fail(QStringLiteral("a number out of range"));
             r.data.push_back(std::move(n));
             if (OpError e = expect(' ', "expected a blank after the number")) return e;
             return dataTail(r, true);
@@ -137,6 +140,7 @@ class Parser {
         }
         while (peek() == ' ') {
             ++pos_;
+            if (atLineEnd()) break; // a trailing blank, as some servers send after SEARCH
             ImapValue v;
             if (OpError e = value(v, 0, false)) return e;
             r.data.push_back(std::move(v));
@@ -223,6 +227,10 @@ class Parser {
                     return OpError::none();
                 }
                 if (OpError e = expect(' ', "expected a blank or ')' in a list")) return e;
+                if (peek() == ')') { // a blank before the end, as Gmail sends in FETCH
+                    ++pos_;
+                    return OpError::none();
+                }
             }
         }
         if (c == '"') return quoted(v);
@@ -242,6 +250,9 @@ class Parser {
         }
         const QByteArray w = word(inCode);
         if (w.isEmpty()) return fail(QStringLiteral("expected a value"));
+        // NIL and numbers keep their text: where a mailbox name stands, "NIL" and "2024" are
+        // names like any other.
+        v.text = w;
         if (w.compare("NIL", Qt::CaseInsensitive) == 0) {
             v.kind = ImapValue::Kind::Nil;
             return OpError::none();
@@ -249,15 +260,10 @@ class Parser {
         bool digits = true;
         for (const char d : w)
             digits = digits && std::isdigit(uchar(d));
-        if (digits) {
-            bool ok = false;
-            v.number = w.toULongLong(&ok);
-            if (!ok || w.size() > 20) return fail(QStringLiteral("a number out of range"));
-            v.kind = ImapValue::Kind::Number;
-            return OpError::none();
-        }
-        v.kind = ImapValue::Kind::Atom;
-        v.text = w;
+        bool fits = false;
+        if (digits && w.size() <= 20) v.number = w.toULongLong(&fits);
+        v.kind = fits ? ImapValue::Kind::Number : ImapValue::Kind::Atom;
+        if (fits) return OpError::none();
         // A fetch item whose section holds blanks: BODY[HEADER.FIELDS (A B)].
         if (!inCode && w.contains('[') && w.lastIndexOf(']') < w.indexOf('[')) {
             const qsizetype close = b_.indexOf(']', pos_);
@@ -336,6 +342,16 @@ qint64 TrailingLiteral(const QByteArray& buffer, qsizetype start, qsizetype end)
 
 } // namespace
 
+QString ImapPrintable(const QByteArray& bytes, qsizetype max) {
+    QString out;
+    for (qsizetype i = 0; i < bytes.size() && i < max; ++i) {
+        const uchar c = uchar(bytes[i]);
+        out += c < 0x20 || c >= 0x7f ? QStringLiteral("\\x%1").arg(c, 2, 16, QLatin1Char('0'))
+                                     : QString(QLatin1Char(char(c)));
+    }
+    return bytes.size() > max ? out + QStringLiteral("...") : out;
+}
+
 Result<ImapResponse> ParseImapResponse(const QByteArray& bytes, const ImapLimits& limits) {
     return Parser(bytes, limits).parse();
 }
@@ -380,7 +396,8 @@ std::optional<Result<ImapResponse>> ImapReader::next() {
             buffer_.remove(0, end);
             scanned_ = 0;
             Result<ImapResponse> parsed = ParseImapResponse(response, limits_);
-            if (!parsed.ok()) error_ = parsed.error;
+            if (!parsed.ok())
+                parsed.error.description += QStringLiteral(" in: ") + ImapPrintable(response, 120);
             return parsed;
         }
         if (buffer_.size() < end) {

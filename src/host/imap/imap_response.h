@@ -1,8 +1,9 @@
 #pragma once
-// What an IMAP server sends, read strictly: a response is cut from the byte stream whole (its
-// literals included) and parsed into values; anything that does not follow the grammar is an
-// error that says where, never a guess. Lines and literals have size limits, so a server cannot
-// make the client hold more than it allows.
+// What an IMAP server sends: a response is cut from the byte stream whole (its literals included)
+// and parsed into values. Read generously where servers differ (trailing blanks, 8-bit atoms,
+// numbers and NIL where names stand); anything else off the grammar is an error that says where,
+// never a guess. Lines and literals have size limits, so a server cannot make the client hold
+// more than it allows.
 #include "common/error.h"
 
 #include <QByteArray>
@@ -14,7 +15,7 @@
 struct ImapValue {
     enum class Kind { Atom, Number, String, Nil, List };
     Kind kind = Kind::Nil;
-    QByteArray text; // atom (flags keep their backslash) or string bytes
+    QByteArray text; // atom (flags keep their backslash) or string bytes; a number's or NIL's text
     quint64 number = 0;
     std::vector<ImapValue> list;
 
@@ -54,8 +55,11 @@ class ImapReader {
   public:
     explicit ImapReader(ImapLimits limits = {}) : limits_(limits) {}
     void feed(const QByteArray& bytes) { buffer_.append(bytes); }
-    // The next complete response, parsed; nothing when more bytes are needed. After an error
-    // the stream cannot be trusted any more and every later call gives the same error.
+    // The next complete response, parsed; nothing when more bytes are needed. A response that
+    // does not parse is an error naming it (with the type and tag read before the fault), and
+    // the stream goes on after it. After an error in the framing (a line or literal over the
+    // limits, a line end without CR) the stream cannot be trusted any more: failed() is true and
+    // every later call gives the same error.
     std::optional<Result<ImapResponse>> next();
     bool failed() const { return bool(error_); }
 
@@ -65,6 +69,9 @@ class ImapReader {
     qsizetype scanned_ = 0; // bytes of the pending response already known to be complete
     OpError error_;
 };
+
+// What a server sent, for a message: the first `max` bytes, control and 8-bit bytes as "\xNN".
+QString ImapPrintable(const QByteArray& bytes, qsizetype max);
 
 // Modified UTF-7 of mailbox names (RFC 3501 5.1.3).
 QString DecodeMailboxName(const QByteArray& name, bool* ok = nullptr);

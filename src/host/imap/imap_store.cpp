@@ -32,6 +32,7 @@ bool ImapMailId::parse(const QString& entryId, ImapMailId& id) {
 }
 
 OpError ImapLogin(ImapConnection& conn, const ImapAccount& account, const QByteArray& secret) {
+    if (conn.preAuthenticated()) return OpError::none(); // the server knows the user already
     const QByteArray user = account.user.toUtf8();
     OpError error;
     if (account.xoauth2) {
