@@ -623,7 +623,8 @@ TEST_P(DovecotStoreTest, ARewriteBrokenOffAtAnyStepLeavesExactlyOneCopy) {
         ASSERT_EQ(runOn({u"run"_s, u"1"_s}).exitCode, 0);
         const Mailbox mails = mailsIn();
         ASSERT_TRUE(mails.count(subject.toUtf8())) << S(logText());
-        EXPECT_FALSE(mails.at(subject.toUtf8()).body.contains("filename=" + file.toUtf8()));
+        EXPECT_FALSE(mails.at(subject.toUtf8()).body.contains("filename=" + file.toUtf8()))
+            << S(logText());
     }
 }
 
