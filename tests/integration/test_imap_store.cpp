@@ -530,8 +530,8 @@ class CuttingProxy {
 };
 
 // A rewrite broken off at each of its steps in turn by the network (the connection cut as the
-// command is sent): the run after it leaves exactly one copy of every mail on the server, without
-// the file. The program killed at each step is in test_imap_identity.cpp.
+// command is sent): the run after it leaves exactly one copy of every mail on the server. The
+// program killed at each step is in test_imap_identity.cpp.
 TEST_F(ImapStoreTest, ARewriteBrokenOffAtAnyStepLeavesExactlyOneCopy) {
     useOnlyRule(SaveAllRule(target, true));
     int n = 0;
@@ -553,7 +553,9 @@ TEST_F(ImapStoreTest, ARewriteBrokenOffAtAnyStepLeavesExactlyOneCopy) {
             const QByteArray mail = readFile(f);
             if (!mail.contains(("Subject: " + subject).toUtf8())) continue;
             ++copies;
-            EXPECT_FALSE(mail.contains("filename=" + file.toUtf8())) << S(f);
+            // Cut before the new mail was stored, the mail keeps its file and gets the stamp:
+            // a later run does not save the file again.
+            EXPECT_EQ(mail.contains("filename=" + file.toUtf8()), step == u"APPEND"_s) << S(f);
         }
         EXPECT_EQ(copies, 1) << S(logText());
     }
