@@ -603,8 +603,8 @@ class CuttingProxy {
 };
 
 // A rewrite broken off at each of its steps in turn by the network (the connection cut as the
-// command is sent): the run after it leaves exactly one copy of every mail on the server, without
-// the file. The program killed at each step is in test_imap_identity.cpp.
+// command is sent): the run after it leaves exactly one copy of every mail on the server. The
+// program killed at each step is in test_imap_identity.cpp.
 TEST_P(DovecotStoreTest, ARewriteBrokenOffAtAnyStepLeavesExactlyOneCopy) {
     useOnlyRule(SaveAllRule(target, true));
     int n = 0;
@@ -623,7 +623,11 @@ TEST_P(DovecotStoreTest, ARewriteBrokenOffAtAnyStepLeavesExactlyOneCopy) {
         ASSERT_EQ(runOn({u"run"_s, u"1"_s}).exitCode, 0);
         const Mailbox mails = mailsIn();
         ASSERT_TRUE(mails.count(subject.toUtf8())) << S(logText());
-        EXPECT_FALSE(mails.at(subject.toUtf8()).body.contains("filename=" + file.toUtf8()));
+        // Cut before the new mail was stored, the mail keeps its file and gets the stamp: a later
+        // run does not save the file again.
+        EXPECT_EQ(mails.at(subject.toUtf8()).body.contains("filename=" + file.toUtf8()),
+                  step == u"APPEND"_s)
+            << S(logText());
     }
 }
 
