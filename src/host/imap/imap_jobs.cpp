@@ -301,10 +301,10 @@ void UidSearchJob::untagged(const ImapResponse& r) {
     if (r.data.empty()) return;
     if (r.data[0].isAtom("SEARCH")) {
         for (size_t i = 1; i < r.data.size(); ++i) {
-            if (r.data[i].kind == ImapValue::Kind::Number)
+            if (r.data[i].kind == ImapValue::Kind::Number && r.data[i].number != 0)
                 uids.push_back(r.data[i].number);
             else if (r.data[i].kind != ImapValue::Kind::List) // (MODSEQ n) of CONDSTORE
-                PassOver(QStringLiteral("a SEARCH result that is not a number"), r);
+                PassOver(QStringLiteral("a SEARCH result that is not a UID"), r);
         }
         return;
     }
