@@ -160,14 +160,15 @@ TEST_F(SyncRoundTripTest, EveryMailReachesTheServerOnceWithItsWordsAndLinksToIts
         SCOPED_TRACE(rows[row].file);
         const QStringList& names = rows[row].saved;
         const PythonView was = ViewOf(before[qsizetype(row)].toObject());
-        ASSERT_EQ(was.files.size(), size_t(names.size()));
-        ASSERT_EQ(after.count(was.messageId), 1u);
-        const PythonView& now = after.find(was.messageId)->second;
+        EXPECT_EQ(was.files.size(), size_t(names.size()));
+        EXPECT_EQ(after.count(was.messageId), 1u);
+        const PythonView now =
+            after.count(was.messageId) ? after.find(was.messageId)->second : PythonView{};
         EXPECT_TRUE(now.files.empty());
         for (const QString& w : was.words)
             EXPECT_TRUE(now.words.contains(w)) << "lost: " << S(w);
-        ASSERT_EQ(now.links.size(), names.size()) << S(now.links.join(u' '));
-        for (qsizetype i = 0; i < names.size(); ++i) {
+        EXPECT_EQ(now.links.size(), names.size()) << S(now.links.join(u' '));
+        for (qsizetype i = 0; i < qMin(names.size(), now.links.size()); ++i) {
             const QString saved = target + u'/' + names[i];
             EXPECT_EQ(QUrl(now.links[i]).toLocalFile(), saved);
             EXPECT_EQ(readFile(saved), was.files[size_t(i)]) << S(saved);
