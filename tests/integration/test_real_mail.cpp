@@ -1,6 +1,5 @@
-// Mail as other programs write it, through real runs: every file saved whole, every word of
-// every body kept, every link reaching its file; and a Maildir that mbsync keeps in step with
-// a real Dovecot while `stowaway` works on it.
+// Mail as other programs write it, in a Maildir that mbsync keeps in step with a real Dovecot
+// while `stowaway` works on it.
 #include "stowaway_command.h"
 
 #include "support/dovecot_server.h"
@@ -58,7 +57,6 @@ QByteArray ThroughCurl(const QString& link) {
     return curl.readAllStandardOutput();
 }
 
-// mbsync keeps the Maildir in step with a real Dovecot, as most Linux users have it.
 class SyncRoundTripTest : public StowawayCommandTest {
   protected:
     void SetUp() override {
