@@ -21,10 +21,20 @@ QString HeadText() {
            kCrLf + kCrLf;
 }
 
-// A link target: the absolute path behind "file://", blanks as "%20".
+// A link target: a file URI of the absolute path. What would end the path or change its
+// meaning for a reader ("%", "#", "?", blanks, control characters) is percent-encoded; every
+// other character, umlauts included, stays as it is.
 QString LinkTarget(const QString& path) {
-    return QStringLiteral("file://") +
-           QString(path).replace(QLatin1Char(' '), QStringLiteral("%20"));
+    QString target = QStringLiteral("file://");
+    target.reserve(target.size() + path.size());
+    for (const QChar c : path) {
+        const char16_t u = c.unicode();
+        if (u <= 0x20 || u == 0x7f || u == '%' || u == '#' || u == '?')
+            target += QLatin1Char('%') + QString::number(u, 16).toUpper().rightJustified(2, u'0');
+        else
+            target += c;
+    }
+    return target;
 }
 
 QString RtfEscaped(const QString& text) {
@@ -148,14 +158,13 @@ void AnnotateAndSaveMail(RunState& run, MailState& state, const RuleRun& rr) {
     QString newBody;
     const char* label;
     const char* bodyName;
-    // A body without its closing mark keeps none of its text: the block goes behind what the
-    // last body of this call left.
     if (format == BodyFormat::Html) {
         const QString body = VbTrim(mail.HTMLBody().value);
         WriteLog("HTML...");
         block = HtmlBlock(paths, hyperlink);
+        // Before the closing mark; a body without one gets the block after its whole text.
         const qsizetype pos = body.indexOf(QLatin1String("</body>"), 0, Qt::CaseInsensitive);
-        newBody = pos >= 0 ? body.left(pos) + block + body.mid(pos) : run.lastNewBody + block;
+        newBody = pos >= 0 ? body.left(pos) + block + body.mid(pos) : body + block;
         label = "HTML";
         bodyName = "HTMLBody";
     } else if (format == BodyFormat::RichText) {

@@ -267,6 +267,13 @@ bool ProcessItem(RunState& run, const MailItemPtr& item, const udtRule& special)
         const QString text = LangText(QStringLiteral("Fehler bei Zugriff auf Nachricht via RDO: "),
                                       QStringLiteral("Error accessing mail via RDO: ")) +
                              fetched.error.description;
+        // A mail that left its folder since the walk listed it (a sync tool moved or expunged
+        // it) is no error of the user's: the LOG says so, without a box.
+        if (fetched.error.number == ErrNo::NotFound) {
+            WriteLog(QStringLiteral("Mail passed over, no longer in its folder: ") +
+                     fetched.error.description);
+            return false;
+        }
         WriteLog(QStringLiteral("! ") + text);
         ui().beep();
         ui().messageBox(text, MsgButtons::OK, MsgIcon::Exclamation, gAppCaption);

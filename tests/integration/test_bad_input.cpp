@@ -292,7 +292,7 @@ const BadInput kBadInputs[] = {
     Sample("MissingBoundary", "missing-boundary.eml", false, {},
            "! Maildir: a damaged mail (a multipart not closed by its boundary)"),
     Sample("PrefixSharingBoundaries", "prefix-sharing-boundaries.eml", true,
-           {"ATT00001.txt", "inner.pdf", "outer.pdf"}, "er/Saved/inner.pdf"),
+           {"inner.pdf", "outer.pdf"}, "er/Saved/inner.pdf"),
     Sample("MultipartWithoutBoundary", "multipart-without-boundary.eml", false, {},
            "! Maildir: a damaged mail (a multipart without a boundary"),
     Sample("DamagedBase64", "damaged-base64-attachment.eml", false, {},

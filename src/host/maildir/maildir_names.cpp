@@ -47,6 +47,10 @@ QString MaildirUnique(const QString& fileName) {
     return colon < 0 ? fileName : fileName.left(colon);
 }
 
+QString UniqueStem(const QString& unique) {
+    return unique.section(QLatin1Char(','), 0, 0);
+}
+
 bool MaildirHasFlag(const QString& fileName, QChar flag) {
     const qsizetype colon = fileName.indexOf(QLatin1Char(':'));
     if (colon < 0 || QStringView(fileName).mid(colon + 1, 2) != QLatin1String("2,")) return false;

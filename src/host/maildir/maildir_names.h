@@ -14,6 +14,9 @@ MaildirFileName ParseMaildirFileName(const QString& fileName);
 // many times per mail.
 QString MaildirUnique(const QString& fileName);
 bool MaildirHasFlag(const QString& fileName, QChar flag);
+// The unique part without the marks sync tools and servers add to it after a comma (mbsync
+// ",U=17", Dovecot ",S=1234"): a mail keeps it when such a tool renames it.
+QString UniqueStem(const QString& unique);
 // "<unique>:2,<flags>" with the flags in ASCII order; without info just the unique part.
 QString ComposeMaildirFileName(const MaildirFileName& name);
 

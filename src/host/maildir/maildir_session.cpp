@@ -106,7 +106,34 @@ Result<MailItemPtr> MaildirSession::lookUp(const QString& entryId,
             if (IdentityOfPath(path, identity)) return itemAt(store, location, identity);
         }
     }
-    return {nullptr, NoSuchMail(id)};
+    return findRenamed(id, stores);
+}
+
+Result<MailItemPtr> MaildirSession::findRenamed(const QString& entryId,
+                                                const std::vector<MaildirStorePtr>& stores) {
+    // The name the store last knew (after its own saves), and the folder it was in first.
+    const std::optional<MailLocation> last = shared_->find(entryId);
+    const QString lastId = last ? MaildirUnique(last->name) : entryId;
+    const QString stem = UniqueStem(lastId);
+    for (const MaildirStorePtr& store : stores) {
+        std::vector<QString> folders;
+        if (last && last->root == store->root) folders.push_back(last->folderId);
+        for (const FolderEntry& folder : AllMailFolders(store->root))
+            if (folders.empty() || folder.id != folders.front()) folders.push_back(folder.id);
+        for (const QString& folderId : folders) {
+            for (const MailFileEntry& file :
+                 ListMailFiles(FolderDirectory(store->root, folderId)).value) {
+                if (UniqueStem(MaildirUnique(file.name)) != stem) continue;
+                const QString id = MaildirUnique(file.name);
+                const MailLocation location{store->root, folderId, file.subdir, file.name, {}, {}};
+                shared_->noteLocation(id, location);
+                // The old id keeps leading here, as after the store's own saves.
+                if (id != lastId) shared_->successors.insert(lastId, id);
+                return itemAt(store, location, file.identity);
+            }
+        }
+    }
+    return {nullptr, NoSuchMail(entryId)};
 }
 
 Result<MailItemPtr> MaildirSession::GetMessageFromID(const QString& entryId,

@@ -45,6 +45,9 @@ class MaildirSession : public MailSession, public NewMailSource {
     // Lists every folder of the store so the index knows all its mails.
     void indexStore(const MaildirStorePtr& store);
     Result<MailItemPtr> lookUp(const QString& entryId, const std::vector<MaildirStorePtr>& stores);
+    // The second route: a mail a sync tool renamed since it was seen, by the stem of its name.
+    Result<MailItemPtr> findRenamed(const QString& entryId,
+                                    const std::vector<MaildirStorePtr>& stores);
 
     std::shared_ptr<MaildirShared> shared_;
     std::vector<MaildirStorePtr> stores_;

@@ -108,11 +108,36 @@ void NoteStructureFault(gint64, GMimeParserWarning code, const gchar*, gpointer 
     if (!list->contains(QLatin1String(text))) list->append(QLatin1String(text));
 }
 
+bool StartsWithHeaderLine(const QByteArray& bytes);
+
+// How many bytes of stray lines stand before the first header: the rest of a header cut off
+// above (a line that starts with a blank) or a line that is no header at all. Readers pass over
+// them; GMime takes the first for the end of the headers and loses every part. Only lines
+// followed by a header are stray.
+qsizetype StrayLinesBeforeHeaders(const QByteArray& bytes) {
+    constexpr int kMostStrayLines = 3;
+    qsizetype at = 0;
+    for (int line = 0; line <= kMostStrayLines; ++line) {
+        const QByteArray rest = QByteArray::fromRawData(bytes.constData() + at, bytes.size() - at);
+        if (StartsWithHeaderLine(rest) || rest.startsWith("From ")) return at;
+        if (rest.startsWith('\n') || rest.startsWith("\r\n")) return 0;
+        const qsizetype end = rest.indexOf('\n');
+        if (end < 0) return 0;
+        at += end + 1;
+    }
+    return 0;
+}
+
 // Parses bytes that GMime takes over; no copy is made. `faults` gets what is wrong with the
 // structure.
 GMimeMessage* ParseMessage(GByteArray* bytes, QStringList* faults = nullptr,
                            GRef<GMimeStream>* source = nullptr) {
     EnsureGMime();
+    if (const qsizetype stray = StrayLinesBeforeHeaders(QByteArray::fromRawData(
+            reinterpret_cast<const char*>(bytes->data), qsizetype(bytes->len)))) {
+        g_byte_array_remove_range(bytes, 0, guint(stray));
+        if (faults) faults->append(QStringLiteral("a stray line before the headers"));
+    }
     GRef<GMimeStream> stream(g_mime_stream_mem_new_with_byte_array(bytes));
     if (source) *source = stream;
     GRef<GMimeParser> parser(g_mime_parser_new_with_stream(stream.get()));
@@ -120,6 +145,10 @@ GMimeMessage* ParseMessage(GByteArray* bytes, QStringList* faults = nullptr,
     if (faults) g_mime_parser_options_set_warning_callback(options, NoteStructureFault, faults);
     GMimeMessage* message = g_mime_parser_construct_message(parser.get(), options);
     g_mime_parser_options_free(options);
+    // A boundary line that GMime did not take for one leaves its multipart unclosed.
+    const QString unclosed = QStringLiteral("a multipart not closed by its boundary");
+    if (faults && faults->contains(unclosed) && CutContentAtBoundaries(message))
+        faults->removeAll(unclosed);
     RestoreCutContentEnds(message);
     return message;
 }
@@ -604,11 +633,16 @@ OpError ParsedMail::writeAttachment(int index, int fd) const {
         return error;
     if (WriteStoppedShort(out.get()))
         return ErrnoError(ENOSPC, QStringLiteral("Cannot write the attachment's content"));
-    if (damaged)
+    if (damaged) {
+        GMimeObject* part = tree_->layout.attachments[size_t(index)];
+        const bool uu = GMIME_IS_PART(part) && g_mime_part_get_content_encoding(GMIME_PART(part)) ==
+                                                   GMIME_CONTENT_ENCODING_UUENCODE;
         return OpError::make(ErrNo::IoError,
-                             QStringLiteral("The attachment \"%1\" is damaged (its base64 content "
+                             QStringLiteral("The attachment \"%1\" is damaged (its %2 content "
                                             "ends early) and cannot be saved whole")
-                                 .arg(structure().attachments[size_t(index)].fileName));
+                                 .arg(structure().attachments[size_t(index)].fileName,
+                                      uu ? QStringLiteral("uuencoded") : QStringLiteral("base64")));
+    }
     if (g_mime_stream_flush(out.get()) != 0)
         return OpError::make(ErrNo::IoError, QStringLiteral("Cannot write the attachment"));
     return OpError::none();

@@ -223,7 +223,7 @@ TEST_F(EngineTest, AMailThatCannotBeFetchedIsReportedAndTheWalkGoesOn) {
     addMail(u"fine"_s, {u"b.pdf"_s});
     session->fails.failOn(u"GetMessageFromID/2"_s);
     session->fails.failOn(u"GetMessageFromID/1"_s,
-                          OpError::make(ErrNo::NotFound, u"Object not found"_s), 1);
+                          OpError::make(ErrNo::IoError, u"Object not readable"_s), 1);
 
     EXPECT_TRUE(runFolder());
 
@@ -231,11 +231,20 @@ TEST_F(EngineTest, AMailThatCannotBeFetchedIsReportedAndTheWalkGoesOn) {
     EXPECT_EQ(filesIn(out()), QStringList{u"b.pdf"_s});
     const auto boxes = user.questions(Kind::MessageBox);
     ASSERT_GE(boxes.size(), 1u);
-    EXPECT_EQ(boxes[0].prompt, u"Fehler bei Zugriff auf Nachricht via RDO: Object not found"_s);
+    EXPECT_EQ(boxes[0].prompt, u"Fehler bei Zugriff auf Nachricht via RDO: Object not readable"_s);
     EXPECT_EQ(boxes[0].icon, 48);
     // An "!" line: written with the LOG off too.
     EXPECT_EQ(logLines(),
-              QStringList{u"! Fehler bei Zugriff auf Nachricht via RDO: Object not found"_s});
+              QStringList{u"! Fehler bei Zugriff auf Nachricht via RDO: Object not readable"_s});
+
+    // A mail that left its folder meanwhile (a sync tool moved it) only gets a LOG line.
+    DoProto = true;
+    session->fails.failOn(u"GetMessageFromID/1"_s,
+                          OpError::make(ErrNo::NotFound, u"No mail with the id"_s), 1);
+    EXPECT_TRUE(runFolder());
+    EXPECT_EQ(user.questions(Kind::MessageBox).size(), boxes.size());
+    EXPECT_TRUE(
+        logLines().contains(u"Mail passed over, no longer in its folder: No mail with the id"_s));
 }
 
 TEST_F(EngineTest, TheTestDialogDescribesEachAttachmentAndCanEndTheRun) {

@@ -4,8 +4,6 @@
 #include "support/maildir_fixture.h"
 #include "support/python_email.h"
 
-#include <QTemporaryDir>
-
 using namespace Qt::StringLiterals;
 
 namespace {
@@ -121,10 +119,9 @@ TEST_F(MaildirTest, DemoMailsParseElsewhereAsTheStoreShowsThem) {
     }
 }
 
-// Mails as other mailers write them: the content id the engine sees (a Content-ID only where
-// the HTML body shows the part), and every file's bytes as Python's email package decodes them,
-// from mail files with CRLF line ends and with LF.
-TEST_F(MaildirTest, AttachmentsOfOtherMailersComeOutAsPythonDecodesThem) {
+// Mails as other mailers write them: a Content-ID is the engine's only where the HTML body
+// shows the part. (The files' bytes, against Python's, are rows of the mbsync round trip.)
+TEST_F(MaildirTest, AttachmentsOfOtherMailersCarryOnlyTheContentIdsTheBodyUses) {
     struct Case {
         const char* file;
         std::vector<std::pair<std::string, std::string>> shown; // name, content id
@@ -136,54 +133,18 @@ TEST_F(MaildirTest, AttachmentsOfOtherMailersComeOutAsPythonDecodesThem) {
           {"image001.gif", "spacer@01DB8D9E.12345670"},
           {"Angebot.pdf", ""},
           {"foto.jpg", "foto.jpg@01DB8D9E.12345670"}}},
-        {"crlf-text-attachments-in-every-encoding.eml",
-         {{"umlaut.txt", ""},
-          {"qp.txt", ""},
-          {"table.csv", ""},
-          {"b64.txt", ""},
-          {"lf-lines.txt", ""},
-          {"notes.txt", ""}}},
     };
-    QTemporaryDir target;
     for (const Case& c : cases) {
-        const QString sample = deliverDataFile(QString::fromLatin1(c.file));
-        QByteArray lf = readFile(sample);
-        const bool crlf = lf.contains("\r\n");
-        lf.replace("\r\n", "\n");
-        for (int pass = 0; pass < (crlf ? 2 : 1); ++pass) {
-            const QString path = pass == 0 ? sample : sample + u"-lf"_s;
-            if (pass == 1) {
-                QFile::remove(sample);
-                QFile f(path);
-                ASSERT_TRUE(f.open(QIODevice::WriteOnly));
-                f.write(lf);
-            }
-            const std::string where = std::string(c.file) + (pass == 1 ? " with LF" : "");
-            // Python's leaf parts without the body texts, in document order.
-            std::vector<QByteArray> expected;
-            for (const QJsonValue& v : ParseWithPython(path)[u"parts"_s].toArray()) {
-                const QJsonObject p = v.toObject();
-                const QString type = p[u"type"_s].toString();
-                if (!p.contains(u"data"_s) ||
-                    (p[u"filename"_s].isNull() && type.startsWith(u"text/"_s)))
-                    continue;
-                expected.push_back(QByteArray::fromBase64(p[u"data"_s].toString().toLatin1()));
-            }
-            const MailItemPtr item = onlyMail();
-            ASSERT_TRUE(item) << where;
-            const std::vector<Shown> shown = AttachmentsOf(item);
-            ASSERT_EQ(shown.size(), c.shown.size()) << where;
-            ASSERT_EQ(expected.size(), c.shown.size()) << where;
-            for (size_t i = 0; i < shown.size(); ++i) {
-                EXPECT_EQ(shown[i].name, c.shown[i].first) << where;
-                EXPECT_EQ(shown[i].cid, c.shown[i].second) << where << " " << shown[i].name;
-                const QString out = target.filePath(QString::fromStdString(shown[i].name));
-                EXPECT_FALSE(item->AttachmentAt(int(i) + 1).value->SaveAsFile(out));
-                EXPECT_EQ(readFile(out), expected[i]) << where << " " << shown[i].name;
-                EXPECT_EQ(shown[i].size, expected[i].size()) << where << " " << shown[i].name;
-            }
-            QFile::remove(path);
+        const QString path = deliverDataFile(QString::fromLatin1(c.file));
+        const MailItemPtr item = onlyMail();
+        ASSERT_TRUE(item) << c.file;
+        const std::vector<Shown> shown = AttachmentsOf(item);
+        ASSERT_EQ(shown.size(), c.shown.size()) << c.file;
+        for (size_t i = 0; i < shown.size(); ++i) {
+            EXPECT_EQ(shown[i].name, c.shown[i].first) << c.file;
+            EXPECT_EQ(shown[i].cid, c.shown[i].second) << c.file << " " << shown[i].name;
         }
+        QFile::remove(path);
     }
 }
 

@@ -4,6 +4,7 @@
 #include "host/mime/header_text.h"
 #include "host/mime/mime_params.h"
 #include "host/mime/mime_prescan.h"
+#include "host/mime/uu_content.h"
 
 #include "support/test_env.h"
 
@@ -28,21 +29,36 @@ TEST(Base64Content, DecodesAcrossInnerPaddingAndTellsLostBits) {
         bool damaged = !c.damaged;
         EXPECT_EQ(DecodeBase64Content(c.encoded, &damaged), c.decoded) << c.encoded;
         EXPECT_EQ(damaged, c.damaged) << c.encoded;
+        // Fed a byte at a time, as pieces of a stream end anywhere.
+        Base64ContentDecoder decoder;
+        QByteArray out;
+        for (const char* p = c.encoded; *p; ++p)
+            decoder.feed(p, 1, out);
+        decoder.finish(out);
+        EXPECT_EQ(out, c.decoded) << c.encoded;
     }
 }
 
-TEST(Base64Content, FeedingInPiecesGivesTheSameBytes) {
-    const QByteArray content = QByteArray("chunked content that spans several groups").repeated(50);
-    QByteArray encoded;
-    for (qsizetype i = 0; i < content.size(); i += 37)
-        encoded += content.mid(i, 37).toBase64() + "\n";
-    Base64ContentDecoder decoder;
-    QByteArray out;
-    for (qsizetype i = 0; i < encoded.size(); i += 5)
-        decoder.feed(encoded.constData() + i, size_t(qMin<qsizetype>(5, encoded.size() - i)), out);
-    decoder.finish(out);
-    EXPECT_EQ(out, content);
-    EXPECT_FALSE(decoder.damaged());
+TEST(UuContent, DecodesWhateverTheLineEndsAndTellsAContentCutShort) {
+    const struct {
+        QByteArray encoded;
+        QByteArray decoded;
+        bool damaged;
+    } cases[] = {
+        {"begin 644 a\r\n$86)C9```\r\n`\r\nend\r\n", "abcd", false},
+        {"begin 644 a\n$86)C9\n \nend", "abcd", false}, // blanks taken off line ends
+        {"begin 644 a\n$86)C9```\n", "abcd", true},     // no end
+        {"$86)C9```\nend\n", "", true},                 // no begin
+    };
+    for (const auto& c : cases) {
+        UuContentDecoder decoder;
+        QByteArray out;
+        for (qsizetype i = 0; i < c.encoded.size(); ++i)
+            decoder.feed(c.encoded.constData() + i, 1, out);
+        decoder.finish(out);
+        EXPECT_EQ(out, c.decoded) << c.encoded.constData();
+        EXPECT_EQ(decoder.damaged(), c.damaged) << c.encoded.constData();
+    }
 }
 
 TEST(HeaderText, EncodedWordsComeOutWhole) {

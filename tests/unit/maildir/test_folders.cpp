@@ -210,8 +210,9 @@ TEST_F(MaildirTest, AFetchRightAfterTheListingFollowsAMailMovedOrRemovedMeanwhil
     const QString movedId = ParseMaildirFileName(QFileInfo(moved).fileName()).unique;
     const QString removedId = ParseMaildirFileName(QFileInfo(removed).fileName()).unique;
 
-    // A mail reader marks one mail read (new/ to cur/ with a flag), another program deletes one.
-    const QString seen = root + u"/cur/"_s + movedId + u":2,S"_s;
+    // A sync tool marks one mail read (new/ to cur/ with a flag) and gives it its own mark, as
+    // mbsync does; another program deletes one.
+    const QString seen = root + u"/cur/"_s + movedId + u",U=17:2,S"_s;
     ASSERT_EQ(::rename(QFile::encodeName(moved).constData(), QFile::encodeName(seen).constData()),
               0);
     ASSERT_TRUE(QFile::remove(removed));

@@ -74,7 +74,9 @@ TEST_F(MaildirTest, SaveWritesANewFileWithTheStampUnderAFreshNameKeepingFlagsAnd
     EXPECT_EQ(S(parsed[u"parts"_s].toArray()[1].toObject()[u"text"_s].toString()),
               "Hallo,\n\nanbei drei Dateien.\n");
 
-    // The old id still leads to the mail, and a fresh look shows the stamp.
+    // The old id still leads to the mail, also after a sync tool renamed it, and a fresh look
+    // shows the stamp.
+    ASSERT_TRUE(QFile::rename(now, QString(now).replace(u":2,"_s, u",U=9:2,"_s)));
     const auto again = session().GetMessageFromID(oldId, root);
     ASSERT_TRUE(again.ok()) << S(again.error.description);
     EXPECT_EQ(S(again.value->Mileage().value), "QWKStowaway");

@@ -26,13 +26,12 @@ void Walk(GMimeObject* object, GMimeMultipart* parent, MimeLayout& layout) {
     }
     const QByteArray type = PartMimeType(object);
     if (GMIME_IS_PART(object) && !IsAttachmentDisposition(object)) {
-        const bool named = !PartFileName(object).isEmpty();
-        if (type == "text/plain" && !layout.plainBody && !named) {
-            layout.plainBody = object;
-            return;
-        }
-        if (type == "text/html" && !layout.htmlBody && !named) {
-            layout.htmlBody = object;
+        // Every unnamed text is body text, wherever it stands (Apple Mail puts the text after
+        // an inline picture in a part of its own); the first of each kind is the one the engine
+        // reads and writes.
+        if ((type == "text/plain" || type == "text/html") && PartFileName(object).isEmpty()) {
+            GMimeObject*& first = type == "text/plain" ? layout.plainBody : layout.htmlBody;
+            if (!first) first = object;
             return;
         }
         // A calendar is the body when it is the whole mail or one of its alternatives.

@@ -5,6 +5,7 @@
 #include "host/mime/header_text.h"
 #include "host/mime/mime_params.h"
 #include "host/mime/posix_files.h"
+#include "host/mime/uu_content.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -27,8 +28,10 @@ bool WriteWhole(GMimeStream* sink, const QByteArray& bytes) {
     return g_mime_stream_write(sink, bytes.constData(), std::size_t(bytes.size())) == bytes.size();
 }
 
-OpError WriteBase64(GMimeStream* encoded, GMimeStream* sink, bool* damaged) {
-    Base64ContentDecoder decoder;
+// Decodes with one of the store's own decoders (base64, uuencode).
+template <class Decoder>
+OpError WriteDecoded(GMimeStream* encoded, GMimeStream* sink, bool* damaged) {
+    Decoder decoder;
     QByteArray decoded;
     // Large pieces: each is one write to the attachment's file.
     QByteArray buffer(1 << 20, Qt::Uninitialized);
@@ -121,6 +124,69 @@ void RestoreCutContentEnds(GMimeMessage* message) {
     }
 }
 
+namespace {
+
+// Where the content of `stream` meets a line that starts with one of the boundaries: the end of
+// the content before that line's break; -1 when there is none.
+gint64 BoundaryInContent(GMimeStream* stream, const std::vector<QByteArray>& boundaries) {
+    GMimeStream* whole = stream->super_stream;
+    if (!whole || stream->bound_end <= stream->bound_start) return -1;
+    GRef<GMimeStream> window(
+        g_mime_stream_substream(whole, stream->bound_start, stream->bound_end));
+    GRef<GMimeStream> memory(g_mime_stream_mem_new());
+    if (g_mime_stream_write_to_stream(window.get(), memory.get()) < 0) return -1;
+    const GByteArray* bytes = g_mime_stream_mem_get_byte_array(GMIME_STREAM_MEM(memory.get()));
+    const QByteArray content =
+        QByteArray::fromRawData(reinterpret_cast<const char*>(bytes->data), qsizetype(bytes->len));
+    for (qsizetype line = 0; line < content.size();) {
+        for (const QByteArray& boundary : boundaries) {
+            if (QByteArrayView(content).sliced(line).startsWith(boundary)) {
+                qsizetype end = line;
+                if (end > 0 && content.at(end - 1) == '\n') --end;
+                if (end > 0 && content.at(end - 1) == '\r') --end;
+                return stream->bound_start + end;
+            }
+        }
+        const qsizetype next = content.indexOf('\n', line);
+        if (next < 0) break;
+        line = next + 1;
+    }
+    return -1;
+}
+
+bool CutAtBoundaries(GMimeObject* object, std::vector<QByteArray>& boundaries) {
+    if (GMIME_IS_MULTIPART(object)) {
+        GMimeMultipart* multipart = GMIME_MULTIPART(object);
+        const char* boundary = g_mime_multipart_get_boundary(multipart);
+        if (boundary && *boundary) boundaries.push_back(QByteArray("--") + boundary);
+        bool cut = false;
+        for (int i = 0; i < g_mime_multipart_get_count(multipart); ++i)
+            cut = CutAtBoundaries(g_mime_multipart_get_part(multipart, i), boundaries) || cut;
+        if (boundary && *boundary) boundaries.pop_back();
+        return cut;
+    }
+    if (!GMIME_IS_PART(object) || boundaries.empty()) return false;
+    GMimeDataWrapper* content = g_mime_part_get_content(GMIME_PART(object));
+    GMimeStream* stream = content ? g_mime_data_wrapper_get_stream(content) : nullptr;
+    if (!stream) return false;
+    const gint64 end = BoundaryInContent(stream, boundaries);
+    if (end < 0) return false;
+    GRef<GMimeStream> exact(
+        g_mime_stream_substream(stream->super_stream, stream->bound_start, end));
+    GRef<GMimeDataWrapper> whole(g_mime_data_wrapper_new_with_stream(
+        exact.get(), g_mime_data_wrapper_get_encoding(content)));
+    g_mime_part_set_content(GMIME_PART(object), whole.get());
+    return true;
+}
+
+} // namespace
+
+bool CutContentAtBoundaries(GMimeMessage* message) {
+    std::vector<QByteArray> boundaries;
+    GMimeObject* top = message ? g_mime_message_get_mime_part(message) : nullptr;
+    return top && CutAtBoundaries(top, boundaries);
+}
+
 OpError WritePartContent(GMimeObject* part, GMimeStream* sink, bool* damaged) {
     if (damaged) *damaged = false;
     if (GMIME_IS_MESSAGE_PART(part)) {
@@ -141,7 +207,10 @@ OpError WritePartContent(GMimeObject* part, GMimeStream* sink, bool* damaged) {
         content = corrected.get();
         encoded = exact.get();
     }
-    if (encoding == GMIME_CONTENT_ENCODING_BASE64) return WriteBase64(encoded, sink, damaged);
+    if (encoding == GMIME_CONTENT_ENCODING_BASE64)
+        return WriteDecoded<Base64ContentDecoder>(encoded, sink, damaged);
+    if (encoding == GMIME_CONTENT_ENCODING_UUENCODE)
+        return WriteDecoded<UuContentDecoder>(encoded, sink, damaged);
     if (g_mime_data_wrapper_write_to_stream(content, sink) < 0) return StreamError();
     return OpError::none();
 }
@@ -160,7 +229,9 @@ qint64 PartContentSize(GMimeObject* part, bool* damaged) {
 }
 
 QString PartText(GMimeObject* part) {
-    const QByteArray bytes = PartContent(part, nullptr);
+    // A NUL byte is no text, and the charset conversion would end the text there: a body with
+    // one would lose the rest of its words when written anew.
+    const QByteArray bytes = PartContent(part, nullptr).replace('\0', QByteArray());
     const char* charset = g_mime_object_get_content_type_parameter(part, "charset");
     return DecodeCharset(bytes, charset ? QByteArray(charset) : QByteArray());
 }
