@@ -4,6 +4,7 @@
 #include "addin/data_folder_owner.h"
 #include "addin/folder_watchers.h"
 #include "addin/owner_relay.h"
+#include "common/build_info.h"
 #include "common/folders.h"
 #include "data/data_files.h"
 #include "data/globals.h"
@@ -96,7 +97,7 @@ Options:
   --yes                      answer every question with its first choice
   --no-input                 never ask; take the safe choice (cancel, no)
   -h, --help                 show this help
-  --version                  show the version
+  --version                  show the version and the commit it was built from
 )";
 
 // What a command needs before it runs.
@@ -181,7 +182,8 @@ int ParseOptions(const QStringList& args, CliOptions& opts, QString& command, QT
             return 0;
         } else if (a == QLatin1String("--version")) {
             InitAppCaptions();
-            out << gAppCaption << '\n';
+            out << gAppCaption << "\nstowaway " << PackageVersion() << " (commit " << BuildCommit()
+                << ")\n";
             return 0;
         } else {
             rest << a;

@@ -1,30 +1,57 @@
 #include "common/file_icons.h"
 
 #include <QMimeDatabase>
-#include <QPainter>
-#include <QPixmap>
 
 namespace {
-// A sheet with a folded corner, for a desktop without an icon theme.
-QIcon GenericFileIcon() {
-    QPixmap pixmap(16, 16);
-    pixmap.fill(Qt::transparent);
-    QPainter p(&pixmap);
-    p.setPen(QColor(0x55, 0x55, 0x55));
-    p.setBrush(Qt::white);
-    const QPointF sheet[] = {{2.5, 0.5}, {10.5, 0.5}, {13.5, 3.5}, {13.5, 15.5}, {2.5, 15.5}};
-    p.drawPolygon(sheet, 5);
-    p.drawPolyline(QPolygonF({{10.5, 0.5}, {10.5, 3.5}, {13.5, 3.5}}));
-    p.end();
-    return QIcon(pixmap);
+// A kind of file: the freedesktop icon that stands for it, and the program's own drawing for a
+// desktop whose icon theme has neither that nor the type's icon.
+struct FileKind {
+    const char* themeName;
+    const char* resource;
+};
+
+const FileKind kGeneric = {"application-x-generic", "generic"};
+
+// By the type's own icon name first (some kinds share a generic icon with plain text), then by
+// its generic one.
+const FileKind& KindOf(const QMimeType& type) {
+    static const struct {
+        const char* iconName;
+        FileKind kind;
+    } kKinds[] = {
+        {"text-vcard", {"x-office-address-book", "contact"}},
+        {"text-x-vcard", {"x-office-address-book", "contact"}},
+        {"text-calendar", {"x-office-calendar", "calendar"}},
+        {"message-rfc822", {"mail-message", "mail"}},
+        {"x-office-document", {"x-office-document", "document"}},
+        {"x-office-spreadsheet", {"x-office-spreadsheet", "spreadsheet"}},
+        {"x-office-presentation", {"x-office-presentation", "presentation"}},
+        {"x-office-address-book", {"x-office-address-book", "contact"}},
+        {"x-office-calendar", {"x-office-calendar", "calendar"}},
+        {"image-x-generic", {"image-x-generic", "picture"}},
+        {"audio-x-generic", {"audio-x-generic", "audio"}},
+        {"video-x-generic", {"video-x-generic", "video"}},
+        {"package-x-generic", {"package-x-generic", "archive"}},
+        {"text-x-generic", {"text-x-generic", "text"}},
+        {"text-x-script", {"text-x-script", "text"}},
+        {"text-html", {"text-html", "text"}},
+        {"application-x-executable", {"application-x-executable", "program"}},
+    };
+    for (const QString& name : {type.iconName(), type.genericIconName()})
+        for (const auto& k : kKinds)
+            if (name == QLatin1String(k.iconName)) return k.kind;
+    return kGeneric;
+}
+
+QIcon BundledIcon(const FileKind& kind) {
+    return QIcon(QStringLiteral(":/file_icons/%1.svg").arg(QLatin1String(kind.resource)));
 }
 } // namespace
 
 QIcon GetFileIcon(int /*flags*/, const QString& path) {
-    static const QIcon generic = GenericFileIcon();
     const QMimeType type = QMimeDatabase().mimeTypeForFile(path, QMimeDatabase::MatchExtension);
-    QIcon icon = QIcon::fromTheme(type.iconName());
-    if (icon.isNull()) icon = QIcon::fromTheme(type.genericIconName());
-    if (icon.isNull()) icon = QIcon::fromTheme(QStringLiteral("text-x-generic"));
-    return icon.isNull() ? generic : icon;
+    const FileKind& kind = KindOf(type);
+    for (const QString& name : {type.iconName(), QString::fromLatin1(kind.themeName)})
+        if (!name.isEmpty() && QIcon::hasThemeIcon(name)) return QIcon::fromTheme(name);
+    return BundledIcon(kind);
 }

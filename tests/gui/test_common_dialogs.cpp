@@ -303,13 +303,29 @@ class TestCommonDialogs : public QObject {
         QVERIFY(!GetFileIcon(257, name).pixmap(16, 16).isNull());
     }
 
-    // An existing file gets the icon of its name, not of its content.
-    void existingFileByNameAlone() {
+    // Every kind of file has an icon of its own, never the generic one, with the desktop's
+    // icon theme and with none at all; an existing file gets the icon of its name, not of its
+    // content.
+    void fileIconsByKind_data() {
+        QTest::addColumn<bool>("theme");
+        QTest::newRow("desktop's icon theme") << true;
+        QTest::newRow("no icon theme") << false;
+    }
+    void fileIconsByKind() {
+        QFETCH(bool, theme);
         SetUpIconTheme();
+        if (!theme) QIcon::setThemeSearchPaths({TestEnv::home() + u"/no-icons"_s});
         auto image = [](const QString& name) {
             return GetFileIcon(257, name).pixmap(16, 16).toImage();
         };
-        QVERIFY(image(u"a.png"_s) != image(u"a.txt"_s));
+        QList<QImage> seen{image(u"data.qqqzz"_s)};
+        for (const char* name :
+             {"Rechnung.pdf", "scan.png", "backup.zip", "notes.txt", "song.mp3", "clip.mp4",
+              "table.ods", "slides.pptx", "card.vcf", "invite.ics", "forwarded.eml", "setup.exe"}) {
+            const QImage icon = image(QString::fromLatin1(name));
+            QVERIFY2(!seen.contains(icon), name);
+            seen << icon;
+        }
         const QString path = TestEnv::home() + u"/looks-like.png"_s;
         QFile f(path);
         QVERIFY(f.open(QIODevice::WriteOnly));

@@ -52,6 +52,7 @@ TEST_F(StowawayCommandTest, CommandLinesAreCheckedAndSayWhatIsWrong) {
          {}},
         {{u"settings"_s, u"CurrLang"_s, u"7"_s}, 2, u"(0 German, 1 English)"_s, {}},
         {{u"settings"_s, u"Nonsense"_s, u"1"_s}, 2, u"unknown setting 'Nonsense'"_s, {}},
+        {{u"--version"_s}, 0, {}, u"Quillworks Stowaway v2.50\nstowaway 2.50 (commit "_s},
         {{u"settings"_s, u"swactive"_s, u"1"_s}, 0, {}, u"SWActive=1"_s},
         {{u"settings"_s, u"MarkMail"_s, u"2"_s}, 0, {}, u"MarkMail=2"_s}, // the subject's end
         {{u"settings"_s, u"MarkMail"_s, u"3"_s},

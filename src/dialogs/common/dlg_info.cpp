@@ -1,5 +1,6 @@
 #include "dialogs/common/dlg_info.h"
 
+#include "common/build_info.h"
 #include "common/folders.h"
 #include "common/lang.h"
 #include "data/log.h"
@@ -30,6 +31,12 @@ dlgInfo::dlgInfo(QWidget* parent) : QDialog(parent) {
     about->setObjectName(QStringLiteral("lblAbout"));
     SetTag(about, QStringLiteral("Speichert Mail-Anhänge automatisch nach Ihren Regeln.||Saves "
                                  "mail attachments automatically, by your rules.|"));
+    auto* version = new QLabel(this);
+    version->setObjectName(QStringLiteral("lblVersion"));
+    version->setText(
+        LangText(QStringLiteral("Paket %1, Commit %2"), QStringLiteral("Package %1, commit %2"))
+            .arg(PackageVersion(), BuildCommit()));
+    version->setTextInteractionFlags(Qt::TextSelectableByMouse);
     auto* where = new QLabel(this);
     where->setObjectName(QStringLiteral("lblDataFolder"));
     where->setTextFormat(Qt::PlainText);
@@ -42,11 +49,12 @@ dlgInfo::dlgInfo(QWidget* parent) : QDialog(parent) {
     SetTag(close, QStringLiteral("Schließen||Close|"));
     connect(buttons, &QDialogButtonBox::rejected, this, &QDialog::reject);
     auto* grid = new QGridLayout(this);
-    grid->addWidget(icon, 0, 0, 3, 1, Qt::AlignTop);
+    grid->addWidget(icon, 0, 0, 4, 1, Qt::AlignTop);
     grid->addWidget(caption, 0, 1);
     grid->addWidget(about, 1, 1);
-    grid->addWidget(where, 2, 1);
-    grid->addWidget(buttons, 3, 0, 1, 2);
+    grid->addWidget(version, 2, 1);
+    grid->addWidget(where, 3, 1);
+    grid->addWidget(buttons, 4, 0, 1, 2);
     TranslateForm(this);
 }
 

@@ -1,5 +1,6 @@
 #pragma once
-// The info dialog: the product's caption, its version and where it keeps its files.
+// The info dialog: the product's caption, the package version and commit it was built from,
+// and where it keeps its files.
 #include <QDialog>
 
 class dlgInfo : public QDialog {
