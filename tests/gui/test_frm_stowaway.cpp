@@ -252,7 +252,8 @@ class TestFrmStowaway : public QObject {
         Child<QAbstractButton>(&form, u"btnHelp"_s)->click();
         QCOMPARE(int(m_user.questions().size()), 1);
         QCOMPARE(m_user.questions().front().icon, 64);
-        QVERIFY(m_user.questions().front().prompt.startsWith(u"Sie finden eine Kurz-Anleitung"_s));
+        QVERIFY(
+            m_user.questions().front().prompt.startsWith(u"Die Anleitung wurde nicht gefunden:"_s));
     }
 
   private:

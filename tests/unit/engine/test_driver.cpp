@@ -231,11 +231,13 @@ TEST_F(EngineTest, AMailThatCannotBeFetchedIsReportedAndTheWalkGoesOn) {
     EXPECT_EQ(filesIn(out()), QStringList{u"b.pdf"_s});
     const auto boxes = user.questions(Kind::MessageBox);
     ASSERT_GE(boxes.size(), 1u);
-    EXPECT_EQ(boxes[0].prompt, u"Fehler bei Zugriff auf Nachricht via RDO: Object not found"_s);
+    EXPECT_EQ(boxes[0].prompt,
+              u"Fehler bei Zugriff auf Nachricht via Mail-Speicher: Object not found"_s);
     EXPECT_EQ(boxes[0].icon, 48);
     // An "!" line: written with the LOG off too.
-    EXPECT_EQ(logLines(),
-              QStringList{u"! Fehler bei Zugriff auf Nachricht via RDO: Object not found"_s});
+    EXPECT_EQ(
+        logLines(),
+        QStringList{u"! Fehler bei Zugriff auf Nachricht via Mail-Speicher: Object not found"_s});
 }
 
 TEST_F(EngineTest, TheTestDialogDescribesEachAttachmentAndCanEndTheRun) {
