@@ -45,10 +45,6 @@ TEST_F(Shell, OpenHandsTheTargetToTheDesktopAndAFailureOrTheUnavailableBeepsAndS
          u"Client konnte nicht gestartet werden...\n\nTried: open with the desktop's program "
          u"(xdg-open): /nowhere/x.pdf\nReason: the desktop gave no reason"_s,
          MsgIcon::Information, u"!!! Problem !!!"_s},
-        {"failed open", 0, [&] { OpenWithShell(u"/nowhere/x.pdf"_s); },
-         u"Client konnte nicht gestartet werden...\n\nVersucht: mit dem Programm des Desktops "
-         u"öffnen (xdg-open): /nowhere/x.pdf\nGrund: der Desktop hat keinen Grund genannt"_s,
-         MsgIcon::Information, u"!!! Problem !!!"_s},
         {"not available", 0, ShowNotAvailable, u"Funktion noch nicht freigegeben..."_s,
          MsgIcon::Exclamation, u"Quillworks Stowaway v2.50"_s},
         {"not available", 1, ShowNotAvailable, u"Function not available yet..."_s,
