@@ -6,6 +6,7 @@
 #include "addin/owner_relay.h"
 #include "common/build_info.h"
 #include "common/folders.h"
+#include "common/paths.h"
 #include "data/data_files.h"
 #include "data/globals.h"
 #include "data/settings.h"
@@ -152,7 +153,7 @@ int ParseOptions(const QStringList& args, CliOptions& opts, QString& command, QT
                 err << "stowaway: --maildir needs a path\n";
                 return 2;
             }
-            store = path;
+            store = ExpandHome(path);
         } else if (a == QLatin1String("--store") || a.startsWith(QLatin1String("--store=")) ||
                    a == QLatin1String("--password-command") ||
                    a.startsWith(QLatin1String("--password-command="))) {

@@ -6,11 +6,14 @@
 #include "addin/service_loop.h"
 #include "common/dates.h"
 #include "common/folders.h"
+#include "common/paths.h"
+#include "common/text.h"
 #include "data/data_files.h"
 #include "data/globals.h"
 #include "data/log.h"
 #include "data/protocol.h"
 #include "data/settings.h"
+#include "engine/proto_record.h"
 #include "ui/user_interaction.h"
 
 #include <QCoreApplication>
@@ -263,7 +266,7 @@ QString ParseExtrasArgs(const QStringList& args, ExtrasArgs& a) {
         return QStringLiteral("--keep-structure, --remove and --links go with --to DIR");
     if (a.links && !a.remove)
         return QStringLiteral("--links needs --remove: links are written for removed attachments");
-    if (to) a.targetDir = QDir::cleanPath(QDir(a.targetDir).absolutePath());
+    if (to) a.targetDir = QDir::cleanPath(QDir(ExpandHome(a.targetDir)).absolutePath());
     return {};
 }
 
@@ -371,26 +374,29 @@ int CmdProtocol(const CliOptions& opts, CliContext& ctx) {
         return 2;
     }
     auto fieldOf = [&](const udtProtoEntry& e) -> QString {
-        if (field == QLatin1String("rule")) return e.Rule().get();
-        if (field == QLatin1String("sender")) return e.Sender().get();
-        if (field == QLatin1String("recipient")) return e.Recipient().get();
-        if (field == QLatin1String("folder")) return e.Folder().get();
-        if (field == QLatin1String("format")) return e.FileFormat().get();
-        if (field == QLatin1String("project")) return e.Project().get();
-        if (field == QLatin1String("mail")) return e.Mail().get();
-        return e.State().get();
+        if (field == QLatin1String("rule")) return StripAtNull(e.Rule().get());
+        if (field == QLatin1String("sender")) return StripAtNull(e.Sender().get());
+        if (field == QLatin1String("recipient")) return StripAtNull(e.Recipient().get());
+        if (field == QLatin1String("folder")) return StripAtNull(e.Folder().get());
+        if (field == QLatin1String("format")) return StripAtNull(e.FileFormat().get());
+        if (field == QLatin1String("project")) return StripAtNull(e.Project().get());
+        if (field == QLatin1String("mail")) return StripAtNull(e.Mail().get());
+        return StripAtNull(e.State().get());
     };
     int shown = 0;
     for (int i = 1; i <= ProtoEntries.count(); ++i) {
         const udtProtoEntry& e = ProtoEntries[i];
         if (!field.isEmpty() && !fieldOf(e).contains(value, Qt::CaseInsensitive)) continue;
         ++shown;
-        ctx.out << FormatDate(e.Date, QStringLiteral("General Date")) << "  " << e.State().get()
-                << "  " << e.Folder().get() << e.Attachment().get() << "\n    rule "
-                << e.Rule().get() << ", from " << e.Sender().get() << ", mail \"" << e.Mail().get()
-                << "\"\n";
+        const QString state = StripAtNull(e.State().get());
+        ctx.out << FormatDate(e.Date, QStringLiteral("General Date")) << "  " << state << " ("
+                << ProtoStateMeaning(state) << ")  " << StripAtNull(e.Folder().get())
+                << StripAtNull(e.Attachment().get()) << "\n    rule " << StripAtNull(e.Rule().get())
+                << ", from " << StripAtNull(e.Sender().get()) << ", mail \""
+                << StripAtNull(e.Mail().get()) << "\"\n";
     }
     ctx.out << shown << " of " << ProtoEntries.count() << " entries\n";
+    if (shown > 0) ctx.out << ProtoStateLegend() << '\n';
     return 0;
 }
 

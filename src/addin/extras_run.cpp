@@ -9,6 +9,7 @@
 #include "engine/driver.h"
 #include "engine/engine_log.h"
 #include "engine/notification.h"
+#include "engine/proto_record.h"
 #include "ui/user_interaction.h"
 
 #include <QLocale>
@@ -102,8 +103,8 @@ void Refuse(const char* german, const char* english) {
 bool RunRefused(const ExtrasRunOptions& options, const std::vector<ExtrasRow>& rows) {
     if (options.mode == ExtrasMode::Overview) return true;
     if (!options.sourceFolder) {
-        Refuse("Bitte 'Speichern aus'-Ordner (Outlook) wählen...",
-               "Please choose 'Save from' folder (Outlook)...");
+        Refuse("Bitte 'Speichern aus'-Ordner (Mail) wählen...",
+               "Please choose 'Save from' folder (mail)...");
         return true;
     }
     if (options.mode == ExtrasMode::ToFolder) {
@@ -236,6 +237,8 @@ ExtrasRunSummary RunExtras(const ExtrasRunOptions& options, const std::vector<Ex
 
     BusyPointer busy;
     ShowProgress(0, 0, status);
+    const PassedOverRecord passedOver;
+    const int32_t protoBefore = ProtoEntries.count();
     SWRun = !SWTest;
     const bool byRules = options.mode == ExtrasMode::ByRules;
     const udtRule special = byRules ? udtRule{} : ExtrasSpecialRule(options);
@@ -272,8 +275,79 @@ ExtrasRunSummary RunExtras(const ExtrasRunOptions& options, const std::vector<Ex
     SWRun = false;
     FlushProtocol(); // on disk before the user is told it is done
     ShowProgress(-1, -1, status);
+    // New entries stand at the head of the protocol.
+    QStringList failedSaves;
+    for (int32_t i = 1; i <= ProtoEntries.count() - protoBefore; ++i) {
+        const udtProtoEntry& e = ProtoEntries[static_cast<size_t>(i)];
+        const QString state = e.State().get();
+        if (!state.startsWith(QLatin1Char('!'))) {
+            ++summary.filesSaved;
+            continue;
+        }
+        ++summary.filesFailed;
+        failedSaves << e.Folder().get() + e.Attachment().get() + QStringLiteral(": ") +
+                           ProtoStateMeaning(state);
+    }
+    for (const PassedOverRecord::Entry& e : passedOver.entries())
+        if (e.attachment.isEmpty()) ++summary.mailsPassedOver;
     PlaySystemSound(QStringLiteral("SystemAsterisk"));
-    ui().messageBox(LangText(QStringLiteral("Fertig..."), QStringLiteral("Done...")),
-                    MsgButtons::OK, MsgIcon::Information, gAppCaption);
+    ui().messageBoxWithDetails(ExtrasDoneText(summary, passedOver.entries()),
+                               ExtrasDoneDetails(passedOver.entries(), failedSaves), gAppCaption);
     return summary;
+}
+
+QString ExtrasDoneText(const ExtrasRunSummary& summary,
+                       const std::vector<PassedOverRecord::Entry>& passedOver) {
+    const auto n = [](int count) { return QString::number(count); };
+    QStringList lines{LangText(QStringLiteral("Fertig..."), QStringLiteral("Done...")), QString()};
+    lines << (SWTest ? LangText(QStringLiteral("%1 Datei(en) würden gespeichert (Testlauf)."),
+                                QStringLiteral("%1 file(s) would be saved (test run)."))
+                     : LangText(QStringLiteral("%1 Datei(en) gespeichert."),
+                                QStringLiteral("%1 file(s) saved.")))
+                 .arg(summary.filesSaved);
+    if (summary.mailsPassedOver > 0) {
+        // The reasons in the order they first came up, each with its count.
+        QStringList reasons;
+        QList<int> counts;
+        for (const PassedOverRecord::Entry& e : passedOver) {
+            if (!e.attachment.isEmpty()) continue;
+            const qsizetype at = reasons.indexOf(e.reason);
+            if (at < 0) {
+                reasons << e.reason;
+                counts << 1;
+            } else {
+                ++counts[at];
+            }
+        }
+        QStringList parts;
+        for (qsizetype i = 0; i < reasons.size(); ++i)
+            parts << n(counts.at(i)) + QLatin1Char(' ') + reasons.at(i);
+        lines << LangText(QStringLiteral("%1 Nachricht(en) übergangen: "),
+                          QStringLiteral("%1 mail(s) passed over: "))
+                         .arg(summary.mailsPassedOver) +
+                     parts.join(QStringLiteral(", ")) + QLatin1Char('.');
+    }
+    if (summary.filesFailed > 0)
+        lines << LangText(QStringLiteral("%1 Datei(en) konnten nicht gespeichert werden."),
+                          QStringLiteral("%1 file(s) could not be saved."))
+                     .arg(summary.filesFailed);
+    if (summary.rowsFailed > 0)
+        lines << LangText(QStringLiteral("%1 Nachricht(en) nicht erreichbar."),
+                          QStringLiteral("%1 mail(s) could not be reached."))
+                     .arg(summary.rowsFailed);
+    if (summary.stoppedEarly)
+        lines << LangText(QStringLiteral("Der Lauf endete vorzeitig."),
+                          QStringLiteral("The run stopped early."));
+    return lines.join(QLatin1Char('\n'));
+}
+
+QStringList ExtrasDoneDetails(const std::vector<PassedOverRecord::Entry>& passedOver,
+                              const QStringList& failedSaves) {
+    QStringList lines;
+    for (const PassedOverRecord::Entry& e : passedOver) {
+        QString what = QLatin1Char('"') + e.mail + QLatin1Char('"');
+        if (!e.attachment.isEmpty()) what += QStringLiteral(", ") + e.attachment;
+        lines << what + QStringLiteral(": ") + e.reason;
+    }
+    return lines + failedSaves;
 }

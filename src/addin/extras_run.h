@@ -3,6 +3,7 @@
 // a chosen folder (and its subfolders), and the run that saves their attachments into one folder
 // or by the rules. The options dialog's Extras tab and `stowaway extras` both use it.
 #include "data/records.h"
+#include "engine/driver.h"
 #include "host/mail_store.h"
 
 #include <QString>
@@ -78,7 +79,18 @@ struct ExtrasRunSummary {
     int rowsDone = 0;          // ticked rows handed to the engine
     int rowsFailed = 0;        // ticked rows whose mail could not be reached
     bool stoppedEarly = false; // the engine answered False
+    int filesSaved = 0;        // protocol entries of the run (a test run's count too)
+    int filesFailed = 0;       // its entries of a failed save
+    int mailsPassedOver = 0;   // mails the engine left aside (read, stamped, no attachment)
 };
+
+// The text of the closing box: "Fertig..." / "Done...", then what the run did, the passed-over
+// mails counted by their reasons.
+QString ExtrasDoneText(const ExtrasRunSummary& summary,
+                       const std::vector<PassedOverRecord::Entry>& passedOver);
+// The box's list: each passed-over mail or attachment and each failed save, with the reason.
+QStringList ExtrasDoneDetails(const std::vector<PassedOverRecord::Entry>& passedOver,
+                              const QStringList& failedSaves);
 
 // The one-off rule of the "Save to" mode.
 udtRule ExtrasSpecialRule(const ExtrasRunOptions& options);

@@ -67,11 +67,10 @@ void clsAddinSpecific::InitAddin(HostEnvironment& host) {
         const QString description =
             session.error ? session.error.description : QStringLiteral("No mail store");
         ui().beep();
-        ui().messageBox(
-            LangText(QStringLiteral("Fehler bei Initialisierung der RDO-Schnittstelle: "),
-                     QStringLiteral("Error initializing RDO: ")) +
-                description,
-            MsgButtons::OK, MsgIcon::Exclamation, gAppCaption);
+        ui().messageBox(LangText(QStringLiteral("Fehler bei Initialisierung des Mail-Speichers: "),
+                                 QStringLiteral("Error opening the mail store: ")) +
+                            description,
+                        MsgButtons::OK, MsgIcon::Exclamation, gAppCaption);
         return;
     }
     gSession = session.value;

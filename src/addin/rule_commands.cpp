@@ -3,10 +3,13 @@
 #include "addin/cli_commands.h"
 
 #include "common/folders.h"
+#include "common/paths.h"
+#include "common/text.h"
 #include "data/globals.h"
 #include "data/project_edits.h"
 #include "data/rule_edits.h"
 #include "data/rule_json.h"
+#include "engine/attachment_actions.h"
 #include "ui/user_interaction.h"
 
 #include <QDir>
@@ -38,29 +41,31 @@ QString ConflictText(const udtRule& r) {
     return word.isEmpty() ? QStringLiteral("replace") : word;
 }
 
+// A field never set (all NULs) lists as empty; the data file keeps its bytes.
 void ListRules(QTextStream& out) {
     if (Rules.count() == 0) out << "No rules.\n";
     for (int i = 1; i <= Rules.count(); ++i) {
         const udtRule& r = Rules[i];
-        out << i << ". " << r.Name.get() << (IsTrue(r.Active) ? "" : "  (inactive)") << '\n';
+        const auto shown = [](const auto& field) { return StripAtNull(field.get()); };
+        out << i << ". " << shown(r.Name) << (IsTrue(r.Active) ? "" : "  (inactive)") << '\n';
         QStringList criteria;
-        if (IsTrue(r.CheckSender)) criteria << QStringLiteral("sender %1").arg(r.Sender.get());
-        if (IsTrue(r.CheckRecp)) criteria << QStringLiteral("recipient %1").arg(r.Recipient.get());
+        if (IsTrue(r.CheckSender)) criteria << QStringLiteral("sender %1").arg(shown(r.Sender));
+        if (IsTrue(r.CheckRecp)) criteria << QStringLiteral("recipient %1").arg(shown(r.Recipient));
         if (IsTrue(r.CheckSubj))
-            criteria << QStringLiteral("subject contains \"%1\"").arg(r.Subject.get());
+            criteria << QStringLiteral("subject contains \"%1\"").arg(shown(r.Subject));
         if (IsTrue(r.CheckFileFormat))
-            criteria << QStringLiteral("format %1").arg(r.FileFormat.get());
+            criteria << QStringLiteral("format %1").arg(shown(r.FileFormat));
         out << "   matches: "
             << (criteria.isEmpty() ? QStringLiteral("every mail")
                                    : criteria.join(QStringLiteral(", ")))
             << '\n';
-        out << "   saves:   " << SaveByText(r) << ", under " << r.Folder.get()
+        out << "   saves:   " << SaveByText(r) << ", under " << shown(r.Folder)
             << ", on a conflict: " << ConflictText(r) << '\n';
         QStringList actions;
         if (IsTrue(r.DelAttach)) actions << QStringLiteral("remove attachments");
         if (IsTrue(r.Hyperlink)) actions << QStringLiteral("write links");
         if (IsTrue(r.Notify)) actions << QStringLiteral("notify");
-        if (!r.Execute.get().isEmpty()) actions << QStringLiteral("run %1").arg(r.Execute.get());
+        if (HasApplication(r)) actions << QStringLiteral("run %1").arg(shown(r.Execute));
         if (!actions.isEmpty()) out << "   then:    " << actions.join(QStringLiteral(", ")) << '\n';
     }
 }
@@ -76,8 +81,10 @@ int PickRecord(const QString& text, int count, const std::function<int(const QSt
     return index;
 }
 
-// A folder typed on the command line: relative to the caller's folder.
-QString TypedFolder(const QString& text) {
+// A folder typed on the command line: "~" is the home folder, a relative one is taken from the
+// caller's folder.
+QString TypedFolder(const QString& typed) {
+    const QString text = ExpandHome(typed);
     if (text.isEmpty() || text.startsWith(QLatin1Char('/'))) return text;
     return QDir::cleanPath(QDir::current().absoluteFilePath(text));
 }

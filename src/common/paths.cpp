@@ -2,6 +2,8 @@
 
 #include "common/vbstring.h"
 
+#include <QDir>
+
 namespace {
 constexpr QChar kSep = QLatin1Char('/');
 
@@ -54,4 +56,10 @@ QString GetLastPathPart(const QString& path) {
     const QString p = StripBackslash(path);
     const qsizetype pos = LastPos(p, kSep);
     return pos == 0 ? QString() : p.mid(pos);
+}
+
+QString ExpandHome(const QString& path) {
+    if (path == QLatin1String("~") || path.startsWith(QLatin1String("~/")))
+        return QDir::homePath() + path.mid(1);
+    return path;
 }

@@ -11,3 +11,6 @@ QString GetBaseName(const QString& path);
 QString GetExtensionUpper(const QString& name);
 QString GetParentFolder(const QString& path);
 QString GetLastPathPart(const QString& path);
+
+// "~" and "~/..." as the home folder (a shell's habit); every other text as it is.
+QString ExpandHome(const QString& path);

@@ -18,9 +18,20 @@ void OpenWithShell(const QString& target) {
     ui().pumpEvents();
     if (exec.EPError()) {
         ui().beep();
-        ui().messageBox(QStringLiteral("Client konnte nicht gestartet werden..."), MsgButtons::OK,
+        ui().messageBox(OpenFailureText(target, ui().openFailure()), MsgButtons::OK,
                         MsgIcon::Information, QStringLiteral("!!! Problem !!!"));
     }
+}
+
+QString OpenFailureText(const QString& target, const QString& why) {
+    return QStringLiteral("Client konnte nicht gestartet werden...\n\n") +
+           LangText(QStringLiteral("Versucht: mit dem Programm des Desktops öffnen (xdg-open): "),
+                    QStringLiteral("Tried: open with the desktop's program (xdg-open): ")) +
+           target + QLatin1Char('\n') +
+           LangText(QStringLiteral("Grund: "), QStringLiteral("Reason: ")) +
+           (why.isEmpty() ? LangText(QStringLiteral("der Desktop hat keinen Grund genannt"),
+                                     QStringLiteral("the desktop gave no reason"))
+                          : why);
 }
 
 void ShowNotAvailable() {

@@ -8,7 +8,7 @@ QString CleanFileName(const QString& name);
 // Replaces & and 15 other characters (umlauts, sharp s, euro, ...) by their entities; nothing
 // else, not even < and >.
 QString HtmlEncode(const QString& text);
-// Cuts the text before its first NUL.
+// Cuts the text before its first NUL: a fixed field never set (all NULs) is shown as empty.
 QString StripAtNull(const QString& text);
 // high * 65536 + low, the top bit of high becoming the sign; low counts as an unsigned word.
 int32_t MakeLong(int16_t low, int16_t high);

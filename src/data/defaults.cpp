@@ -4,6 +4,10 @@
 #include "common/lang.h"
 #include "ui/user_interaction.h"
 
+#include <QCoreApplication>
+#include <QDir>
+#include <QFileInfo>
+
 namespace {
 QString T(const char* german, const char* english) {
     return LangText(QString::fromUtf8(german), QString::fromUtf8(english));
@@ -41,7 +45,7 @@ std::vector<udtRule> SampleRules() {
     byDate.Sender = QStringLiteral("invoices@example.com");
     byDate.SaveBy = SaveBy::Date;
     byDate.SaveFormat = SaveFormat::YearMonthDay;
-    byDate.Folder = DocumentsFolder() + T("Outlook-Anhänge", "Outlook Attachments");
+    byDate.Folder = DocumentsFolder() + T("Mail-Anhänge", "Mail Attachments");
     byDate.DelAttach = vbTrue;
     byDate.Notify = vbTrue;
 
@@ -52,7 +56,7 @@ std::vector<udtRule> SampleRules() {
     bySender.Recipient = QStringLiteral("projects@example.org");
     bySender.SaveBy = SaveBy::Sender;
     bySender.SaveFormat = SaveFormat::Name;
-    bySender.Folder = DocumentsFolder() + T("Outlook-Anhänge", "Outlook Attachments");
+    bySender.Folder = DocumentsFolder() + T("Mail-Anhänge", "Mail Attachments");
     bySender.DelAttach = vbTrue;
     bySender.Hyperlink = vbTrue;
 
@@ -188,4 +192,17 @@ std::vector<udtBlockedFormat> DefaultBlockedFormats() {
         rows.push_back(
             AddBlockedFormat(QString::fromUtf8(row[0]), QString::fromUtf8(row[1]), true));
     return rows;
+}
+
+QString InstalledManualPath() {
+    return QStringLiteral("/usr/share/doc/stowaway/README.md");
+}
+
+QString DefaultManual() {
+    const QString besideProgram =
+        QCoreApplication::applicationDirPath() + QStringLiteral("/../share/doc/stowaway/README.md");
+    for (const QString& candidate :
+         {besideProgram, InstalledManualPath(), QStringLiteral(STOWAWAY_SOURCE_README)})
+        if (QFileInfo(candidate).isFile()) return QDir::cleanPath(candidate);
+    return InstalledManualPath();
 }

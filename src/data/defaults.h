@@ -25,6 +25,13 @@ std::vector<udtProject> SampleProjects();
 // the inactive error record.
 udtWatchFolder DefaultInboxRecord(const InboxLookup& inbox);
 
+// Where the package installs the manual.
+QString InstalledManualPath();
+// The manual the setting Doku starts with: the installed one (beside the program's prefix, then
+// the system's), else the README of the sources the program was built from; the installed path
+// when there is none.
+QString DefaultManual();
+
 // One row of the blocked-format table: extension upper-cased and cut to 3, description cut to
 // 30, Active True, System as given.
 udtBlockedFormat AddBlockedFormat(const QString& ext, const QString& description, bool system);

@@ -3,6 +3,7 @@
 #include "common/folders.h"
 #include "common/lang.h"
 #include "common/vbstring.h"
+#include "data/defaults.h"
 #include "data/globals.h"
 #include "data/log.h"
 
@@ -170,6 +171,9 @@ const QList<SettingInfo>& KnownSettings() {
     };
     // The first start's language follows the desktop's locale, which may change between calls.
     kSettings[0].defaultValue = DefaultCurrLang();
+    // The manual is wherever this program's package or build put it.
+    for (SettingInfo& s : kSettings)
+        if (s.key == QLatin1String("Doku")) s.defaultValue = DefaultManual();
     return kSettings;
 }
 

@@ -6,6 +6,7 @@
 #include "addin/service_loop.h"
 #include "common/folders.h"
 #include "common/lang.h"
+#include "common/paths.h"
 #include "data/data_files.h"
 #include "data/globals.h"
 #include "data/log.h"
@@ -76,9 +77,9 @@ bool ParseGuiArguments(const QStringList& args, GuiOptions& options, QString& er
         } else if (arg.startsWith(QLatin1String("--password-command=")) && arg.size() > 19) {
             options.passwordCommand = arg.mid(19);
         } else if (arg == QLatin1String("--maildir") && i + 1 < args.size()) {
-            options.maildir = args.at(++i);
+            options.maildir = ExpandHome(args.at(++i));
         } else if (arg.startsWith(QLatin1String("--maildir=")) && arg.size() > 10) {
-            options.maildir = arg.mid(10);
+            options.maildir = ExpandHome(arg.mid(10));
         } else {
             error = QStringLiteral("stowaway-gui: unknown argument: ") + arg + QLatin1Char('\n') +
                     GuiUsage();
@@ -221,6 +222,8 @@ int StowawayGuiApp::exec(DataFolderOwner* owner) {
 void StowawayGuiApp::showOptions() {
     if (!m_options) m_options = std::make_unique<frmStowaway>();
     if (m_options->isVisible()) {
+        // A minimized dialog comes back as it was; raising alone leaves it in the task bar.
+        m_options->setWindowState(m_options->windowState() & ~Qt::WindowMinimized);
         m_options->raise();
         m_options->activateWindow();
         WriteLog("Options dialog raised");

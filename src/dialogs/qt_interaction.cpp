@@ -1,5 +1,8 @@
 #include "dialogs/qt_interaction.h"
 
+#include "common/lang.h"
+#include "common/shell.h"
+
 #include "dialogs/common/msgboxex.h"
 #include "dialogs/common/pick_folder.h"
 #include "dialogs/common/systray.h"
@@ -7,9 +10,11 @@
 #include <QApplication>
 #include <QDesktopServices>
 #include <QDir>
+#include <QElapsedTimer>
 #include <QFileDialog>
 #include <QFileInfo>
 #include <QMessageBox>
+#include <QProcess>
 #include <QSoundEffect>
 #include <QUrl>
 
@@ -71,6 +76,38 @@ QString ThemeSoundFile(const QString& name) {
                         QStringLiteral(".wav");
     return QFileInfo::exists(wav) ? wav : QString();
 }
+
+// Milliseconds within which an exit of xdg-open tells of the opening.
+constexpr qint64 kOpenVerdictMs = 10000;
+
+// Why xdg-open failed, by its exit code, with its own last line.
+QString XdgOpenReason(int code, const QString& errorOutput) {
+    QString why;
+    switch (code) {
+    case 2:
+        why = LangText(QStringLiteral("die Datei oder den Ordner gibt es nicht"),
+                       QStringLiteral("there is no such file or folder"));
+        break;
+    case 3:
+        why = LangText(QStringLiteral("der Desktop hat kein Programm dafür (kein Dateimanager "
+                                      "oder Standardprogramm eingerichtet)"),
+                       QStringLiteral("the desktop has no program for it (no file manager or "
+                                      "default application is set up)"));
+        break;
+    case 4:
+        why = LangText(QStringLiteral("das Programm dafür konnte es nicht öffnen"),
+                       QStringLiteral("the program for it could not open it"));
+        break;
+    default:
+        why = LangText(QStringLiteral("xdg-open endete mit %1"),
+                       QStringLiteral("xdg-open ended with %1"))
+                  .arg(code);
+    }
+    const QStringList lines = errorOutput.trimmed().split(QLatin1Char('\n'));
+    if (!lines.last().isEmpty())
+        why += QStringLiteral(" (") + lines.last().trimmed() + QLatin1Char(')');
+    return why;
+}
 } // namespace
 
 QString QtFileFilter(const QString& classicFilter) {
@@ -115,6 +152,17 @@ MsgAnswer QtUserInteraction::messageBox(const QString& prompt, MsgButtons button
         if (b.button == pressed) return b.answer;
     // Closed without a button: the box's escape answer, else its first.
     return set.size() > 1 ? set.back().answer : set.front().answer;
+}
+
+void QtUserInteraction::messageBoxWithDetails(const QString& prompt, const QStringList& details,
+                                              const QString& title) {
+    QMessageBox box(QMessageBox::Information, title, prompt, QMessageBox::Ok,
+                    QApplication::activeWindow());
+    box.setObjectName(QStringLiteral("msgBox"));
+    // The box's own "Show Details..." button opens the list.
+    if (!details.isEmpty()) box.setDetailedText(details.join(QLatin1Char('\n')));
+    box.setWindowFlag(Qt::WindowStaysOnTopHint, true);
+    box.exec();
 }
 
 int QtUserInteraction::msgBoxEx(const MsgBoxExRequest& request) {
@@ -171,11 +219,45 @@ bool QtUserInteraction::playSound(const QString& sound) {
 }
 
 bool QtUserInteraction::openWithShell(const QString& target) {
-    const QUrl url =
-        target.contains(QStringLiteral("://")) || target.startsWith(QLatin1String("mailto:"))
-            ? QUrl(target)
-            : QUrl::fromLocalFile(target);
-    return QDesktopServices::openUrl(url);
+    m_openFailure.clear();
+    const bool local =
+        !target.contains(QStringLiteral("://")) && !target.startsWith(QLatin1String("mailto:"));
+    if (local && !QFileInfo::exists(target)) {
+        m_openFailure = LangText(QStringLiteral("die Datei oder den Ordner gibt es nicht"),
+                                 QStringLiteral("there is no such file or folder"));
+        return false;
+    }
+    const QUrl url = local ? QUrl::fromLocalFile(target) : QUrl(target);
+    // xdg-open says when the desktop has nothing to open the target with; Qt's own call only
+    // says whether xdg-open started. A failure comes within moments; later on, xdg-open may be
+    // waiting for the program it started, and its end says nothing about the opening.
+    auto* process = new QProcess(qApp);
+    process->setProgram(QStringLiteral("xdg-open"));
+    process->setArguments({local ? target : url.toString()});
+    process->setStandardOutputFile(QProcess::nullDevice());
+    process->start();
+    if (!process->waitForStarted(5000)) {
+        delete process;
+        if (QDesktopServices::openUrl(url)) return true;
+        m_openFailure = LangText(QStringLiteral("xdg-open (Paket xdg-utils) fehlt"),
+                                 QStringLiteral("xdg-open (package xdg-utils) is missing"));
+        return false;
+    }
+    QElapsedTimer clock;
+    clock.start();
+    QObject::connect(
+        process, &QProcess::finished, process,
+        [this, process, target, clock](int code, QProcess::ExitStatus status) {
+            process->deleteLater();
+            if (status != QProcess::NormalExit || code == 0 || clock.elapsed() > kOpenVerdictMs)
+                return;
+            const QString why =
+                XdgOpenReason(code, QString::fromLocal8Bit(process->readAllStandardError()));
+            beep();
+            messageBox(OpenFailureText(target, why), MsgButtons::OK, MsgIcon::Information,
+                       QStringLiteral("!!! Problem !!!"));
+        });
+    return true;
 }
 
 void QtUserInteraction::showTrayNotification(const TrayNotification& n) {

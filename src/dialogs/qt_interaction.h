@@ -25,6 +25,8 @@ class QtUserInteraction final : public UserInteraction {
     MsgAnswer messageBox(const QString& prompt, MsgButtons buttons, MsgIcon icon,
                          const QString& title) override;
     int msgBoxEx(const MsgBoxExRequest& request) override;
+    void messageBoxWithDetails(const QString& prompt, const QStringList& details,
+                               const QString& title) override;
     QString inpBoxEx(const InpBoxExRequest& request) override;
     QString chooseSaveFile(const SaveFileRequest& request) override;
     QString browseForFolder(const QString& title, const QString& initialFolder) override;
@@ -32,6 +34,7 @@ class QtUserInteraction final : public UserInteraction {
     QString pickMailFolder(const QString& title) override;
     bool playSound(const QString& sound) override;
     bool openWithShell(const QString& target) override;
+    QString openFailure() const override { return m_openFailure; }
     void showTrayNotification(const TrayNotification& notification) override;
     void pumpEvents() override;
     void setBusy(bool busy) override;
@@ -43,6 +46,7 @@ class QtUserInteraction final : public UserInteraction {
     std::unique_ptr<QSoundEffect> m_sound;
     std::function<void(const QString&)> m_lastActionSink;
     int m_busyDepth = 0;
+    QString m_openFailure;
 };
 
 // "Name (*.x)|*.x|..." as a Qt file dialog filter "Name (*.x);;...".

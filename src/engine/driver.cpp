@@ -24,6 +24,12 @@
 #include "ui/user_interaction.h"
 
 namespace {
+PassedOverRecord* gPassedOverRecord = nullptr;
+
+// Whether anyone takes the passed-over lines: the surface in use, or a record.
+bool ListsPassedOver() {
+    return gPassedOverRecord || ui().reportsPassedOver();
+}
 
 // The pause after each changed mail, in seconds.
 float PaceSeconds() {
@@ -137,7 +143,7 @@ bool ProcessAttachment(RunState& run, MailState& mail, RuleRun& rr, int index) {
     const QString fileName = att->FileName().value;
     const QString ext = GetExtensionUpper(fileName);
     if (IsPassedOverAttachment(hidden, type, contentId, ext)) {
-        if (ui().reportsPassedOver() && !mail.passedOverShown.contains(index)) {
+        if (ListsPassedOver() && !mail.passedOverShown.contains(index)) {
             mail.passedOverShown.insert(index);
             ReportPassedOver(*mail.mail, fileName,
                              PassedOverAttachmentReason(hidden, type, contentId, ext));
@@ -264,9 +270,10 @@ bool ProcessItem(RunState& run, const MailItemPtr& item, const udtRule& special)
     if (!item) return false;
     const Result<MailItemPtr> fetched = FetchMail(item);
     if (fetched.error) {
-        const QString text = LangText(QStringLiteral("Fehler bei Zugriff auf Nachricht via RDO: "),
-                                      QStringLiteral("Error accessing mail via RDO: ")) +
-                             fetched.error.description;
+        const QString text =
+            LangText(QStringLiteral("Fehler bei Zugriff auf Nachricht via Mail-Speicher: "),
+                     QStringLiteral("Error accessing mail via mail store: ")) +
+            fetched.error.description;
         // A mail that left its folder since the walk listed it (a sync tool moved or expunged
         // it) is no error of the user's: the LOG says so, without a box.
         if (fetched.error.number == ErrNo::NotFound) {
@@ -317,7 +324,7 @@ bool ProcessItem(RunState& run, const MailItemPtr& item, const udtRule& special)
     if (!readError) readError = hidePaperClip.error ? hidePaperClip.error : mileage.error;
     if (readError) WriteLog(QStringLiteral("SWN/WSR/UR: ") + readError.description);
 
-    if (skip && ui().reportsPassedOver()) {
+    if (skip && ListsPassedOver()) {
         QString reason;
         if (stamped)
             reason = LangText(QStringLiteral("schon bearbeitet (trägt die Bearbeitungsmarke)"),
@@ -391,7 +398,7 @@ void WalkFolder(RunState& run, const MailFolderPtr& folder, const udtRule& speci
     // without a trace: the store may leave them out, so a new mail costs what is new. A walk
     // that shows every mail (progress, the passed-over list, the LOG's mail blocks) or that
     // has a skip test of its own takes them all.
-    const bool allItems = run.specialRule || run.status || DoProto || ui().reportsPassedOver();
+    const bool allItems = run.specialRule || run.status || DoProto || ListsPassedOver();
     Result<std::vector<MailItemPtr>> items = allItems ? folder->Items() : folder->ItemsNotDone();
     if (items.error)
         WriteLog(QStringLiteral("! SWN/Items: ") + run.folderName + QStringLiteral(": ") +
@@ -404,8 +411,7 @@ void WalkFolder(RunState& run, const MailFolderPtr& folder, const udtRule& speci
         if (itemClass == ItemClass::Mail || itemClass == ItemClass::Post) {
             if (ProcessItem(run, item, special)) item->NoteDone();
         } else if (item) {
-            if (ui().reportsPassedOver())
-                ReportPassedOver(*item, {}, PassedOverClassReason(itemClass));
+            if (ListsPassedOver()) ReportPassedOver(*item, {}, PassedOverClassReason(itemClass));
             item->NoteDone(); // its class is its content's
         }
         item.reset(); // a walk over a large folder holds only the mails still to come
@@ -428,9 +434,20 @@ bool Finish(const RunState& run, bool result) {
 } // namespace
 
 void ReportPassedOver(const MailItem& mail, const QString& attachment, const QString& reason) {
-    QString what = QLatin1Char('"') + mail.Subject().value + QLatin1Char('"');
+    const QString subject = mail.Subject().value;
+    if (gPassedOverRecord) gPassedOverRecord->m_entries.push_back({subject, attachment, reason});
+    if (!ui().reportsPassedOver()) return;
+    QString what = QLatin1Char('"') + subject + QLatin1Char('"');
     if (!attachment.isEmpty()) what += QStringLiteral(", ") + attachment;
     ui().passedOver(what + QStringLiteral(": ") + reason);
+}
+
+PassedOverRecord::PassedOverRecord() : m_outer(gPassedOverRecord) {
+    gPassedOverRecord = this;
+}
+
+PassedOverRecord::~PassedOverRecord() {
+    gPassedOverRecord = m_outer;
 }
 
 QString PassedOverClassReason(int itemClass) {

@@ -4,6 +4,8 @@
 #include "data/records.h"
 #include "host/mail_store.h"
 
+#include <vector>
+
 class StatusSurface;
 
 // The stamp of a mail that is done for good, in its Mileage.
@@ -20,8 +22,30 @@ bool StowawayNow(const MailFolderPtr& folder, const MailItemPtr& item, StatusSur
 bool StowawayNow(const MailFolderPtr& folder, const MailItemPtr& item, StatusSurface* status);
 
 // A line for a surface that lists what a run leaves aside (UserInteraction::passedOver): the
-// mail by its subject, the attachment by its name, and why.
+// mail by its subject, the attachment by its name, and why. A PassedOverRecord alive takes it
+// as well.
 void ReportPassedOver(const MailItem& mail, const QString& attachment, const QString& reason);
+
+// Keeps what the runs pass over while it lives, for a summary after a bulk run, whether or not
+// the surface in use lists such lines. The innermost record alive takes the entries.
+class PassedOverRecord {
+  public:
+    struct Entry {
+        QString mail;       // its subject
+        QString attachment; // empty: the whole mail was passed over
+        QString reason;
+    };
+    PassedOverRecord();
+    ~PassedOverRecord();
+    PassedOverRecord(const PassedOverRecord&) = delete;
+    PassedOverRecord& operator=(const PassedOverRecord&) = delete;
+    const std::vector<Entry>& entries() const { return m_entries; }
+
+  private:
+    friend void ReportPassedOver(const MailItem&, const QString&, const QString&);
+    std::vector<Entry> m_entries;
+    PassedOverRecord* m_outer;
+};
 // Why a mail is passed over for its class (a report, a meeting request), or for having no
 // attachments.
 QString PassedOverClassReason(int itemClass);

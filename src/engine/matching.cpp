@@ -68,8 +68,8 @@ bool MatchesRule(const MailItemPtr& item, const udtRule& rule, QString& senderNa
     const Result<MailItemPtr> fetched = FetchForMatching(item);
     if (fetched.error) {
         const QString text = QStringLiteral("MR/") +
-                             LangText(QStringLiteral("Fehler bei Zugriff über RDO-Schnittstelle: "),
-                                      QStringLiteral("Error accessing items by RDO interface: ")) +
+                             LangText(QStringLiteral("Fehler bei Zugriff über Mail-Speicher: "),
+                                      QStringLiteral("Error accessing items by mail store: ")) +
                              fetched.error.description;
         WriteLog(text);
         ui().beep();

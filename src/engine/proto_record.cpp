@@ -1,6 +1,7 @@
 #include "engine/proto_record.h"
 
 #include "common/dates.h"
+#include "common/lang.h"
 #include "common/paths.h"
 #include "data/globals.h"
 #include "data/protocol.h"
@@ -46,4 +47,35 @@ void FillProtoRecord(udtProtoEntry& proto, const MailState& mail, const udtRule&
 
 void AppendState(udtProtoEntry& proto, const QString& mark) {
     proto.State() = proto.State().get() + mark;
+}
+
+QString ProtoStateMeaning(const QString& state) {
+    if (state.startsWith(QLatin1Char('!')))
+        return LangText(QStringLiteral("Fehler: "), QStringLiteral("error: ")) +
+               state.mid(1).trimmed();
+    const bool test = state.startsWith(QLatin1String("TS"));
+    if (!test && !state.startsWith(QLatin1Char('S'))) return {};
+    const QString marks = state.mid(test ? 2 : 1);
+    QStringList parts{test ? LangText(QStringLiteral("Testlauf, nichts gespeichert"),
+                                      QStringLiteral("test run, nothing saved"))
+                           : LangText(QStringLiteral("gespeichert"), QStringLiteral("saved"))};
+    // A test run marks what a real run would do.
+    if (marks.contains(QLatin1Char('X')))
+        parts << (test ? LangText(QStringLiteral("würde aus der Nachricht entfernt"),
+                                  QStringLiteral("would be removed from the mail"))
+                       : LangText(QStringLiteral("aus der Nachricht entfernt"),
+                                  QStringLiteral("removed from the mail")));
+    if (marks.contains(QLatin1Char('E')))
+        parts << (test ? LangText(QStringLiteral("Programm würde gestartet"),
+                                  QStringLiteral("program would run"))
+                       : LangText(QStringLiteral("Programm gestartet"),
+                                  QStringLiteral("program run")));
+    return parts.join(QStringLiteral(", "));
+}
+
+QString ProtoStateLegend() {
+    return LangText(QStringLiteral("S = gespeichert, TS = Testlauf (nichts gespeichert), X = aus "
+                                   "der Nachricht entfernt, E = Programm gestartet, ! = Fehler"),
+                    QStringLiteral("S = saved, TS = test run (nothing saved), X = removed from "
+                                   "the mail, E = program run, ! = error"));
 }

@@ -8,3 +8,10 @@ void FillProtoRecord(udtProtoEntry& proto, const MailState& mail, const udtRule&
                      const QString& fullPath);
 // Appends a mark ("X", "E") to the record's State.
 void AppendState(udtProtoEntry& proto, const QString& mark);
+
+// What a State says, in the user's language: "S" saved, "TS" a test run's (nothing saved), an
+// "X" for each attachment removed from the mail, "E" a program run on the file, "! n/text" an
+// error. Empty for a State of another form.
+QString ProtoStateMeaning(const QString& state);
+// The marks in one line, for a legend beside where States are shown.
+QString ProtoStateLegend();

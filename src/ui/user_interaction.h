@@ -96,6 +96,12 @@ class UserInteraction {
     virtual MsgAnswer messageBox(const QString& prompt, MsgButtons buttons, MsgIcon icon,
                                  const QString& title) = 0;
     virtual int msgBoxEx(const MsgBoxExRequest& request) = 0;
+    // An information box with a list the user can open below its text (what a run did, line by
+    // line); the plain box where the surface has no such list.
+    virtual void messageBoxWithDetails(const QString& prompt, const QStringList& /*details*/,
+                                       const QString& title) {
+        messageBox(prompt, MsgButtons::OK, MsgIcon::Information, title);
+    }
     // The chosen path, or empty when cancelled.
     virtual QString chooseSaveFile(const SaveFileRequest& request) = 0;
     // The entered text; empty for Cancel or a closed window.
@@ -112,6 +118,8 @@ class UserInteraction {
     virtual bool playSound(const QString& sound) = 0;
     // Opens a document, folder or address with the desktop's handler. False when that failed.
     virtual bool openWithShell(const QString& target) = 0;
+    // Why the last openWithShell failed, in the user's language; empty when the surface can't say.
+    virtual QString openFailure() const { return {}; }
     virtual void showTrayNotification(const TrayNotification& notification) = 0;
     // Removes the icon of the last tray notification.
     virtual void hideTrayNotification() {}

@@ -203,7 +203,7 @@ class TestExtrasPage : public QObject {
         // clang-format off
         Rows<RefusalRow>({
             {"no mail folder", false, 1, false,
-             u"Bitte 'Speichern aus'-Ordner (Outlook) wählen..."_s},
+             u"Bitte 'Speichern aus'-Ordner (Mail) wählen..."_s},
             {"no disk folder", true, 1, false,
              u"Bitte 'Speichern in'-Ordner (Festplatte) wählen..."_s},
             {"nothing ticked", true, 0, true, u"Keine Einträge in der Liste markiert!"_s},
@@ -266,7 +266,7 @@ class TestExtrasPage : public QObject {
         // The read state does not matter with the one-off rule.
         page->btnSaveDoNow->click();
 
-        QCOMPARE(LastPrompt(m_user), u"Fertig..."_s);
+        QCOMPARE(LastPrompt(m_user), u"Fertig...\n\n3 Datei(en) gespeichert."_s);
         QVERIFY(m_user.sounds().contains(u"SystemAsterisk"_s));
         QCOMPARE(ProtoEntries.count(), 3);
         for (int i = 1; i <= 3; ++i)
@@ -297,7 +297,8 @@ class TestExtrasPage : public QObject {
         pick(u"Mail|Work"_s);
         QCOMPARE(page->lvMails->model()->rowCount(), 2);
         page->btnSaveDoNow->click(); // "<Ordner wählen>" as the disk folder is no matter here
-        QCOMPARE(LastPrompt(m_user), u"Fertig..."_s);
+        QCOMPARE(LastPrompt(m_user), u"Fertig...\n\n2 Datei(en) gespeichert.\n1 Nachricht(en) "
+                                     u"übergangen: 1 schon gelesen."_s);
         QCOMPARE(QDir(TestEnv::home() + u"/ByRules"_s).entryList(QDir::Files),
                  (QStringList{u"r1.bin"_s, u"r2.bin"_s}));
         QCOMPARE(ProtoEntries[1].Rule().get(), u"All"_s);

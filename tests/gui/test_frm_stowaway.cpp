@@ -111,7 +111,7 @@ class TestFrmStowaway : public QObject {
             QCOMPARE(regMain->isTabVisible(i), i < 5);
         QCOMPARE(regMain->tabText(3), u"Extras"_s);
         auto* done = Child<QAbstractButton>(&form, u"btnDone"_s);
-        QCOMPARE(done->text() + u'|' + done->toolTip(), u"Schließen| Zurück zu Outlook..."_s);
+        QCOMPARE(done->text() + u'|' + done->toolTip(), u"Schließen| Schließen"_s);
         // The load wrote nothing back.
         QCOMPARE(GetSetting(u"SoundName"_s, u"none"_s), stored.isEmpty() ? u"none"_s : stored);
         QVERIFY(m_user.sounds().isEmpty());
@@ -252,7 +252,9 @@ class TestFrmStowaway : public QObject {
         Child<QAbstractButton>(&form, u"btnHelp"_s)->click();
         QCOMPARE(int(m_user.questions().size()), 1);
         QCOMPARE(m_user.questions().front().icon, 64);
-        QVERIFY(m_user.questions().front().prompt.startsWith(u"Sie finden eine Kurz-Anleitung"_s));
+        QVERIFY(m_user.questions().front().prompt.startsWith(
+            u"Die Anleitung wurde nicht gefunden:\n/nowhere/manual.pdf\n\nDas Paket installiert "
+            u"sie als /usr/share/doc/stowaway/README.md"_s));
     }
 
   private:

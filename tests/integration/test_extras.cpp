@@ -165,7 +165,9 @@ TEST_F(ExtrasRunTest, AMailThatIsGoneIsReportedAndTheRunGoesOnToDone) {
     EXPECT_EQ(done.rowsDone, 1);
     EXPECT_EQ(done.rowsFailed, 1);
     EXPECT_EQ(QStringList(filesUnder(target).keys()), QStringList{u"b.pdf"_s});
-    EXPECT_EQ(prompts(), (QStringList{u"Fehler beim Zugriff auf Nachricht!"_s, u"Fertig..."_s}));
+    EXPECT_EQ(prompts(), (QStringList{u"Fehler beim Zugriff auf Nachricht!"_s,
+                                      u"Fertig...\n\n1 Datei(en) gespeichert.\n1 Nachricht(en) "
+                                      u"nicht erreichbar."_s}));
     EXPECT_EQ(user.sounds(), QStringList{u"SystemAsterisk"_s});
     EXPECT_TRUE(DoProto);
     EXPECT_FALSE(SWRun);
@@ -176,7 +178,8 @@ TEST_F(ExtrasRunTest, AMailThatIsGoneIsReportedAndTheRunGoesOnToDone) {
     const ExtrasRunSummary stopped = RunExtras(toFolder(target), rows, nullptr);
     EXPECT_TRUE(stopped.stoppedEarly);
     EXPECT_EQ(stopped.rowsDone, 1);
-    EXPECT_EQ(prompts().back(), u"Fertig..."_s);
+    EXPECT_EQ(prompts().back(), u"Fertig...\n\n0 Datei(en) gespeichert.\n1 Nachricht(en) nicht "
+                                u"erreichbar.\nDer Lauf endete vorzeitig."_s);
     EXPECT_FALSE(QFile::exists(target + u"/c.pdf"_s));
 }
 
@@ -191,8 +194,8 @@ TEST_F(ExtrasRunTest, TheRefusalsSayWhatIsMissingAndDoNothing) {
     ExtrasRunOptions byRules = toFolder(u"<Ordner wählen>"_s);
     byRules.mode = ExtrasMode::ByRules;
     const std::vector<std::tuple<ExtrasRunOptions, std::vector<ExtrasRow>, int, QString>> cases = {
-        {noSource, rows, 0, u"Bitte 'Speichern aus'-Ordner (Outlook) wählen..."_s},
-        {noSource, rows, 1, u"Please choose 'Save from' folder (Outlook)..."_s},
+        {noSource, rows, 0, u"Bitte 'Speichern aus'-Ordner (Mail) wählen..."_s},
+        {noSource, rows, 1, u"Please choose 'Save from' folder (mail)..."_s},
         {toFolder(u"<Ordner wählen>"_s), rows, 0,
          u"Bitte 'Speichern in'-Ordner (Festplatte) wählen..."_s},
         {toFolder(u"/"_s + QString(200, u'x')), rows, 1,

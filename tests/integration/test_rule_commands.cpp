@@ -76,6 +76,7 @@ TEST_F(RuleCommandsTest, RuleSetStoresGoodValuesAndRefusesBadOnesWithNothingChan
         {u"FileFormat"_s, u"TOOLNG"_s, {}, u"FileFormat takes at most 5 characters"_s},
         // Folders: a relative one is the caller's; an empty one is refused.
         {u"Folder"_s, u"Saved/Here"_s, QDir::current().absoluteFilePath(u"Saved/Here"_s)},
+        {u"Folder"_s, u"~/Invoices"_s, TestEnv::home() + u"/Invoices"_s},
         {u"Folder"_s, u""_s, {}, u"Folder can't be empty"_s},
         // A program for a blocked format that the rule tests.
         {u"Execute"_s, u"xdg-open '%1'"_s, u"xdg-open '%1'"_s},
@@ -106,6 +107,8 @@ TEST_F(RuleCommandsTest, EditedRulesLandAtTheOffsetsOfTheRecordLayout) {
     QDir().mkpath(QFileInfo(DataFilePath(u".rls"_s)).path());
     WriteAll(DataFilePath(u".rls"_s), {});
     ok({u"rule"_s, u"add"_s, u"Rechnungen März"_s});
+    // Its fields never set list as empty: no program to run.
+    EXPECT_FALSE(ok({u"rules"_s}).contains(u"then:"_s));
     for (const auto& [field, value] : {std::pair{u"CheckSubj"_s, u"1"_s},
                                        {u"Subject"_s, u"Angebot €"_s},
                                        {u"SaveBy"_s, u"sender"_s},

@@ -2,7 +2,9 @@
 
 #include "common/folders.h"
 #include "common/lang.h"
+#include "common/paths.h"
 #include "common/shell.h"
+#include "common/text.h"
 #include "data/globals.h"
 #include "data/project_edits.h"
 #include "dialogs/icons.h"
@@ -120,7 +122,7 @@ void frmProjects::InitProjectsList(const QString& selectName) {
         lstProjects->clear();
         for (int i = 1; i <= Projects.count(); ++i) {
             const QString name = Projects[static_cast<size_t>(i)].Name.get();
-            lstProjects->addItem(name);
+            lstProjects->addItem(StripAtNull(name));
             if (found < 0 && name.toLower() == selectName.toLower()) found = i - 1;
         }
     }
@@ -131,7 +133,8 @@ void frmProjects::InitProjectsList(const QString& selectName) {
 
 void frmProjects::lstProjects_Click() {
     const int index = selected();
-    txtFolder->setText(index > 0 ? Projects[static_cast<size_t>(index)].Folder.get() : QString());
+    txtFolder->setText(index > 0 ? StripAtNull(Projects[static_cast<size_t>(index)].Folder.get())
+                                 : QString());
     txtFolder->setModified(false);
 }
 
@@ -198,19 +201,21 @@ void frmProjects::btnChooseFolder_Click() {
     if (index == 0) return;
     const QString folder = ui().browseForFolder(
         LangText(QStringLiteral("Projektordner wählen:"), QStringLiteral("Choose project folder:")),
-        txtFolder->text());
+        ExpandHome(txtFolder->text()));
     if (folder.isEmpty()) return;
     const EditResult set = SetProjectFolder(index, folder, Overlong::Cut);
     if (!set.ok()) {
         Warn(FolderRefusal(set));
         return;
     }
-    txtFolder->setText(Projects[static_cast<size_t>(index)].Folder.get());
+    txtFolder->setText(StripAtNull(Projects[static_cast<size_t>(index)].Folder.get()));
 }
 
 void frmProjects::txtFolder_Validate() {
     const int index = selected();
     if (index == 0 || !txtFolder->isModified()) return;
+    // "~" is the home folder; the field then shows the folder as it is stored.
+    txtFolder->setText(ExpandHome(txtFolder->text()));
     const EditResult set = SetProjectFolder(index, txtFolder->text(), Overlong::Cut);
     if (!set.ok()) {
         Warn(FolderRefusal(set));
@@ -222,7 +227,7 @@ void frmProjects::txtFolder_Validate() {
 }
 
 void frmProjects::btnCheckFolder_Click() {
-    const QString folder = txtFolder->text();
+    const QString folder = ExpandHome(txtFolder->text());
     if (folder.isEmpty()) {
         ui().beep();
         return;

@@ -3,7 +3,9 @@
 #include "common/dates.h"
 #include "common/lang.h"
 #include "common/paths.h"
+#include "common/text.h"
 #include "data/globals.h"
+#include "engine/proto_record.h"
 
 #include <QColor>
 #include <QFontMetrics>
@@ -20,25 +22,25 @@ QString ProtoText(const udtProtoEntry& e, ProtoField field) {
     case ProtoField::LongDate:
         return FormatDate(e.Date, QStringLiteral("Long Date"));
     case ProtoField::Mail:
-        return e.Mail().get();
+        return StripAtNull(e.Mail().get());
     case ProtoField::Attachment:
-        return e.Attachment().get();
+        return StripAtNull(e.Attachment().get());
     case ProtoField::FileFormat:
-        return e.FileFormat().get();
+        return StripAtNull(e.FileFormat().get());
     case ProtoField::Sender:
-        return e.Sender().get();
+        return StripAtNull(e.Sender().get());
     case ProtoField::Recipient:
-        return e.Recipient().get();
+        return StripAtNull(e.Recipient().get());
     case ProtoField::Rule:
-        return e.Rule().get();
+        return StripAtNull(e.Rule().get());
     case ProtoField::Folder:
-        return e.Folder().get();
+        return StripAtNull(e.Folder().get());
     case ProtoField::ShortFolder:
-        return GetLastPathPart(e.Folder().get());
+        return GetLastPathPart(StripAtNull(e.Folder().get()));
     case ProtoField::Project:
-        return e.Project().get();
+        return StripAtNull(e.Project().get());
     case ProtoField::State:
-        return e.State().get();
+        return StripAtNull(e.State().get());
     }
     return {};
 }
@@ -196,6 +198,7 @@ QVariant ProtoModel::data(const QModelIndex& index, int role) const {
         return {};
     }
     case Qt::ToolTipRole:
+        if (index.column() == 3) return ProtoStateMeaning(ProtoText(e, ProtoField::State));
         return ProtoText(e, ProtoField::Mail);
     case EntryRole:
         return number;
@@ -207,7 +210,9 @@ QVariant ProtoModel::data(const QModelIndex& index, int role) const {
 }
 
 QVariant ProtoModel::headerData(int section, Qt::Orientation orientation, int role) const {
-    if (orientation != Qt::Horizontal || role != Qt::DisplayRole) return {};
+    if (orientation != Qt::Horizontal) return {};
+    if (role == Qt::ToolTipRole && section == 3) return ProtoStateLegend();
+    if (role != Qt::DisplayRole) return {};
     return ProtoHeading(section, m_filter);
 }
 

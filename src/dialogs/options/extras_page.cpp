@@ -115,7 +115,7 @@ QGroupBox* ExtrasPage::buildChoices() {
     btnSaveOpenFolder = FolderButton(frame, QStringLiteral("btnSaveOpenFolder"));
     cbOutlStructs = Named<QCheckBox>(
         frame, QStringLiteral("cbOutlStructs"),
-        QStringLiteral("Outlook-Ordnerstruktur übernehmen||Retain Outlook folder structure|"));
+        QStringLiteral("Mail-Ordnerstruktur übernehmen||Retain mail folder structure|"));
     cbExtrasDelAttach = Named<QCheckBox>(
         frame, QStringLiteral("cbExtrasDelAttach"),
         QStringLiteral("Anhänge aus Nachrichten löschen||Remove attachments from mails|"));
@@ -210,8 +210,8 @@ void ExtrasPage::btnSaveOpenFolder_Click() {
 void ExtrasPage::InitMailsList() {
     if (busyRefused()) return;
     if (!gobjRDOSession()) {
-        Warn(LangText(QStringLiteral("Fehler bei Initialisierung der MAPI-Schnittstelle: "),
-                      QStringLiteral("Error initializing MAPI: ")) +
+        Warn(LangText(QStringLiteral("Fehler bei Initialisierung des Mail-Speichers: "),
+                      QStringLiteral("Error opening the mail store: ")) +
              QStringLiteral("no mail store"));
         return;
     }

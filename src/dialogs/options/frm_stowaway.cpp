@@ -3,6 +3,7 @@
 #include "common/folders.h"
 #include "common/lang.h"
 #include "common/shell.h"
+#include "data/defaults.h"
 #include "data/globals.h"
 #include "data/settings.h"
 #include "dialogs/common/dlg_info.h"
@@ -21,7 +22,9 @@
 #include <QFileInfo>
 #include <QFrame>
 #include <QHBoxLayout>
+#include <QKeyEvent>
 #include <QLabel>
+#include <QLineEdit>
 #include <QPushButton>
 #include <QStyle>
 #include <QTabWidget>
@@ -52,15 +55,6 @@ QFrame* Bar(QWidget* parent, const QString& name, const QString& colour) {
     return bar;
 }
 
-// The README installed beside the program, or the one of a build tree.
-QString InstalledReadme() {
-    const QString dir = QCoreApplication::applicationDirPath();
-    for (const QString& candidate : {dir + QStringLiteral("/../share/doc/stowaway/README.md"),
-                                     dir + QStringLiteral("/../share/doc/stowaway/README")}) {
-        if (QFileInfo(candidate).isFile()) return QDir::cleanPath(candidate);
-    }
-    return {};
-}
 } // namespace
 
 void HideSpareTabs(QTabWidget* tabs) {
@@ -107,8 +101,7 @@ frmStowaway::frmStowaway(QWidget* parent) : QDialog(parent) {
                            QStringLiteral("Info|Klicken Sie hier, um Infos zum Add-In anzuzeigen..."
                                           "|Info|Click here for informations on the add in..."));
     auto* btnDone =
-        Button(this, QStringLiteral("btnDone"),
-               QStringLiteral("Schließen|Zurück zu Outlook...|Close|Return to Outlook..."));
+        Button(this, QStringLiteral("btnDone"), QStringLiteral("Schließen|Schließen|Close|Close"));
     btnDone->setDefault(true);
     connect(image1, &QToolButton::clicked, this, [this] { Image1_Click(); });
     connect(imgHelp, &QToolButton::clicked, this, [this] { btnHelp_Click(); });
@@ -284,19 +277,35 @@ void frmStowaway::resizeEvent(QResizeEvent* event) {
     placeBars();
 }
 
-void frmStowaway::btnHelp_Click() {
-    QString doc = GetSetting(QStringLiteral("Doku"), QString());
-    if (doc.isEmpty() || !QFileInfo::exists(doc)) doc = InstalledReadme();
-    if (doc.isEmpty()) {
-        ui().messageBox(
-            LangText(QStringLiteral("Sie finden eine Kurz-Anleitung zu diesem Add-In im Start-Menü "
-                                    "unter 'Programme-Quillworks'..."),
-                     QStringLiteral("You'll find a first steps documentation in "
-                                    "Start-Programs-Quillworks...")),
-            MsgButtons::OK, MsgIcon::Information, gAppCaption);
+void frmStowaway::keyPressEvent(QKeyEvent* event) {
+    // Enter in a text field is that field's (the Search tab searches): the dialog stays open.
+    const bool enter = event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter;
+    if (enter && qobject_cast<QLineEdit*>(focusWidget())) {
+        event->accept();
         return;
     }
-    OpenWithShell(doc);
+    QDialog::keyPressEvent(event);
+}
+
+void frmStowaway::btnHelp_Click() {
+    const QString doc = GetSetting(QStringLiteral("Doku"), DefaultManual());
+    if (QFileInfo(doc).isFile()) {
+        OpenWithShell(doc);
+        return;
+    }
+    QString text = LangText(QStringLiteral("Die Anleitung wurde nicht gefunden:\n%1\n\nDas Paket "
+                                           "installiert sie als %2; die Einstellung 'Doku' kann "
+                                           "auf eine andere Datei zeigen."),
+                            QStringLiteral("The manual was not found:\n%1\n\nThe package installs "
+                                           "it as %2; the setting 'Doku' can point to another "
+                                           "file."))
+                       .arg(doc, InstalledManualPath());
+    if (const QString here = DefaultManual(); here != doc && QFileInfo(here).isFile())
+        text += LangText(QStringLiteral("\nAuf diesem Rechner liegt sie hier: "),
+                         QStringLiteral("\nOn this computer it is here: ")) +
+                here;
+    ui().beep();
+    ui().messageBox(text, MsgButtons::OK, MsgIcon::Information, gAppCaption);
 }
 
 void frmStowaway::btnInfo_Click() {

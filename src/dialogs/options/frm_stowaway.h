@@ -65,6 +65,7 @@ class frmStowaway : public QDialog, public StatusSurface {
 
   protected:
     void resizeEvent(QResizeEvent* event) override;
+    void keyPressEvent(QKeyEvent* event) override;
 
   private:
     void regMain_Click(int tab);

@@ -213,8 +213,8 @@ QWidget* OptionsPage::buildProto() {
     });
     auto* explorer = PictureButton(
         frame, QStringLiteral("btnViewExplorer"), ThemeIcon({"folder-open", "folder"}),
-        QStringLiteral("|Verzeichnis mit LOG im Windows-Explorer öffnen||Open folder with LOG file "
-                       "in windows explorer"));
+        QStringLiteral("|Verzeichnis mit LOG im Dateimanager öffnen||Open folder with LOG file "
+                       "in file manager"));
     auto* notepad =
         PictureButton(frame, QStringLiteral("btnLOGNotepad"),
                       ThemeIcon({"accessories-text-editor", "text-x-generic"}),
@@ -273,8 +273,8 @@ void OptionsPage::fillLists() {
 }
 
 void OptionsPage::readLanguage() {
-    const long long lang = GetNumberSetting(QStringLiteral("CurrLang"), QStringLiteral("0"));
-    if (lang >= 0 && lang <= 1) obLanguage[lang]->setChecked(true);
+    // The language in use, which a first start takes from the desktop's locale.
+    obLanguage[IsGerman() ? 0 : 1]->setChecked(true);
 }
 
 void OptionsPage::readSettings() {

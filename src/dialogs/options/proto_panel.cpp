@@ -12,6 +12,7 @@
 #include "dialogs/named_widget.h"
 #include "dialogs/options/frm_stowaway.h"
 #include "dialogs/translate.h"
+#include "engine/proto_record.h"
 #include "ui/user_interaction.h"
 
 #include <QComboBox>
@@ -75,8 +76,8 @@ ProtoPanel::ProtoPanel(frmStowaway& form, QWidget* parent) : QGroupBox(parent), 
                                QStringLiteral("|Anhang öffnen||Open attachment"));
     auto* openFolder = PictureButton(
         this, "btnProtoOpenFolder", ThemeIcon({"folder-open", "folder"}),
-        QStringLiteral("|Aktuellen Ordner mit Windows-Explorer öffnen||Open current folder in "
-                       "windows explorer"));
+        QStringLiteral("|Aktuellen Ordner mit Dateimanager öffnen||Open current folder in file "
+                       "manager"));
     auto* del = PictureButton(this, "btnProtoDel", ThemeIcon({"edit-delete", "user-trash"}),
                               QStringLiteral("|Protokoll löschen...||Delete protocol..."));
     imgZoomProto = PictureButton(this, "imgZoomProto", ThemeIcon({"go-down"}),
@@ -234,6 +235,7 @@ void ProtoPanel::lvProto_Click() {
     for (QLabel* l : m_lblProto)
         l->clear();
     m_lblProto[Rule]->setToolTip(QString());
+    m_lblProto[State]->setToolTip(QString());
     const int n = selectedEntry();
     if (n < 1 || n > ProtoEntries.count()) {
         ui().beep();
@@ -248,6 +250,7 @@ void ProtoPanel::lvProto_Click() {
     }
     for (int i = 0; i < 10; ++i)
         m_lblProto[i]->setText(ProtoText(e, kDetailFields[i]));
+    m_lblProto[State]->setToolTip(ProtoStateMeaning(m_lblProto[State]->text()));
 }
 
 bool ProtoPanel::savedNothing(int n) {

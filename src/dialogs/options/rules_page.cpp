@@ -6,6 +6,7 @@
 #include "common/lang.h"
 #include "common/paths.h"
 #include "common/shell.h"
+#include "common/text.h"
 #include "data/globals.h"
 #include "data/protocol.h"
 #include "dialogs/forms/frm_projects.h"
@@ -251,8 +252,8 @@ QWidget* RulesPage::buildActions() {
                                     QStringLiteral("|Ordner wählen...||Choose folder..."));
     btnOpenFolder = PictureButton(
         page, QStringLiteral("btnOpenFolder"), ThemeIcon({"system-file-manager", "folder"}),
-        QStringLiteral("|Aktuellen Ordner mit Windows-Explorer öffnen||Open current folder "
-                       "in windows explorer"));
+        QStringLiteral("|Aktuellen Ordner mit Dateimanager öffnen||Open current folder in "
+                       "file manager"));
     cbRulesDelAttach = Named<QCheckBox>(
         page, QStringLiteral("cbRulesDelAttach"),
         QStringLiteral("Anhang aus Nachricht löschen||Remove attachment from mail|"));
@@ -396,7 +397,7 @@ void RulesPage::InitRulesList(const QString& name) {
             const QString ruleName = rule.Name.get();
             rule.Name = ruleName;
             if (found < 0 && ruleName.compare(name, Qt::CaseInsensitive) == 0) found = i - 1;
-            auto* item = new QListWidgetItem(ruleName, lstRules);
+            auto* item = new QListWidgetItem(StripAtNull(ruleName), lstRules);
             item->setFlags(item->flags() | Qt::ItemIsUserCheckable);
             m_form.bLoading = true;
             item->setCheckState(IsTrue(rule.Active) ? Qt::Checked : Qt::Unchecked);
@@ -522,13 +523,13 @@ void RulesPage::lstRules_Click() {
     udtRule& rule = Rules[static_cast<size_t>(index)];
     frRuleOptions->setTitle(
         LangText(QStringLiteral("Einstellungen für"), QStringLiteral("Settings for")) +
-        QStringLiteral(" '") + rule.Name.get() + QStringLiteral("':"));
+        QStringLiteral(" '") + StripAtNull(rule.Name.get()) + QStringLiteral("':"));
     for (int i = 0; i < kCriteria; ++i) {
         cbCriteria[i]->setChecked(IsTrue(
             std::array{rule.CheckSender, rule.CheckRecp, rule.CheckSubj, rule.CheckFileFormat}[i]));
         if (i < 3) txtCriteria[i]->setText(RuleFieldValue(rule, kValueFields[i]));
     }
-    clRulesFileFormat->setCurrentText(rule.FileFormat.get());
+    clRulesFileFormat->setCurrentText(StripAtNull(rule.FileFormat.get()));
     {
         const QSignalBlocker block(clRulesSaveBy);
         clRulesSaveBy->setCurrentIndex(rule.SaveBy);
@@ -537,13 +538,13 @@ void RulesPage::lstRules_Click() {
     if (rule.SaveBy != SaveBy::Project) {
         if (rule.SaveFormat >= 0 && rule.SaveFormat < clRulesSaveFormat->count())
             clRulesSaveFormat->setCurrentIndex(rule.SaveFormat);
-        txtRulesFolder->setText(rule.Folder.get());
+        txtRulesFolder->setText(StripAtNull(rule.Folder.get()));
     } else {
         const int project = clRulesSaveFormat->findText(rule.Folder.get());
         if (project >= 0) clRulesSaveFormat->setCurrentIndex(project);
     }
     txtRulesFolder->setModified(false);
-    txtRulesRunApp->setText(rule.Execute.get());
+    txtRulesRunApp->setText(StripAtNull(rule.Execute.get()));
     txtRulesRunApp->setModified(false);
     cbRulesDelAttach->setChecked(IsTrue(rule.DelAttach));
     cbInform->setChecked(IsTrue(rule.Notify));
@@ -760,7 +761,7 @@ void RulesPage::fillSaveFormats(int saveBy) {
         break;
     case SaveBy::Project:
         for (int i = 1; i <= Projects.count(); ++i)
-            clRulesSaveFormat->addItem(Projects[static_cast<size_t>(i)].Name.get());
+            clRulesSaveFormat->addItem(StripAtNull(Projects[static_cast<size_t>(i)].Name.get()));
         break;
     default:
         break;
@@ -799,7 +800,7 @@ void RulesPage::clRulesSaveFormat_Click() {
         const QString name = clRulesSaveFormat->currentText().trimmed();
         for (int i = 1; i <= Projects.count(); ++i)
             if (Projects[static_cast<size_t>(i)].Name.get() == name) {
-                txtRulesFolder->setText(Projects[static_cast<size_t>(i)].Folder.get());
+                txtRulesFolder->setText(StripAtNull(Projects[static_cast<size_t>(i)].Folder.get()));
                 break;
             }
     }
@@ -817,6 +818,8 @@ void RulesPage::txtRulesFolder_Validate() {
         ui().beep();
         return;
     }
+    // "~" is the home folder; the field then shows the folder as it is stored.
+    txtRulesFolder->setText(ExpandHome(txtRulesFolder->text()));
     if (!writeField(RuleField::Folder, txtRulesFolder->text())) {
         // The box keeps the focus until it holds a folder.
         QTimer::singleShot(0, txtRulesFolder, [this] { txtRulesFolder->setFocus(); });
@@ -845,7 +848,7 @@ void RulesPage::btnChooseFolder_Click() {
             ? LangText(QStringLiteral("Ordner wählen:"), QStringLiteral("Choose folder:"))
             : LangText(QStringLiteral("Basisordner wählen:"),
                        QStringLiteral("Choose base folder:")),
-        txtRulesFolder->text());
+        ExpandHome(txtRulesFolder->text()));
     if (folder.isEmpty() || !writeField(RuleField::Folder, folder)) return;
     txtRulesFolder->setText(folder);
     txtRulesFolder->setModified(false);
@@ -853,7 +856,7 @@ void RulesPage::btnChooseFolder_Click() {
 }
 
 void RulesPage::btnOpenFolder_Click() {
-    OpenWithShell(StripBackslash(txtRulesFolder->text()));
+    OpenWithShell(StripBackslash(ExpandHome(txtRulesFolder->text())));
 }
 
 void RulesPage::btnChooseApp_Click() {

@@ -16,6 +16,7 @@
 #include "data/saved_files.h"
 #include "dialogs/icons.h"
 #include "dialogs/models/found_files_model.h"
+#include "dialogs/models/proto_model.h"
 #include "dialogs/named_widget.h"
 #include "dialogs/options/frm_stowaway.h"
 #include "dialogs/translate.h"
@@ -151,8 +152,8 @@ QWidget* SearchPage::buildButtons() {
     btnSearchOpenFolder = PictureButton(
         row, QStringLiteral("btnSearchOpenFolder"),
         ThemeIcon({"folder-open", "system-file-manager"}),
-        QStringLiteral("|Aktuellen Ordner mit Windows-Explorer öffnen||Open current folder in "
-                       "windows explorer"));
+        QStringLiteral("|Aktuellen Ordner mit Dateimanager öffnen||Open current folder in file "
+                       "manager"));
     btnSearchView = PictureButton(row, QStringLiteral("btnSearchView"),
                                   ThemeIcon({"document-open", "document-preview"}));
     btnSearchRenFile = PictureButton(row, QStringLiteral("btnSearchRenFile"),
@@ -360,7 +361,7 @@ void SearchPage::lvFiles_Click() {
     if (const int32_t index = FindProtoEntry(path); index > 0) {
         m_form.SelectProtoEntry(index);
         const udtProtoEntry& entry = ProtoEntries[size_t(index)];
-        QString sender = VbTrim(entry.Sender().get());
+        QString sender = VbTrim(ProtoText(entry, ProtoField::Sender));
         if (sender.contains(QLatin1Char('('))) {
             lblSearchFileInfos[1]->setToolTip(sender);
             sender = sender.section(QLatin1Char('('), 0, 0).trimmed();

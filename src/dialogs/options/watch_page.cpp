@@ -3,6 +3,7 @@
 #include "addin/folder_commands.h"
 #include "addin/folder_watchers.h"
 #include "common/folders.h"
+#include "common/text.h"
 #include "data/globals.h"
 #include "data/settings.h"
 #include "data/watch_edits.h"
@@ -172,12 +173,12 @@ void WatchPage::InitWatchFolderList(const QString& path) {
         udtWatchFolder& wf = WatchFolders[static_cast<size_t>(i)];
         const QString name = wf.Name.get();
         wf.Name = name;
-        auto* item = new QListWidgetItem(name);
+        auto* item = new QListWidgetItem(StripAtNull(name));
         item->setFlags(item->flags() | Qt::ItemIsUserCheckable);
         item->setCheckState(IsTrue(wf.Active) ? Qt::Checked : Qt::Unchecked);
-        item->setToolTip(wf.Path.get());
+        item->setToolTip(StripAtNull(wf.Path.get()));
         lstWatchFolders->addItem(item);
-        if (check) check->addItem(name);
+        if (check) check->addItem(StripAtNull(name));
         if (wf.Path.get().compare(path.trimmed(), Qt::CaseInsensitive) == 0) matched = true;
     }
     lstWatchFolders->setCurrentRow(-1);
@@ -193,7 +194,7 @@ void WatchPage::lstWatchFolders_Click() {
         ui().beep();
         return;
     }
-    lblFolderPath->setText(WatchFolders[static_cast<size_t>(row) + 1].Path.get());
+    lblFolderPath->setText(StripAtNull(WatchFolders[static_cast<size_t>(row) + 1].Path.get()));
 }
 
 int WatchPage::folderIndex(int row) {

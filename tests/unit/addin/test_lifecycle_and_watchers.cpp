@@ -98,7 +98,7 @@ TEST_F(AddinTest, AStoreThatCannotBeOpenedLeavesTheAddinInertAfterOneMessage) {
     EXPECT_EQ(CurrentAddinState(), AddinState::Inert);
     ASSERT_EQ(user.questions().size(), 1u);
     EXPECT_EQ(user.questions()[0].prompt,
-              u"Fehler bei Initialisierung der RDO-Schnittstelle: No such folder: /nowhere"_s);
+              u"Fehler bei Initialisierung des Mail-Speichers: No such folder: /nowhere"_s);
     EXPECT_EQ(user.beeps(), 1);
     EXPECT_EQ(Rules.count(), 0); // no data loaded
     EXPECT_EQ(BlockedFormats.count(), 0);

@@ -1,5 +1,6 @@
 #include "common/paths.h"
 
+#include <QDir>
 #include <QStringList>
 #include <gtest/gtest.h>
 
@@ -21,7 +22,8 @@ class PathHelpers : public testing::TestWithParam<PathCase> {};
 
 TEST_P(PathHelpers, GiveTheExpectedPart) {
     const PathCase& c = GetParam();
-    EXPECT_EQ(c.apply(QString::fromUtf8(c.input)), QString::fromUtf8(c.expected));
+    const QString expected = QString::fromUtf8(c.expected).replace(u"$HOME"_s, QDir::homePath());
+    EXPECT_EQ(c.apply(QString::fromUtf8(c.input)), expected);
 }
 
 const PathCase kCases[] = {
@@ -86,6 +88,14 @@ const PathCase kCases[] = {
     {"GetLastPathPart", GetLastPathPart, "docs", ""}, // unlike GetFileNamePart
     {"GetLastPathPart", GetLastPathPart, "/", ""},
     {"GetLastPathPart", GetLastPathPart, "", ""},
+
+    // "~" is the home folder at the start only; "~user" and a later "~" stay.
+    {"ExpandHome", ExpandHome, "~", "$HOME"},
+    {"ExpandHome", ExpandHome, "~/Invoices", "$HOME/Invoices"},
+    {"ExpandHome", ExpandHome, "~anna/x", "~anna/x"},
+    {"ExpandHome", ExpandHome, "/srv/~/x", "/srv/~/x"},
+    {"ExpandHome", ExpandHome, "Invoices", "Invoices"},
+    {"ExpandHome", ExpandHome, "", ""},
 };
 
 INSTANTIATE_TEST_SUITE_P(Table, PathHelpers, testing::ValuesIn(kCases));

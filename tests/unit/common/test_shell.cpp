@@ -36,13 +36,15 @@ TEST_F(Shell, OpenHandsTheTargetToTheDesktopAndAFailureOrTheUnavailableBeepsAndS
         MsgIcon icon;
         QString title;
     } rows[] = {
-        // A failed open speaks German only.
+        // A failed open keeps its German first line and says what was tried and why.
         {"failed open", 1,
          [&] {
              ui.opens = false;
              OpenWithShell(u"/nowhere/x.pdf"_s);
          },
-         u"Client konnte nicht gestartet werden..."_s, MsgIcon::Information, u"!!! Problem !!!"_s},
+         u"Client konnte nicht gestartet werden...\n\nTried: open with the desktop's program "
+         u"(xdg-open): /nowhere/x.pdf\nReason: the desktop gave no reason"_s,
+         MsgIcon::Information, u"!!! Problem !!!"_s},
         {"not available", 0, ShowNotAvailable, u"Funktion noch nicht freigegeben..."_s,
          MsgIcon::Exclamation, u"Quillworks Stowaway v2.50"_s},
         {"not available", 1, ShowNotAvailable, u"Function not available yet..."_s,

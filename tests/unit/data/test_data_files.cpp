@@ -47,11 +47,11 @@ TEST_F(DataFiles, AFirstStartMakesSamplesInItsLanguageAndWritesOnlyTheBlockedFor
     } cases[] = {
         {0,
          {"Testregel #1", "Testregel #2", "Testregel #3", "<Standardregel>"},
-         "Outlook-Anhänge",
+         "Mail-Anhänge",
          "Beispielwerk GmbH"},
         {1,
          {"Test rule #1", "Test rule #2", "Test rule #3", "<Default Rule>"},
-         "Outlook Attachments",
+         "Mail Attachments",
          "Samplewright Inc."},
     };
     for (const auto& c : cases) {

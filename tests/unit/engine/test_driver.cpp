@@ -231,11 +231,13 @@ TEST_F(EngineTest, AMailThatCannotBeFetchedIsReportedAndTheWalkGoesOn) {
     EXPECT_EQ(filesIn(out()), QStringList{u"b.pdf"_s});
     const auto boxes = user.questions(Kind::MessageBox);
     ASSERT_GE(boxes.size(), 1u);
-    EXPECT_EQ(boxes[0].prompt, u"Fehler bei Zugriff auf Nachricht via RDO: Object not readable"_s);
+    EXPECT_EQ(boxes[0].prompt,
+              u"Fehler bei Zugriff auf Nachricht via Mail-Speicher: Object not readable"_s);
     EXPECT_EQ(boxes[0].icon, 48);
     // An "!" line: written with the LOG off too.
     EXPECT_EQ(logLines(),
-              QStringList{u"! Fehler bei Zugriff auf Nachricht via RDO: Object not readable"_s});
+              QStringList{
+                  u"! Fehler bei Zugriff auf Nachricht via Mail-Speicher: Object not readable"_s});
 
     // A mail that left its folder meanwhile (a sync tool moved it) only gets a LOG line.
     DoProto = true;

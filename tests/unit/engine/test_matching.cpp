@@ -152,6 +152,6 @@ TEST_F(EngineTest, AMailThatCannotBeFetchedForMatchingIsReported) {
     EXPECT_EQ(sn, u"kept"_s);
     ASSERT_EQ(user.questions().size(), 1u);
     EXPECT_EQ(user.questions()[0].prompt,
-              u"MR/Error accessing items by RDO interface: Object not found"_s);
+              u"MR/Error accessing items by mail store: Object not found"_s);
     EXPECT_EQ(user.beeps(), 1);
 }
