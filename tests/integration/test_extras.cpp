@@ -18,20 +18,10 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-// `size` bytes that begin with the name.
-QByteArray Content(const QString& name, qsizetype size) {
-    return name.toUtf8().leftJustified(size, 'x', true);
-}
-
 SampleMail Mail(const QString& subject, const QString& from, const QDateTime& date,
                 const std::vector<std::pair<QString, qsizetype>>& files) {
-    SampleMail m;
-    m.subject = subject;
-    m.fromName = from;
+    SampleMail m = MailWithSizedFiles(subject, files, from);
     m.date = date;
-    for (const auto& [name, size] : files)
-        m.attachments.push_back(
-            SampleAttachment::file(name, "application/octet-stream", Content(name, size)));
     return m;
 }
 
@@ -167,6 +157,7 @@ TEST_F(ExtrasRunTest, AMailThatIsGoneIsReportedAndTheRunGoesOnToDone) {
     EXPECT_EQ(QStringList(filesUnder(target).keys()), QStringList{u"b.pdf"_s});
     EXPECT_EQ(prompts(), (QStringList{u"Fehler beim Zugriff auf Nachricht!"_s, u"Fertig..."_s}));
     EXPECT_EQ(user.sounds(), QStringList{u"SystemAsterisk"_s});
+    EXPECT_EQ(ProtoEntries[1].Rule().get(), u"SpecialRule"_s);
     EXPECT_TRUE(DoProto);
     EXPECT_FALSE(SWRun);
 
@@ -246,10 +237,8 @@ class ExtrasCommandTest : public StowawayCommandTest,
         for (const auto& [key, value] :
              {std::pair{"DoProto", "0"}, {"Notify", "0"}, {"PaceSeconds", "0"}, {"CurrLang", "0"}})
             SaveSetting(QLatin1String(key), QLatin1String(value));
-        udtRule everything;
-        everything.Name = u"Everything"_s;
-        everything.SaveBy = 4;
-        everything.Folder = target() + u"/inactive"_s;
+        udtRule everything = MakeRule(u"Everything"_s, SaveBy::Folder, target() + u"/inactive"_s);
+        everything.Active = vbFalse;
         udtRule invoices = everything;
         invoices.Active = vbTrue;
         invoices.Name = u"Invoices"_s;
@@ -278,7 +267,7 @@ TEST_P(ExtrasCommandTest, SavesWhatTheModeSaysAndRefusesClearly) {
     expected.sort();
     EXPECT_EQ(QStringList(saved.keys()), expected);
     for (auto it = saved.begin(); it != saved.end(); ++it)
-        EXPECT_TRUE(it.value() == Content(QFileInfo(it.key()).fileName(), 300)) << S(it.key());
+        EXPECT_TRUE(it.value() == SizedContent(QFileInfo(it.key()).fileName(), 300)) << S(it.key());
 
     for (const QString& line : c.log)
         EXPECT_TRUE(logText().contains(line)) << S(line);
