@@ -1,14 +1,9 @@
 #pragma once
 // Text helpers for file names and mail bodies.
 #include <QString>
-#include <cstdint>
 
 // Replaces each of  " \ / : + * ? < > |  by "_"; the length never changes.
 QString CleanFileName(const QString& name);
 // Replaces & and 15 other characters (umlauts, sharp s, euro, ...) by their entities; nothing
 // else, not even < and >.
 QString HtmlEncode(const QString& text);
-// Cuts the text before its first NUL.
-QString StripAtNull(const QString& text);
-// high * 65536 + low, the top bit of high becoming the sign; low counts as an unsigned word.
-int32_t MakeLong(int16_t low, int16_t high);
