@@ -139,12 +139,6 @@ double DateToOle(const QDateTime& local) {
     return day < 0 ? day - fraction : day + fraction;
 }
 
-QDateTime OleToDate(double days) {
-    const WallClock w = FromOle(days);
-    if (!w.valid()) return {};
-    return QDateTime(w.date, QTime::fromMSecsSinceStartOfDay(w.msOfDay), Qt::LocalTime);
-}
-
 double OleNow() {
     return DateToOle(QDateTime::currentDateTime());
 }

@@ -7,8 +7,6 @@
 // Before 1899-12-30 the days count negative while the fraction stays the time of day:
 // -1.25 is 29 December 1899, 06:00. Times are exact to the millisecond.
 double DateToOle(const QDateTime& local);
-// An invalid QDateTime for a value that is not finite or lies outside the years 100 to 9999.
-QDateTime OleToDate(double days);
 // The present moment as days.
 double OleNow();
 

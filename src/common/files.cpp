@@ -10,11 +10,6 @@
 #include <QRegularExpression>
 
 namespace {
-constexpr int64_t kUnitsPerDay = 864000000000LL; // 100-ns units
-constexpr int64_t kUnitsPerMs = 10000;
-constexpr int64_t kUnixEpochMs = 11644473600000LL; // 1601-01-01 to 1970-01-01
-constexpr int64_t kDaysTo1899 = 109205;            // 1601-01-01 to 1899-12-30
-
 bool HasWildcard(const QString& s) {
     return s.contains(QLatin1Char('*')) || s.contains(QLatin1Char('?'));
 }
@@ -78,22 +73,6 @@ bool GetFileFindData(const QString& pathOrPattern, FileFindData& data) {
         }
     }
     return false;
-}
-
-double FileTimeToDate(int64_t fileTime) {
-    if (fileTime < 0) return 0;
-    // The clock's offset from UTC at that moment, as the local clock showed it then.
-    const int64_t unixMs = fileTime / kUnitsPerMs - kUnixEpochMs;
-    const QDateTime utc = QDateTime::fromMSecsSinceEpoch(unixMs, Qt::UTC);
-    if (!utc.isValid()) return 0;
-    const int64_t local =
-        fileTime + int64_t{utc.toLocalTime().offsetFromUtc()} * 1000 * kUnitsPerMs;
-    if (local < 0) return 0;
-    // Whole days and the fraction apart, so no precision is lost on the way. Before 1899 the
-    // days count down while the fraction stays the time of day, as in every other date.
-    const auto day = static_cast<double>(local / kUnitsPerDay - kDaysTo1899);
-    const double fraction = static_cast<double>(local % kUnitsPerDay) / kUnitsPerDay;
-    return day < 0 ? day - fraction : day + fraction;
 }
 
 QString GetFileTypeName(const QString& extension, bool useFallback) {

@@ -1,5 +1,5 @@
 #pragma once
-// What a directory listing tells of one file, file times as dates, and file type names.
+// What a directory listing tells of one file and file type names.
 #include <QString>
 #include <cstdint>
 
@@ -17,8 +17,6 @@ struct FileFindData {
 // character, "[" included, stands for itself). "." and ".." are never found, nor is a path that
 // ends in "/". True and `data` filled if anything was found.
 bool GetFileFindData(const QString& pathOrPattern, FileFindData& data);
-// A file time (100-nanosecond units since 1601-01-01, UTC) as a local date in days; 0 on failure.
-double FileTimeToDate(int64_t fileTime);
 // The type name of an extension (without dot) from the shared MIME database. Without a known
 // type: "<ext>-Datei" / "<ext> file" with useFallback, else "???".
 QString GetFileTypeName(const QString& extension, bool useFallback);

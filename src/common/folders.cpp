@@ -1,7 +1,6 @@
 #include "common/folders.h"
 
 #include "common/paths.h"
-#include "common/vbstring.h"
 
 #include <QDir>
 #include <QStandardPaths>
@@ -70,16 +69,6 @@ QString GetHostName(const QString& hostAppName) {
 
 QString GetHostName() {
     return GetHostName(HostAppName());
-}
-
-int16_t GetHostVersion(const QString& versionText) {
-    if (versionText.isEmpty()) return -1;
-    const qsizetype dot = versionText.indexOf(QLatin1Char('.'));
-    return static_cast<int16_t>(LeadingNumber(dot < 0 ? versionText : versionText.left(dot)));
-}
-
-int16_t GetHostVersion() {
-    return GetHostVersion(HostAppVersion());
 }
 
 // Stowaway is its own host on this platform: both programs report the same name, so they share

@@ -26,9 +26,6 @@ QString GetDataFolder();
 // "Outlook", "Word", ... by the host's name; "Office" when none matches.
 QString GetHostName(const QString& hostAppName);
 QString GetHostName();
-// The host's major version, -1 if it cannot be read.
-int16_t GetHostVersion(const QString& versionText);
-int16_t GetHostVersion();
 
 // The name the host application reports, and its version text.
 QString HostAppName();

@@ -41,10 +41,3 @@ QString StripAtNull(const QString& text) {
     const qsizetype nul = text.indexOf(QChar(0));
     return nul < 0 ? text : text.left(nul);
 }
-
-int32_t MakeLong(int16_t low, int16_t high) {
-    // The two words side by side; the low word counts unsigned, as a word pair does.
-    const uint32_t bits =
-        (static_cast<uint32_t>(static_cast<uint16_t>(high)) << 16) | static_cast<uint16_t>(low);
-    return static_cast<int32_t>(bits);
-}

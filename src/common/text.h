@@ -1,7 +1,6 @@
 #pragma once
 // Text helpers for file names and mail bodies.
 #include <QString>
-#include <cstdint>
 
 // Replaces each of  " \ / : + * ? < > |  by "_"; the length never changes.
 QString CleanFileName(const QString& name);
@@ -10,5 +9,3 @@ QString CleanFileName(const QString& name);
 QString HtmlEncode(const QString& text);
 // Cuts the text before its first NUL: a fixed field never set (all NULs) is shown as empty.
 QString StripAtNull(const QString& text);
-// high * 65536 + low, the top bit of high becoming the sign; low counts as an unsigned word.
-int32_t MakeLong(int16_t low, int16_t high);

@@ -3,6 +3,7 @@
 // a scripted user, a real temporary target folder, no pause after changed mails.
 #include "fakes/fake_mail_store.h"
 #include "fakes/scripted_ui.h"
+#include "support/builders.h"
 #include "support/test_env.h"
 
 #include "common/ansi.h"
@@ -37,15 +38,9 @@ class EngineTest : public FreshState {
         SetUserInteraction(nullptr);
     }
 
-    // An active rule that saves everything to `folder` under root, replacing existing files.
+    // An active rule that saves everything to `folder`, replacing existing files.
     static udtRule MakeRule(const QString& name, const QString& folder) {
-        udtRule rule;
-        rule.Active = vbTrue;
-        rule.Name = name;
-        rule.SaveBy = 4;
-        rule.Folder = folder;
-        rule.FileExists = 1;
-        return rule;
+        return ::MakeRule(name, SaveBy::Folder, folder, FileExists::Replace);
     }
     udtRule& addRule(const udtRule& rule) {
         Rules.append(rule);
@@ -55,10 +50,7 @@ class EngineTest : public FreshState {
         return addRule(MakeRule(name, root + QLatin1Char('/') + subfolder));
     }
     void addProject(const QString& name, const QString& folder) {
-        udtProject p;
-        p.Name = name;
-        p.Folder = folder;
-        Projects.append(p);
+        Projects.append(MakeProject(name, folder));
     }
 
     static double Date(int y, int m, int d, int h = 10, int min = 30) {

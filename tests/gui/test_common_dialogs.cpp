@@ -10,23 +10,15 @@
 #include "dialogs/icons.h"
 #include "dialogs/qt_interaction.h"
 
-#include <QAbstractButton>
-#include <QCheckBox>
 #include <QFile>
-#include <QLineEdit>
-#include <QMenu>
 #include <QMessageBox>
-#include <QPushButton>
-#include <QTreeWidget>
 
 Q_DECLARE_METATYPE(MsgButtons)
 Q_DECLARE_METATYPE(MsgAnswer)
 
-class TestCommonDialogs : public QObject {
+class TestCommonDialogs : public GuiTest {
     Q_OBJECT
   private slots:
-    void init() { TestEnv::resetAll(); }
-
     void msgBoxExResult_data() {
         QTest::addColumn<QStringList>("buttons");
         QTest::addColumn<bool>("tick");
@@ -288,19 +280,6 @@ class TestCommonDialogs : public QObject {
         QFETCH(QString, classic);
         QFETCH(QString, qt);
         QCOMPARE(QtFileFilter(classic), qt);
-    }
-
-    void anyNameGivesAnIcon_data() {
-        QTest::addColumn<QString>("name");
-        QTest::newRow("known extension, no such file") << "/nowhere/Rechnung.pdf";
-        QTest::newRow("only a pattern") << "*.zip";
-        QTest::newRow("no extension") << "README";
-        QTest::newRow("unknown extension") << "data.qqqzz";
-        QTest::newRow("empty") << "";
-    }
-    void anyNameGivesAnIcon() {
-        QFETCH(QString, name);
-        QVERIFY(!GetFileIcon(257, name).pixmap(16, 16).isNull());
     }
 
     // Every kind of file has an icon of its own, never the generic one, with the desktop's

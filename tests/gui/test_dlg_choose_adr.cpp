@@ -7,12 +7,6 @@
 #include "host/maildir/mail_builder.h"
 #include "host/maildir/maildir_session.h"
 
-#include <QCheckBox>
-#include <QComboBox>
-#include <QLineEdit>
-#include <QPushButton>
-#include <QTreeWidget>
-
 namespace {
 void WriteFile(const QString& path, const QByteArray& bytes) {
     QDir().mkpath(QFileInfo(path).path());
@@ -33,18 +27,15 @@ QStringList Rows(const QTreeWidget* view) {
 }
 } // namespace
 
-class TestDlgChooseAdr : public QObject {
+class TestDlgChooseAdr : public GuiTest {
     Q_OBJECT
   private:
-    ScriptedUserInteraction m_user;
     std::unique_ptr<MaildirSession> m_session;
     QString m_cards;
 
   private slots:
     void init() {
-        TestEnv::resetAll();
-        m_user = ScriptedUserInteraction();
-        SetUserInteraction(&m_user);
+        GuiTest::init();
         // Cards as a sync tool keeps them: a collection folder below the contacts folder.
         m_cards = TestEnv::home() + u"/Kontakte"_s;
         WriteFile(m_cards + u"/privat/anna.vcf"_s,
@@ -70,7 +61,7 @@ class TestDlgChooseAdr : public QObject {
         WatchFolders.append(WatchOf(inbox, false));
     }
     void cleanup() {
-        SetMailSession(nullptr);
+        GuiTest::cleanup();
         m_session.reset();
     }
 

@@ -6,11 +6,6 @@
 #include "data/rule_edits.h"
 #include "dialogs/forms/frm_projects.h"
 
-#include <QLineEdit>
-#include <QListWidget>
-#include <QPushButton>
-#include <QToolButton>
-
 namespace {
 QStringList ProjectNames() {
     QStringList names;
@@ -27,16 +22,11 @@ struct FolderRow {
 };
 } // namespace
 
-class TestFrmProjects : public QObject {
+class TestFrmProjects : public GuiTest {
     Q_OBJECT
-  private:
-    ScriptedUserInteraction m_user;
-
   private slots:
     void init() {
-        TestEnv::resetAll();
-        m_user = ScriptedUserInteraction();
-        SetUserInteraction(&m_user);
+        GuiTest::init();
         AddProject(u"Kunden"_s, u"/srv/kunden"_s);
         AddProject(u"Lieferanten"_s, u"/srv/lief"_s);
         // A rule that saves into "Lieferanten".

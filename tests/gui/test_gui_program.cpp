@@ -17,11 +17,9 @@ bool WaitForLogLine(const QString& line, QProcess& program) {
 }
 } // namespace
 
-class TestGuiProgram : public QObject {
+class TestGuiProgram : public GuiTest {
     Q_OBJECT
   private slots:
-    void init() { TestEnv::resetAll(); }
-
     void startAndTerminate_data() {
         QTest::addColumn<bool>("maildir");
         QTest::addColumn<QString>("waitFor");

@@ -4,14 +4,7 @@
 #include "gui_test.h"
 
 #include "common/dates.h"
-#include "dialogs/options/frm_stowaway.h"
 #include "dialogs/options/search_page.h"
-
-#include <QLabel>
-#include <QLineEdit>
-#include <QLocale>
-#include <QToolButton>
-#include <QTreeView>
 
 namespace {
 void Write(const QString& path, qint64 size) {
@@ -50,7 +43,7 @@ struct SendRow {
 };
 } // namespace
 
-class TestSearchPage : public QObject {
+class TestSearchPage : public GuiTest {
     Q_OBJECT
   private slots:
     void initTestCase() {
@@ -67,9 +60,7 @@ class TestSearchPage : public QObject {
         qputenv("XDG_EMAIL_LOG", m_log.toLocal8Bit());
     }
     void init() {
-        TestEnv::resetAll();
-        m_user = ScriptedUserInteraction();
-        SetUserInteraction(&m_user);
+        GuiTest::init();
         m_a = TestEnv::home() + u"/Targets/A"_s;
         Write(m_a + u"/b.pdf"_s, 0);
         Write(m_a + u"/a.txt"_s, 2048);
@@ -84,9 +75,7 @@ class TestSearchPage : public QObject {
                       MakeRule({}, SaveBy::Project, u"Proj"_s),
                       MakeRule({}, SaveBy::Project, u"Gone"_s), MakeRule({}, SaveBy::Folder, m_a)});
         Projects.assign({MakeProject(u"PROJ"_s, TestEnv::home() + u"/Targets/P/not yet"_s)});
-        m_form = std::make_unique<frmStowaway>();
     }
-    void cleanup() { m_form.reset(); }
 
     void folderListWalkUpAndFileFacts_data() {
         Rows<LangRow>(
@@ -111,7 +100,7 @@ class TestSearchPage : public QObject {
         for (auto kind : {QFileDevice::FileAccessTime, QFileDevice::FileModificationTime})
             QVERIFY(huge.setFileTime(stamp, kind));
         huge.close();
-        SearchPage* page = open(row.lang);
+        SearchPage* page = openTab(row.lang);
         // The same folder in other case once; the deleted project's rule gives nothing.
         const QString missing = TestEnv::home() + u"/Targets/P/not yet"_s;
         QCOMPARE(Texts(page->lstStowawayFolders), (QStringList{m_a, missing}));
@@ -146,7 +135,7 @@ class TestSearchPage : public QObject {
 
     void fileList() {
         Write(m_a + u"/huge.iso"_s, 5'000'000'000LL);
-        SearchPage* page = open(1);
+        SearchPage* page = openTab(1);
         const QAbstractItemModel* model = page->lvFiles->model();
         // Up, folders, files, each sorted; hidden files never; an empty file is 1 Kb; sizes
         // past 4 GB.
@@ -177,7 +166,7 @@ class TestSearchPage : public QObject {
     }
     void search() {
         QFETCH(SearchRow, row);
-        SearchPage* page = open(0);
+        SearchPage* page = openTab(0);
         page->txtSearch->setText(row.mask);
         page->btnSearch->click();
         if (row.found.isEmpty()) {
@@ -216,7 +205,7 @@ class TestSearchPage : public QObject {
     void buttons() {
         QFETCH(ButtonRow, row);
         BlockedFormats.assign({AddBlockedFormat(u"PDF"_s, {}, false)});
-        SearchPage* page = open(0);
+        SearchPage* page = openTab(0);
         select(page, row.file);
         Child<QToolButton>(page, row.button)->click();
         if (row.opened.startsWith(u'!')) {
@@ -251,8 +240,8 @@ class TestSearchPage : public QObject {
         ProtoEntries.assign({udtProtoEntry{}, newer, older});
         ProtoEntries[1].Attachment() = u"a.txt"_s;
         ProtoEntries[1].Folder() = u"/elsewhere"_s;
+        SearchPage* page = openTab(row.lang);
         m_form->InitProtoList();
-        SearchPage* page = open(row.lang);
         select(page, row.file);
         // The long date in the language's own form.
         QCOMPARE(page->lblSearchFileInfos[1]->text(),
@@ -263,7 +252,7 @@ class TestSearchPage : public QObject {
     }
 
     void adjustedPathKeepsBothEnds() {
-        SearchPage* page = open(0);
+        SearchPage* page = openTab(0);
         page->lblSearchFileInfos[0]->setFixedWidth(120);
         const QString path = u"/home/someone/a/very/long/path/to/the/saved/attachments/file.pdf"_s;
         const QString shown = page->AdjustedPath(path);
@@ -294,7 +283,7 @@ class TestSearchPage : public QObject {
     void send() {
         QFETCH(SendRow, row);
         qputenv("XDG_EMAIL_EXIT", row.exitCode);
-        SearchPage* page = open(0);
+        SearchPage* page = openTab(0);
         for (const QString& name : row.ticked) {
             if (name.startsWith(u"found:"_s)) {
                 page->txtSearch->setText(name.mid(6));
@@ -320,24 +309,16 @@ class TestSearchPage : public QObject {
     }
 
   private:
-    SearchPage* open(int lang) {
-        SaveSetting(u"CurrLang"_s, QString::number(lang));
-        CurrLang = uint8_t(lang);
-        m_form->Form_Load();
-        m_form->showTab(2);
-        return m_form->searchPage();
-    }
+    SearchPage* openTab(int lang) { return open(lang, 2).searchPage(); }
     void select(SearchPage* page, const QString& name) {
         const int row = int(Texts(page->lvFiles->model()).indexOf(name));
         QVERIFY(row >= 0);
         page->lvFiles->setCurrentIndex(page->lvFiles->model()->index(row, 0));
     }
 
-    ScriptedUserInteraction m_user;
     QTemporaryDir m_binDir;
     QString m_log;
     QString m_a;
-    std::unique_ptr<frmStowaway> m_form;
 };
 
 STOWAWAY_GUI_TEST_MAIN(TestSearchPage)

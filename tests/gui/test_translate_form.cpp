@@ -3,12 +3,6 @@
 
 #include "dialogs/translate.h"
 
-#include <QLabel>
-#include <QLineEdit>
-#include <QPushButton>
-#include <QTabWidget>
-#include <QTreeWidget>
-
 namespace {
 template <class W>
 W* Add(QWidget* form, const QString& name, const QString& tag, const QString& text = {}) {
@@ -75,11 +69,9 @@ QString TextOf(QWidget* form, const QString& name) {
 }
 } // namespace
 
-class TestTranslateForm : public QObject {
+class TestTranslateForm : public GuiTest {
     Q_OBJECT
   private slots:
-    void init() { TestEnv::resetAll(); }
-
     void texts_data() {
         QTest::addColumn<int>("language");
         QTest::addColumn<QString>("control");
@@ -111,8 +103,6 @@ class TestTranslateForm : public QObject {
         QFETCH(QString, control);
         QFETCH(QString, text);
         QFETCH(QString, toolTip);
-        ScriptedUserInteraction user;
-        SetUserInteraction(&user);
         CurrLang = static_cast<uint8_t>(language);
         LangChanged = true;
         auto form = MakeForm(QString());
@@ -120,7 +110,7 @@ class TestTranslateForm : public QObject {
         QCOMPARE(TextOf(form.get(), control), text);
         if (control != u"frmTest"_s)
             QCOMPARE(form->findChild<QWidget*>(control)->toolTip(), toolTip);
-        QVERIFY(user.questions().empty());
+        QVERIFY(m_user.questions().empty());
         QVERIFY(!LangChanged);
     }
 
@@ -138,15 +128,13 @@ class TestTranslateForm : public QObject {
     }
     void malformedTag() {
         QFETCH(QString, tag);
-        ScriptedUserInteraction user;
-        SetUserInteraction(&user);
         DoProto = false;
         CurrLang = 1;
         auto form = MakeForm(tag);
         TranslateForm(form.get());
-        QCOMPARE(user.beeps(), 1);
-        QCOMPARE(int(user.questions().size()), 1);
-        const AskedQuestion& box = user.questions().front();
+        QCOMPARE(m_user.beeps(), 1);
+        QCOMPARE(int(m_user.questions().size()), 1);
+        const AskedQuestion& box = m_user.questions().front();
         QCOMPARE(box.icon, 16);
         QVERIFY(
             box.prompt.startsWith(u"Please check translation settings: (F: frmTest, C: lblBad)"_s));

@@ -3,8 +3,6 @@
 
 #include "dialogs/product_menu.h"
 
-#include <QMenu>
-
 namespace {
 struct MenuRule {
     uint8_t saveBy;
@@ -36,11 +34,9 @@ struct OpenRuleFolderRow {
 
 Q_DECLARE_METATYPE(QList<MenuRule>)
 
-class TestTrayMenu : public QObject {
+class TestTrayMenu : public GuiTest {
     Q_OBJECT
   private slots:
-    void init() { TestEnv::resetAll(); }
-
     void folderButtons_data() {
         // clang-format off
         Rows<FolderButtonsRow>({
@@ -135,11 +131,9 @@ class TestTrayMenu : public QObject {
     void openRuleFolder() {
         QFETCH(OpenRuleFolderRow, row);
         auto [name, tag, caption, opened] = row;
-        ScriptedUserInteraction user;
-        SetUserInteraction(&user);
         OpenRuleFolder(tag, caption);
-        QCOMPARE(user.opened(), opened.isEmpty() ? QStringList{} : QStringList{opened});
-        QCOMPARE(user.beeps(), opened.isEmpty() ? 1 : 0);
+        QCOMPARE(m_user.opened(), opened.isEmpty() ? QStringList{} : QStringList{opened});
+        QCOMPARE(m_user.beeps(), opened.isEmpty() ? 1 : 0);
     }
 };
 

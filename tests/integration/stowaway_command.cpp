@@ -89,12 +89,7 @@ QMap<QString, QByteArray> StowawayCommandTest::filesUnder(const QString& dir) {
 }
 
 udtRule StowawayCommandTest::SaveAllRule(const QString& target, bool removeAndLink) {
-    udtRule rule;
-    rule.Active = vbTrue;
-    rule.Name = u"All attachments"_s;
-    rule.SaveBy = 4;
-    rule.Folder = target;
-    rule.FileExists = 2;
+    udtRule rule = MakeRule(u"All attachments"_s, SaveBy::Folder, target, FileExists::Number);
     rule.DelAttach = ToVb(removeAndLink);
     rule.Hyperlink = ToVb(removeAndLink);
     return rule;
@@ -107,19 +102,6 @@ bool StowawayCommandTest::WaitFor(QProcess& program, const std::function<bool()>
         program.waitForReadyRead(50);
     }
     return false;
-}
-
-SampleMail StowawayCommandTest::MailWithFile(const QString& subject, const QString& fileName) {
-    return MailWithFiles(subject, {fileName});
-}
-
-SampleMail StowawayCommandTest::MailWithFiles(const QString& subject, const QStringList& names) {
-    SampleMail mail;
-    mail.subject = subject;
-    for (const QString& name : names)
-        mail.attachments.push_back(
-            SampleAttachment::file(name, "application/pdf", "%PDF-1.4 " + subject.toUtf8()));
-    return mail;
 }
 
 QStringList StowawayCommandTest::mailFiles() const {

@@ -2,6 +2,7 @@
 // Runs the real `stowaway` program on a Maildir made by the test, with the test's private home,
 // so the program reads the rules and settings the test saved and writes its LOG there.
 #include "data/records.h"
+#include "support/builders.h"
 #include "support/maildir_fixture.h"
 
 #include <QMap>
@@ -48,10 +49,6 @@ class StowawayCommandTest : public MaildirTest {
     // Polls until `done` holds; false when `program` ended or the limit passed first. Not a
     // timing check: the limit only keeps a broken build from hanging the suite.
     static bool WaitFor(QProcess& program, const std::function<bool()>& done);
-    // A mail with one PDF file whose bytes name the subject.
-    static SampleMail MailWithFile(const QString& subject, const QString& fileName);
-    // The same with any number of such files.
-    static SampleMail MailWithFiles(const QString& subject, const QStringList& fileNames);
 
     // Every mail file of the Inbox, in new/ and cur/.
     QStringList mailFiles() const;

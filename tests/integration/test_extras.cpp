@@ -18,20 +18,10 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-// `size` bytes that begin with the name.
-QByteArray Content(const QString& name, qsizetype size) {
-    return name.toUtf8().leftJustified(size, 'x', true);
-}
-
 SampleMail Mail(const QString& subject, const QString& from, const QDateTime& date,
                 const std::vector<std::pair<QString, qsizetype>>& files) {
-    SampleMail m;
-    m.subject = subject;
-    m.fromName = from;
+    SampleMail m = MailWithSizedFiles(subject, files, from);
     m.date = date;
-    for (const auto& [name, size] : files)
-        m.attachments.push_back(
-            SampleAttachment::file(name, "application/octet-stream", Content(name, size)));
     return m;
 }
 
@@ -169,6 +159,7 @@ TEST_F(ExtrasRunTest, AMailThatIsGoneIsReportedAndTheRunGoesOnToDone) {
                                       u"Fertig...\n\n1 Datei(en) gespeichert.\n1 Nachricht(en) "
                                       u"nicht erreichbar."_s}));
     EXPECT_EQ(user.sounds(), QStringList{u"SystemAsterisk"_s});
+    EXPECT_EQ(ProtoEntries[1].Rule().get(), u"SpecialRule"_s);
     EXPECT_TRUE(DoProto);
     EXPECT_FALSE(SWRun);
 
@@ -249,10 +240,8 @@ class ExtrasCommandTest : public StowawayCommandTest,
         for (const auto& [key, value] :
              {std::pair{"DoProto", "0"}, {"Notify", "0"}, {"PaceSeconds", "0"}, {"CurrLang", "0"}})
             SaveSetting(QLatin1String(key), QLatin1String(value));
-        udtRule everything;
-        everything.Name = u"Everything"_s;
-        everything.SaveBy = 4;
-        everything.Folder = target() + u"/inactive"_s;
+        udtRule everything = MakeRule(u"Everything"_s, SaveBy::Folder, target() + u"/inactive"_s);
+        everything.Active = vbFalse;
         udtRule invoices = everything;
         invoices.Active = vbTrue;
         invoices.Name = u"Invoices"_s;
@@ -281,7 +270,7 @@ TEST_P(ExtrasCommandTest, SavesWhatTheModeSaysAndRefusesClearly) {
     expected.sort();
     EXPECT_EQ(QStringList(saved.keys()), expected);
     for (auto it = saved.begin(); it != saved.end(); ++it)
-        EXPECT_TRUE(it.value() == Content(QFileInfo(it.key()).fileName(), 300)) << S(it.key());
+        EXPECT_TRUE(it.value() == SizedContent(QFileInfo(it.key()).fileName(), 300)) << S(it.key());
 
     for (const QString& line : c.log)
         EXPECT_TRUE(logText().contains(line)) << S(line);

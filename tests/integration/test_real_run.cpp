@@ -14,13 +14,8 @@ using namespace Qt::StringLiterals;
 namespace {
 
 udtRule Rule(const QString& name, int16_t saveBy, int16_t saveFormat, const QString& folder) {
-    udtRule r;
-    r.Active = vbTrue;
-    r.Name = name;
-    r.SaveBy = saveBy;
+    udtRule r = MakeRule(name, saveBy, folder, FileExists::Number);
     r.SaveFormat = saveFormat;
-    r.Folder = folder;
-    r.FileExists = 2; // number
     return r;
 }
 

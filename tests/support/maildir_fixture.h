@@ -10,6 +10,38 @@
 #include <QFileInfo>
 
 #include <memory>
+#include <utility>
+#include <vector>
+
+// `size` bytes that begin with the name.
+inline QByteArray SizedContent(const QString& name, qsizetype size) {
+    return name.toUtf8().leftJustified(size, 'x', true);
+}
+// A mail from Anna Berg with files of the given names and sizes, each file's bytes its name
+// padded to its size.
+inline SampleMail MailWithSizedFiles(const QString& subject,
+                                     const std::vector<std::pair<QString, qsizetype>>& files,
+                                     const QString& from = QStringLiteral("Anna Berg")) {
+    SampleMail m;
+    m.subject = subject;
+    m.fromName = from;
+    for (const auto& [name, size] : files)
+        m.attachments.push_back(
+            SampleAttachment::file(name, "application/octet-stream", SizedContent(name, size)));
+    return m;
+}
+// A mail with PDF files whose bytes name the subject.
+inline SampleMail MailWithFiles(const QString& subject, const QStringList& names) {
+    SampleMail mail;
+    mail.subject = subject;
+    for (const QString& name : names)
+        mail.attachments.push_back(
+            SampleAttachment::file(name, "application/pdf", "%PDF-1.4 " + subject.toUtf8()));
+    return mail;
+}
+inline SampleMail MailWithFile(const QString& subject, const QString& fileName) {
+    return MailWithFiles(subject, {fileName});
+}
 
 class MaildirTest : public FreshState {
   protected:

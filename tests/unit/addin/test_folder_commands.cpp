@@ -13,13 +13,7 @@ class FolderCommandsTest : public EngineTest {
     void SetUp() override {
         EngineTest::SetUp();
         Notify = 0;
-        udtWatchFolder wf;
-        wf.Active = vbTrue;
-        wf.Name = u"Inbox"_s;
-        wf.Path = u"Maildir|Inbox"_s;
-        wf.EntryID = inbox->EntryID().value;
-        wf.StoreID = u"/mail"_s;
-        WatchFolders.append(wf);
+        WatchFolders.append(WatchOf(inbox, true, u"Maildir|Inbox"_s));
         addRule(MakeRule(u"All"_s, root)).DelAttach = vbTrue;
     }
 };
@@ -28,6 +22,10 @@ TEST_F(FolderCommandsTest, ARealRunStampsAndSavesAndAResetTakesOnlyStampedMailsB
     FakeMessagePtr a = addMail(u"a"_s, {u"a.pdf"_s});
     FakeMessagePtr b = addMail(u"b"_s, {u"b.pdf"_s});
     b->stored.unread = false; // read: skipped
+    SWTest = true;            // a test run saves nothing and marks nothing
+    EXPECT_TRUE(TestOrRunFolders({1}, nullptr));
+    EXPECT_FALSE(QFile::exists(out(u"a.pdf"_s)));
+    EXPECT_TRUE(gLastAction.startsWith(u"Testlauf für 'Inbox', "_s));
     SWTest = false;
     EXPECT_TRUE(TestOrRunFolders({1}, nullptr));
     EXPECT_TRUE(QFile::exists(out(u"a.pdf"_s)));
@@ -43,6 +41,7 @@ TEST_F(FolderCommandsTest, ARealRunStampsAndSavesAndAResetTakesOnlyStampedMailsB
     EXPECT_TRUE(a->stored.unread);
     EXPECT_EQ(b->saves, savesBefore); // no mark: neither counted nor saved
     EXPECT_EQ(user.questions().back().prompt, u"1 Nachrichte(n) zurückgesetzt..."_s);
+    EXPECT_TRUE(gLastAction.startsWith(u"Bearbeitungsflags zurückgesetzt für 'Inbox'"_s));
 
     EXPECT_EQ(ResetFolders({1}, false, nullptr), 0);
     EXPECT_EQ(user.questions().back().prompt,
@@ -50,7 +49,7 @@ TEST_F(FolderCommandsTest, ARealRunStampsAndSavesAndAResetTakesOnlyStampedMailsB
 }
 
 TEST_F(FolderCommandsTest, RuleCheckAsksPerAttachmentAndStopsOnTheSecondButton) {
-    addMail(u"a"_s, {u"one.pdf"_s, u"two.pdf"_s, u"three.pdf"_s});
+    FakeMessagePtr a = addMail(u"a"_s, {u"one.pdf"_s, u"two.pdf"_s, u"three.pdf"_s});
     addMail(u"b"_s, {u"four.pdf"_s});
     user.answerMsgBoxEx(1); // go on
     user.answerMsgBoxEx(2); // end the test
@@ -63,6 +62,7 @@ TEST_F(FolderCommandsTest, RuleCheckAsksPerAttachmentAndStopsOnTheSecondButton) 
                                          u"/two.pdf\n\nWeiter testen?"_s));
     EXPECT_EQ(user.questions().back().prompt, u"1 Übereinstimmung(en) gefunden..."_s);
     EXPECT_TRUE(QDir(root).isEmpty()); // a check writes nothing
+    EXPECT_TRUE(a->stored.mileage.isEmpty());
 }
 
 TEST_F(FolderCommandsTest, AnUnreachableFolderIsReportedAndTheOthersStillRun) {

@@ -5,6 +5,7 @@
 #include "addin/folder_watchers.h"
 #include "addin/lifecycle.h"
 #include "data/data_files.h"
+#include "data/rule_edits.h"
 
 using namespace Qt::StringLiterals;
 
@@ -65,7 +66,7 @@ class AddinTest : public FreshState {
     int sessionOpens = 0;
 };
 
-TEST_F(AddinTest, FirstStartWatchesTheInboxOfTheStoreAndWritesOnlyTheBlockedFormats) {
+TEST_F(AddinTest, FirstStartWatchesTheInboxOfTheStoreAndTheEndWritesOnlyChangedTables) {
     OnConnection(host);
     EXPECT_EQ(CurrentAddinState(), AddinState::Running);
     ASSERT_EQ(WatchFolders.count(), 1);
@@ -75,13 +76,15 @@ TEST_F(AddinTest, FirstStartWatchesTheInboxOfTheStoreAndWritesOnlyTheBlockedForm
     EXPECT_EQ(session->subs.size(), 1u);
     EXPECT_EQ(gLastAction, u"Initialisierung..."_s);
     EXPECT_TRUE(user.questions().empty());
+    ASSERT_TRUE(AddRule(u"Neu"_s).ok()); // as the dialog's edits do
 
     OnBeginShutdown();
     OnDisconnection();
     OnDisconnection(); // a second shutdown finds nothing to do
     EXPECT_TRUE(session->subs.empty());
     const QStringList files = QDir(GetDataFolder()).entryList(QDir::Files);
-    EXPECT_EQ(files, QStringList({u"QWKStowaway.ble"_s, u"QWKStowaway.txt"_s}));
+    EXPECT_EQ(files,
+              QStringList({u"QWKStowaway.ble"_s, u"QWKStowaway.rls"_s, u"QWKStowaway.txt"_s}));
     const QStringList log = LogLinesWithoutStamps();
     ASSERT_EQ(log.size(), 3) << log.join('\n').toStdString();
     EXPECT_TRUE(log[0].startsWith(u"! Startup Stowaway "_s));

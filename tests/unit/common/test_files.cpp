@@ -76,26 +76,6 @@ TEST_F(Files, PatternsInTheLastPartFindTheFirstMatchByName) {
     }
 }
 
-TEST_F(Files, FileTimesBecomeLocalDays) {
-    struct {
-        int64_t fileTime;
-        const char* local;
-    } const cases[] = {
-        {134273808000000000LL, "2026-07-01 14:00:00.000"}, // 12:00 UTC in summer time
-        {134129520005000000LL, "2026-01-15 13:00:00.500"}, // 12:00:00.5 UTC in winter
-        {0, "1601-01-01 01:00:00.000"},
-    };
-    for (const auto& c : cases) {
-        const double days = FileTimeToDate(c.fileTime);
-        EXPECT_EQ(OleToDate(days).toString(u"yyyy-MM-dd HH:mm:ss.zzz"_s),
-                  QString::fromUtf8(c.local))
-            << c.fileTime;
-    }
-    EXPECT_DOUBLE_EQ(FileTimeToDate(134273808000000000LL), 46204.0 + 14.0 / 24.0);
-    EXPECT_EQ(FileTimeToDate(-1), 0.0);
-    EXPECT_EQ(FileTimeToDate(INT64_MIN), 0.0);
-}
-
 TEST_F(Files, TypeNamesFromTheMimeDatabase) {
     EXPECT_EQ(GetFileTypeName(u"pdf"_s, false), u"PDF document"_s);
     EXPECT_EQ(GetFileTypeName(u"PDF"_s, true), u"PDF document"_s);

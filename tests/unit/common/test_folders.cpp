@@ -65,16 +65,4 @@ TEST_F(Folders, HostNameByTheFirstMatchingWord) {
             << c.appName;
     EXPECT_EQ(GetHostName(), u"Office"_s);
 }
-
-TEST_F(Folders, HostVersionIsTheNumberBeforeTheFirstDot) {
-    struct {
-        const char* text;
-        int version;
-    } const cases[] = {
-        {"9.0.0.2711", 9}, {"16.0", 16}, {"12", 12}, {" 11 .5", 11}, {"", -1}, {"abc", 0},
-    };
-    for (const auto& c : cases)
-        EXPECT_EQ(GetHostVersion(QString::fromUtf8(c.text)), c.version) << c.text;
-    EXPECT_EQ(GetHostVersion(), 2);
-}
 } // namespace

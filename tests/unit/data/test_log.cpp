@@ -54,11 +54,3 @@ TEST_F(Log, TextIsWindows1252) {
                     .endsWith("! Gr\xf6\xdf"
                               "e: 5 \x80 \x96 ?\r\n"));
 }
-
-TEST_F(Log, AnUnwritableLogIsIgnored) {
-    QDir().mkpath(LogFilePath()); // a folder where the file belongs
-    DoProto = true;
-    WriteLog("! lost");
-    WriteLog("del");
-    EXPECT_TRUE(QFileInfo(LogFilePath()).isDir());
-}

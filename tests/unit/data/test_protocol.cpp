@@ -2,6 +2,7 @@
 #include "data/data_files.h"
 #include "data/globals.h"
 #include "data/protocol.h"
+#include "support/builders.h"
 #include "support/test_env.h"
 #include "unit/data/data_test_util.h"
 
@@ -14,14 +15,6 @@ using namespace Qt::StringLiterals;
 class Protocol : public FreshState {};
 
 namespace {
-udtProtoEntry Entry(const QString& attachment) {
-    udtProtoEntry e;
-    e.Date = 45000.25;
-    e.Attachment() = attachment;
-    e.State() = u"S"_s;
-    return e;
-}
-
 // Runs the event loop until the file has `size` bytes; gives up after a generous fail-safe.
 void WaitForFileSize(const QString& path, qint64 size) {
     QEventLoop loop;
@@ -36,9 +29,9 @@ void WaitForFileSize(const QString& path, qint64 size) {
 } // namespace
 
 TEST_F(Protocol, NewestEntryFirstAndSavedByTheEventLoop) {
-    AddProto(Entry(u"a.pdf"_s));
-    AddProto(Entry(u"b.pdf"_s));
-    AddProto(Entry(u"c.pdf"_s));
+    AddProto(MakeEntry(45000.25, u"a.pdf"_s));
+    AddProto(MakeEntry(45000.25, u"b.pdf"_s));
+    AddProto(MakeEntry(45000.25, u"c.pdf"_s));
     ASSERT_EQ(ProtoEntries.count(), 3);
     EXPECT_EQ(ProtoEntries[1].Attachment().get(), u"c.pdf"_s);
     EXPECT_EQ(ProtoEntries[3].Attachment().get(), u"a.pdf"_s);
@@ -56,7 +49,7 @@ TEST_F(Protocol, NewestEntryFirstAndSavedByTheEventLoop) {
 
 TEST_F(Protocol, FlushWritesAtOnceWithOtherPendingTables) {
     Rules.changed = true; // an edit of the dialog rides along
-    AddProto(Entry(u"x.txt"_s));
+    AddProto(MakeEntry(45000.25, u"x.txt"_s));
     FlushProtocol();
     EXPECT_EQ(QFileInfo(DataFilePath(u".prt"_s)).size(), 1313);
     EXPECT_EQ(QFileInfo(DataFilePath(u".rls"_s)).size(), 0);

@@ -19,9 +19,7 @@ void PrintTo(const MatchCase& c, std::ostream* os) {
 }
 
 udtRule RuleOf(const std::vector<const char*>& criteria) {
-    udtRule rule;
-    rule.Active = vbTrue;
-    rule.Name = u"R"_s;
+    udtRule rule = MakeRule(u"R"_s);
     for (const char* c : criteria) {
         const QString text = QString::fromUtf8(c);
         const QString value = text.mid(2);
