@@ -1,9 +1,10 @@
 #pragma once
 // Which parts of a MIME tree are the mail's body and which are its attachments. Every
 // text/plain and text/html part that is neither marked as an attachment nor named is body text,
-// the first of each kind the body the engine sees; a calendar inside an alternative (or as the whole mail) belongs to the body too; every
-// other leaf and every attached message is an attachment, in document order. An attached
-// message counts once: its inner parts are not looked at.
+// the first of each kind the body the engine sees; a calendar inside an alternative (or as the
+// whole mail) belongs to the body too; every other leaf and every attached message is an
+// attachment, in document order. An attached message counts once: its inner parts are not looked
+// at.
 #include "host/mime/mail_summary.h"
 
 #include <gmime/gmime.h>
